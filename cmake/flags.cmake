@@ -1,0 +1,36 @@
+# Compiler and linker flags in one INTERFACE target. Our targets link it privately, so that nothing
+# of it reaches the programs that use the library.
+add_library(velora_flags INTERFACE)
+target_include_directories(velora_flags INTERFACE ${PROJECT_SOURCE_DIR})
+
+target_compile_options(velora_flags INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wcast-align -Wcast-qual
+  -Wformat=2 -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual -Wnull-dereference)
+if(VELORA_WERROR)
+  target_compile_options(velora_flags INTERFACE -Werror)
+endif()
+
+if(VELORA_SANITIZE)
+  target_compile_options(velora_flags INTERFACE
+    -fsanitize=${VELORA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(velora_flags INTERFACE -fsanitize=${VELORA_SANITIZE})
+else()
+  target_compile_options(velora_flags INTERFACE
+    -fstack-protector-strong $<$<CONFIG:Release>:-U_FORTIFY_SOURCE> $<$<CONFIG:Release>:-D_FORTIFY_SOURCE=2>)
+endif()
+
+include(CheckPIESupported)
+check_pie_supported()
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+target_link_options(velora_flags INTERFACE -Wl,-z,relro -Wl,-z,now)
+
+# Makes one static library of the product: velora_library(name sources...).
+function(velora_library name)
+  add_library(velora_${name} STATIC ${ARGN})
+  add_library(velora::${name} ALIAS velora_${name})
+  set_target_properties(velora_${name} PROPERTIES EXPORT_NAME ${name})
+  target_include_directories(velora_${name} PUBLIC
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:include/velora>)
+  target_compile_features(velora_${name} PUBLIC cxx_std_20)
+  target_link_libraries(velora_${name} PRIVATE $<BUILD_INTERFACE:velora_flags>)
+endfunction()

@@ -1,0 +1,34 @@
+// Error numbers as text, and the one place that builds the library's exception texts.
+//
+// Example:
+//     int fd = open(path, O_RDONLY);
+//     if (fd < 0) throw MiscUtils::ErrnoError(errno, "open()");
+//     // what(): "No such file or directory : open()"
+//
+// Values without shared state: any thread may use them.
+
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace MiscUtils {
+
+// The system's text for an error number (strerror_r(3), at most 510 characters), with the number.
+// A number that the system does not know gives the system's own wording for it, such as
+// "Unknown error -5"; 0 gives "Success". errno itself is left as it was.
+struct ErrnoText {
+    explicit ErrnoText(int errorNumber);
+
+    std::string text;
+    std::int32_t code;
+};
+
+// The exception of the utility library for a failed system call: its text is the error text,
+// " : " and `operation`; with an empty `operation` it is the error text alone. Thrown by the
+// caller.
+[[nodiscard]] std::runtime_error ErrnoError(int errorNumber, std::string_view operation = {});
+
+}  // namespace MiscUtils
