@@ -8,6 +8,10 @@ extern "C" {
 void* scalable_malloc(std::size_t size);
 void scalable_free(void* block);
 
-void* scalable_malloc(std::size_t size) { return std::malloc(size); }
-void scalable_free(void* block) { std::free(block); }
+void* scalable_malloc(std::size_t size) {
+    return std::malloc(size);
+}
+void scalable_free(void* block) {
+    std::free(block);
+}
 }

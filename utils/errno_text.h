@@ -27,8 +27,8 @@ struct ErrnoText {
 };
 
 // The exception of the utility library for a failed system call: its text is the error text,
-// " : " and `operation`; with an empty `operation` it is the error text alone. Thrown by the
-// caller.
+// " : " and `operation`; with an empty `operation` it is the error text alone. The caller is the
+// one who throws it.
 [[nodiscard]] std::runtime_error ErrnoError(int errorNumber, std::string_view operation = {});
 
 }  // namespace MiscUtils
