@@ -1,0 +1,66 @@
+// The classic capture file format, defined once: the reader, the writer, the pcap-ng layer (which
+// delivers its packets in this form) and the tests share it.
+//
+// A file is a global header of 24 bytes, then records: a header of 16 bytes and the captured bytes
+// of the packet. Multi-byte fields are in the byte order of the machine that wrote the file, which
+// the magic number tells. Described in pcap-savefile(5) and the capture-file draft
+// (draft-ietf-opsawg-pcap).
+
+#pragma once
+
+#include <cstdint>
+
+namespace ClassicFormat {
+
+// The magic number as a little-endian machine reads it.
+inline constexpr std::uint32_t kMagic = 0xA1B2C3D4;
+inline constexpr std::uint32_t kMagicSwapped = 0xD4C3B2A1;
+// The first four bytes of a pcap-ng file: its Section Header Block type, the same in both orders.
+inline constexpr std::uint32_t kMagicPcapNg = 0x0A0D0D0A;
+
+inline constexpr std::uint16_t kVersionMajor = 2;
+inline constexpr std::uint16_t kVersionMinor = 4;
+inline constexpr std::uint32_t kSnapLen = 65535;  // what the writer declares
+inline constexpr std::uint32_t kLinkTypeEthernet = 1;
+
+struct FileHeader {
+    std::uint32_t magic;
+    std::uint16_t versionMajor;
+    std::uint16_t versionMinor;
+    std::int32_t thisZone;  // seconds between local time and UTC; 0 in practice
+    std::uint32_t sigFigs;  // accuracy of timestamps; 0 in practice
+    std::uint32_t snapLen;  // largest captured length, bytes
+    std::uint32_t linkType;
+};
+static_assert(sizeof(FileHeader) == 24);
+
+struct RecordHeader {
+    std::int32_t tsSec;     // seconds since 1970-01-01 UTC
+    std::int32_t tsUsec;    // microseconds within the second
+    std::uint32_t inclLen;  // captured length: the bytes that follow this header
+    std::uint32_t origLen;  // length of the packet on the wire
+};
+static_assert(sizeof(RecordHeader) == 16);
+
+constexpr std::uint32_t Swapped(std::uint32_t value) {
+    return __builtin_bswap32(value);
+}
+
+// A header of the other byte order, each field reversed within itself.
+constexpr FileHeader Swapped(const FileHeader& header) {
+    return {Swapped(header.magic),
+            __builtin_bswap16(header.versionMajor),
+            __builtin_bswap16(header.versionMinor),
+            static_cast<std::int32_t>(Swapped(static_cast<std::uint32_t>(header.thisZone))),
+            Swapped(header.sigFigs),
+            Swapped(header.snapLen),
+            Swapped(header.linkType)};
+}
+
+constexpr RecordHeader Swapped(const RecordHeader& header) {
+    return {static_cast<std::int32_t>(Swapped(static_cast<std::uint32_t>(header.tsSec))),
+            static_cast<std::int32_t>(Swapped(static_cast<std::uint32_t>(header.tsUsec))),
+            Swapped(header.inclLen), Swapped(header.origLen)};
+}
+
+}  // namespace ClassicFormat
