@@ -1,0 +1,113 @@
+// Small owners of what the system hands out: each gives its one thing back at the end of its scope,
+// on every path, and leaves errno as it found it, so that the error of a failed call outlives the
+// clean-up behind it.
+//
+// Example:
+//     const UniqueFd source(open(path, O_RDONLY));
+//     if (!source) throw MiscUtils::ErrnoError(errno, path);
+//
+// An owner belongs to one thread at a time. The umask belongs to the whole process: see
+// ScopedUmask.
+
+#pragma once
+
+#include <cerrno>
+#include <cstdio>
+#include <memory>
+#include <utility>
+
+#include <dirent.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace MiscUtils {
+
+// Puts errno back to its value at construction.
+class ScopedErrno {
+ public:
+    ScopedErrno() noexcept : saved_(errno) {}
+    ~ScopedErrno() { errno = saved_; }
+    ScopedErrno(const ScopedErrno&) = delete;
+    ScopedErrno(ScopedErrno&&) = delete;
+    ScopedErrno& operator=(const ScopedErrno&) = delete;
+    ScopedErrno& operator=(ScopedErrno&&) = delete;
+
+ private:
+    int saved_;
+};
+
+// Owns a file descriptor; a negative number is "none". Moving leaves the source with none.
+class UniqueFd {
+ public:
+    UniqueFd() noexcept = default;
+    explicit UniqueFd(int fd) noexcept : fd_(fd) {}
+    UniqueFd(const UniqueFd&) = delete;
+    UniqueFd& operator=(const UniqueFd&) = delete;
+    UniqueFd(UniqueFd&& other) noexcept : fd_(other.Release()) {}
+    UniqueFd& operator=(UniqueFd&& other) noexcept {
+        Reset(other.Release());
+        return *this;
+    }
+    ~UniqueFd() { Reset(); }
+
+    [[nodiscard]] int Get() const noexcept { return fd_; }
+    explicit operator bool() const noexcept { return fd_ >= 0; }
+
+    // Closes what is held, if anything, and takes `fd` instead. The result of close() is passed
+    // over: whoever needs it calls close(owner.Release()).
+    void Reset(int fd = -1) noexcept {
+        if (fd_ >= 0) {
+            const ScopedErrno keepErrno;
+            static_cast<void>(close(fd_));
+        }
+        fd_ = fd;
+    }
+
+    // Hands the descriptor over to the caller, who closes it from now on.
+    [[nodiscard]] int Release() noexcept { return std::exchange(fd_, -1); }
+
+ private:
+    int fd_ = -1;
+};
+
+namespace detail {
+
+struct CloseFile {
+    void operator()(std::FILE* file) const noexcept {
+        const ScopedErrno keepErrno;
+        static_cast<void>(std::fclose(file));
+    }
+};
+
+struct CloseDir {
+    void operator()(DIR* directory) const noexcept {
+        const ScopedErrno keepErrno;
+        static_cast<void>(closedir(directory));
+    }
+};
+
+}  // namespace detail
+
+// Owns a stdio stream. A writer who must know whether the last bytes went out calls
+// fclose(file.release()) and looks at the result; the owner itself passes it over.
+using UniqueFile = std::unique_ptr<std::FILE, detail::CloseFile>;
+
+// Owns an open directory.
+using UniqueDir = std::unique_ptr<DIR, detail::CloseDir>;
+
+// Sets the umask and puts the previous one back. The umask is one per process: a file that another
+// thread creates meanwhile gets it too, so the scope is kept to the one call that needs it.
+class ScopedUmask {
+ public:
+    explicit ScopedUmask(mode_t mask) noexcept : previous_(umask(mask)) {}
+    ~ScopedUmask() { umask(previous_); }
+    ScopedUmask(const ScopedUmask&) = delete;
+    ScopedUmask(ScopedUmask&&) = delete;
+    ScopedUmask& operator=(const ScopedUmask&) = delete;
+    ScopedUmask& operator=(ScopedUmask&&) = delete;
+
+ private:
+    mode_t previous_;
+};
+
+}  // namespace MiscUtils
