@@ -1,0 +1,10 @@
+// seamtool: several captures in, one classic capture out.
+
+#include "app/driver.h"
+#include "app/process_setup.h"
+
+int main(int argc, char** argv) {
+    ReserveStandardDescriptors();
+    RaiseOpenFileLimit();
+    return RunDriver(argc, argv);
+}

@@ -1,0 +1,116 @@
+#include "tests/support/capture_builder.h"
+
+#include <stdexcept>
+
+#include <bzlib.h>
+#include <zlib.h>
+
+namespace {
+
+template <typename Value>
+std::string Raw(const Value& value) {
+    return {reinterpret_cast<const char*>(&value), sizeof value};
+}
+
+std::string BigEndian32(std::uint32_t value) {
+    return Raw(ClassicFormat::Swapped(value));
+}
+
+}  // namespace
+
+CaptureBuilder& CaptureBuilder::BigEndian() {
+    m_Swap = true;
+    return *this;
+}
+
+CaptureBuilder& CaptureBuilder::Magic(std::uint32_t magic) {
+    m_Header.magic = magic;
+    return *this;
+}
+
+CaptureBuilder& CaptureBuilder::LinkType(std::uint32_t linkType) {
+    m_Header.linkType = linkType;
+    return *this;
+}
+
+CaptureBuilder& CaptureBuilder::Record(std::int32_t sec, std::int32_t usec, std::string_view data) {
+    const auto length = static_cast<std::uint32_t>(data.size());
+    return Record(sec, usec, length, length, data);
+}
+
+CaptureBuilder& CaptureBuilder::Record(std::int32_t sec, std::int32_t usec, std::uint32_t inclLen,
+                                       std::uint32_t origLen, std::string_view data) {
+    const ClassicFormat::RecordHeader header{sec, usec, inclLen, origLen};
+    m_Records += Raw(m_Swap ? Swapped(header) : header);
+    m_Records += data;
+    return *this;
+}
+
+std::string CaptureBuilder::Bytes() const {
+    return Raw(m_Swap ? Swapped(m_Header) : m_Header) + m_Records;
+}
+
+PcapNgBuilder::PcapNgBuilder(std::uint16_t linkType, std::uint8_t ticksPerSecondPower) {
+    // Section Header Block: byte-order magic, version 1.0, unknown section length.
+    Block(0x0A0D0D0A, Raw(0x1A2B3C4DU) + Raw(std::uint16_t{1}) + Raw(std::uint16_t{0}) +
+                          Raw(~std::uint64_t{0}));
+    // Interface Description Block with the option if_tsresol (9) and the end of options.
+    std::string resolution = Raw(std::uint16_t{9}) + Raw(std::uint16_t{1});
+    resolution += static_cast<char>(ticksPerSecondPower);
+    resolution += std::string(3, '\0') + Raw(std::uint32_t{0});
+    Block(1, Raw(linkType) + Raw(std::uint16_t{0}) + Raw(std::uint32_t{65535}) + resolution);
+}
+
+PcapNgBuilder& PcapNgBuilder::Packet(std::uint64_t ticks, std::string_view data) {
+    const auto length = static_cast<std::uint32_t>(data.size());
+    Block(6, Raw(std::uint32_t{0}) + Raw(static_cast<std::uint32_t>(ticks >> 32)) +
+                 Raw(static_cast<std::uint32_t>(ticks)) + Raw(length) + Raw(length) +
+                 std::string(data));
+    return *this;
+}
+
+void PcapNgBuilder::Block(std::uint32_t type, std::string body) {
+    body.resize((body.size() + 3) / 4 * 4);
+    const auto total = static_cast<std::uint32_t>(body.size() + 12);
+    m_Bytes += Raw(type) + Raw(total) + body + Raw(total);
+}
+
+std::string Gzip(std::string_view bytes) {
+    z_stream stream{};
+    std::string out(compressBound(bytes.size()) + 64, '\0');
+    if (deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY) !=
+        Z_OK) {
+        throw std::runtime_error("deflateInit2");
+    }
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes.data()));
+    stream.avail_in = static_cast<uInt>(bytes.size());
+    stream.next_out = reinterpret_cast<Bytef*>(out.data());
+    stream.avail_out = static_cast<uInt>(out.size());
+    if (deflate(&stream, Z_FINISH) != Z_STREAM_END) {
+        throw std::runtime_error("deflate");
+    }
+    out.resize(stream.total_out);
+    deflateEnd(&stream);
+    return out;
+}
+
+std::string Bzip2(std::string_view bytes) {
+    auto length = static_cast<unsigned>(bytes.size() + bytes.size() / 50 + 1024);
+    std::string out(length, '\0');
+    if (BZ2_bzBuffToBuffCompress(out.data(), &length, const_cast<char*>(bytes.data()),
+                                 static_cast<unsigned>(bytes.size()), 9, 0, 0) != BZ_OK) {
+        throw std::runtime_error("BZ2_bzBuffToBuffCompress");
+    }
+    out.resize(length);
+    return out;
+}
+
+std::string Frame(std::uint16_t type, std::uint32_t source, std::uint32_t destination,
+                  std::size_t size, char fill) {
+    std::string frame(12, '\x02');
+    frame += static_cast<char>(type >> 8);
+    frame += static_cast<char>(type & 0xFF);
+    frame += std::string(12, fill) + BigEndian32(source) + BigEndian32(destination);
+    frame.resize(size, fill);
+    return frame;
+}

@@ -1,0 +1,52 @@
+// Makes capture files for the tests, byte by byte: classic ones and pcap-ng ones, and compressed.
+
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "iowrap/classic_format.h"
+
+// std::string bytes = CaptureBuilder().BigEndian().Record(100, 900000, "frame").Bytes();
+class CaptureBuilder {
+ public:
+    // These shape the global header, so they come before the records.
+    CaptureBuilder& BigEndian();
+    CaptureBuilder& Magic(std::uint32_t magic);
+    CaptureBuilder& LinkType(std::uint32_t linkType);
+
+    CaptureBuilder& Record(std::int32_t sec, std::int32_t usec, std::string_view data);
+    // A record header that need not tell the truth about the data behind it.
+    CaptureBuilder& Record(std::int32_t sec, std::int32_t usec, std::uint32_t inclLen,
+                           std::uint32_t origLen, std::string_view data);
+
+    [[nodiscard]] std::string Bytes() const;
+
+ private:
+    bool m_Swap = false;
+    ClassicFormat::FileHeader m_Header{ClassicFormat::kMagic, 2, 4, 0, 0, 65535, 1};
+    std::string m_Records;
+};
+
+// A little-endian pcap-ng section with one interface.
+class PcapNgBuilder {
+ public:
+    // `ticksPerSecondPower` is the resolution: 6 for microseconds, 9 for nanoseconds.
+    explicit PcapNgBuilder(std::uint16_t linkType = 1, std::uint8_t ticksPerSecondPower = 6);
+    PcapNgBuilder& Packet(std::uint64_t ticks, std::string_view data);
+    [[nodiscard]] const std::string& Bytes() const { return m_Bytes; }
+
+ private:
+    void Block(std::uint32_t type, std::string body);
+
+    std::string m_Bytes;
+};
+
+[[nodiscard]] std::string Gzip(std::string_view bytes);
+[[nodiscard]] std::string Bzip2(std::string_view bytes);
+
+// An Ethernet frame of at least 34 bytes with the given type and IPv4 addresses, filled up with
+// `fill`.
+[[nodiscard]] std::string Frame(std::uint16_t type, std::uint32_t source, std::uint32_t destination,
+                                std::size_t size = 60, char fill = '.');
