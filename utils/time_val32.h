@@ -15,6 +15,7 @@ struct TimeVal32 {
     std::int32_t usec = 0;  // 0..999999 in valid data; captures may hold anything
 
     // By seconds, then by microseconds, as signed numbers.
+    // NOLINTNEXTLINE(modernize-use-nullptr): a false alarm on what the compiler generates
     friend constexpr auto operator<=>(const TimeVal32&, const TimeVal32&) = default;
 
     [[nodiscard]] constexpr bool IsZero() const { return sec == 0 && usec == 0; }
