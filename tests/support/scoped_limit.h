@@ -1,0 +1,45 @@
+// Faults that the system makes on demand: a resource limit for the length of a scope.
+
+#pragma once
+
+#include <csignal>
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+namespace test_support {
+
+// Lowers a soft limit. RLIMIT_FSIZE stands for a full disk: a write across the limit is cut short
+// and the next one fails with EFBIG (the signal that goes with it is ignored). Keep the scope to
+// the call under test: it holds for the test's own output as well.
+class ScopedLimit {
+ public:
+    ScopedLimit(__rlimit_resource_t resource, rlim_t limit)
+        : resource_(resource), oldHandler_(std::signal(SIGXFSZ, SIG_IGN)) {
+        getrlimit(resource_, &old_);
+        const rlimit lowered{.rlim_cur = limit, .rlim_max = old_.rlim_max};
+        setrlimit(resource_, &lowered);
+    }
+    ~ScopedLimit() {
+        setrlimit(resource_, &old_);
+        std::signal(SIGXFSZ, oldHandler_);
+    }
+    ScopedLimit(const ScopedLimit&) = delete;
+    ScopedLimit(ScopedLimit&&) = delete;
+    ScopedLimit& operator=(const ScopedLimit&) = delete;
+    ScopedLimit& operator=(ScopedLimit&&) = delete;
+
+ private:
+    __rlimit_resource_t resource_;
+    rlimit old_{};
+    void (*oldHandler_)(int);
+};
+
+// The RLIMIT_NOFILE under which `more` further descriptors can be opened (0 or 1).
+inline rlim_t DescriptorsAllowing(int more) {
+    const int lowestFree = dup(0);
+    close(lowestFree);
+    return static_cast<rlim_t>(lowestFree + more);
+}
+
+}  // namespace test_support
