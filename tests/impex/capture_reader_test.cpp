@@ -1,0 +1,333 @@
+#include <cerrno>
+#include <filesystem>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "impex/impex_libpcap.h"
+#include "tests/support/capture_builder.h"
+#include "tests/support/log_text.h"
+#include "tests/support/temp_dir.h"
+
+namespace {
+
+const std::string kLittle = "INFO  Playing Little Endian (Most common type)  TCP Dump file";
+const std::string kBig = "INFO  Playing Big Endian TCP Dump file";
+const std::string kPcapNg = "INFO  Found a PCAP NG file - Switching IOWrap to PCAPNG";
+const std::string kNoHeader = "ERROR Cant read pcap header";
+const std::string kWarning = "WARN  Set position at 1st packet past file header";
+
+struct Record {
+    PacketHeader header;
+    std::string data;
+};
+
+// The records that are left.
+std::vector<Record> ReadAll(CImpex_Libpcap& input) {
+    std::vector<Record> records;
+    PacketHeader* header = nullptr;
+    std::uint8_t* data = nullptr;
+    while (input.ReadNext(&header, &data)) {
+        const RecordHeader ownedHeader(header);
+        const RecordData ownedData(data);
+        records.push_back({*header, std::string(reinterpret_cast<char*>(data), header->caplen)});
+    }
+    return records;
+}
+
+std::string FirstRecord(bool bigEndian, std::int32_t sec, std::int32_t usec, std::uint32_t incl,
+                        std::uint32_t orig) {
+    CaptureBuilder builder;
+    return (bigEndian ? builder.BigEndian() : builder).Record(sec, usec, incl, orig, "").Bytes();
+}
+
+TEST(OpenInputTest, ChecksTheFirstRecord) {
+    struct Row {
+        std::int32_t sec;
+        std::int32_t usec;
+        std::uint32_t inclLen;
+        std::uint32_t origLen;
+        int code;  // 0: accepted
+    };
+    const Row rows[] = {
+        {0, 0, 60, 60, 0},
+        {0, 0, 61, 60, 1},
+        {0, 0, 96, 1514, 0},
+        {-1, 0, 60, 60, 2},
+        {INT32_MIN, 0, 60, 60, 2},
+        {INT32_MAX, 0, 60, 60, 0},
+        {0, 1000000, 60, 60, 0},
+        {0, 1000001, 60, 60, 2},
+        {0, -1, 60, 60, 0},
+        {0, 0, 65535, 65535, 4},
+        {0, 0, 65536, 65536, 3},
+        {0, 0, 70000, 70000, 3},
+        {0, 0, 16383, 16383, 0},
+        {0, 0, 16384, 16384, 4},
+        {0, 0, 96, 16383, 0},
+        {0, 0, 96, 16384, 4},
+        {0, 0, 0, 0, 0},
+        {-1, 0, 61, 60, 1},
+        {-1, 0, 70000, 70000, 2},
+        {0, 0, 96, 0x80000000U, 4},
+        {0, 0, 0xFFFFFFFFU, 60, 1},
+    };
+    for (const bool bigEndian : {false, true}) {
+        for (const Row& row : rows) {
+            SCOPED_TRACE(testing::Message() << row.sec << "." << row.usec << " " << row.inclLen
+                                            << "/" << row.origLen << (bigEndian ? " swapped" : ""));
+            const TempDir directory;
+            const std::string path = directory.Write(
+                "in", FirstRecord(bigEndian, row.sec, row.usec, row.inclLen, row.origLen));
+            const LogTail log;
+            CImpex_Libpcap input;
+            EXPECT_EQ(input.OpenInput(path), row.code == 0);
+            std::vector<std::string> expected = {bigEndian ? kBig : kLittle};
+            if (row.code != 0) {
+                expected.push_back("ERROR Corrupted PCAP file (Code " + std::to_string(row.code) +
+                                   ")");
+            }
+            EXPECT_EQ(log.Lines(), expected);
+        }
+    }
+}
+
+TEST(OpenInputTest, AcceptsFiveLinkTypes) {
+    const std::pair<std::uint32_t, bool> rows[] = {
+        {0, true},           {1, true},    {2, false},   {11, false},          {12, true},
+        {13, false},         {100, false}, {101, true},  {102, false},         {105, false},
+        {112, false},        {113, true},  {114, false}, {0x7FFFFFFFU, false}, {0x80000000U, false},
+        {0xFFFFFFFFU, false}};
+    for (const auto& [linkType, accepted] : rows) {
+        for (const bool bigEndian : {false, true}) {
+            SCOPED_TRACE(linkType);
+            const TempDir directory;
+            CaptureBuilder builder;
+            (bigEndian ? builder.BigEndian() : builder).LinkType(linkType);
+            const std::string path = directory.Write("in", builder.Bytes());
+            const LogTail log;
+            CImpex_Libpcap input;
+            EXPECT_EQ(input.OpenInput(path), accepted);
+            EXPECT_EQ(input.GetLinkType(), static_cast<std::int32_t>(linkType));
+            if (!accepted) {
+                EXPECT_EQ(log.Lines().back(),
+                          "ERROR Unsupported link type found " +
+                              std::to_string(static_cast<std::int32_t>(linkType)) +
+                              " (must be ip,ethernet,linuxsll)");
+            }
+        }
+    }
+}
+
+TEST(OpenInputTest, RecognisesFormatsByMagicAndStorageBySuffix) {
+    const std::string classic = CaptureBuilder().Bytes();
+    const std::string badMagic = "ERROR Unrecognized PCAP file format, bad magic number 0x";
+    struct Row {
+        const char* file;
+        std::string bytes;
+        bool opens;
+        std::vector<std::string> log;  // "@" stands for the path
+    };
+    const std::string noPackets = PcapNgBuilder().Bytes();
+    const Row rows[] = {
+        {"little", classic, true, {kLittle}},
+        {"big", CaptureBuilder().BigEndian().Bytes(), true, {kBig}},
+        {"nanoseconds",
+         CaptureBuilder().Magic(0xA1B23C4D).Bytes(),
+         false,
+         {badMagic + "a1b23c4d : @"}},
+        {"text", "#!/bin/sh and some more text", false, {badMagic + "622f2123 : @"}},
+        {"23 bytes", classic.substr(0, 23), false, {kNoHeader}},
+        {"empty", "", false, {kNoHeader}},
+        {"next", PcapNgBuilder(105).Packet(1, "x").Bytes(), true, {kPcapNg}},
+        {"no packets", noPackets, true, {kPcapNg, kWarning}},
+        {"a.gz", Gzip(classic), true, {kLittle}},
+        {"plain.gz", classic, true, {kLittle}},
+        {"a.GZ", Gzip(classic), false, {badMagic + "88b1f : @"}},
+        {"a.bz2", Bzip2(classic + "x"), true, {kLittle}},
+        {"a.bzip2", Bzip2(classic + "x"), true, {kLittle}},
+        {"header only.bz2", Bzip2(classic), false, {kNoHeader}},
+        {"plain.bz2", classic, false, {kNoHeader}},
+        {"a.bz", Bzip2(classic) + classic, false, {badMagic + "39685a42 : @"}},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.file);
+        const TempDir directory;
+        const std::string path = directory.Write(row.file, row.bytes);
+        const LogTail log;
+        CImpex_Libpcap input;
+        EXPECT_EQ(input.OpenInput(path), row.opens);
+        std::vector<std::string> expected = row.log;
+        if (expected[0].ends_with("@")) {
+            expected[0].replace(expected[0].size() - 1, 1, path);
+        }
+        EXPECT_EQ(log.Lines(), expected);
+        EXPECT_EQ(input.GetLinkType(), 1);
+    }
+}
+
+// A suffix counts only behind something: a name that is nothing but the suffix is a plain file.
+TEST(OpenInputTest, TakesABareSuffixForAName) {
+    const TempDir directory;
+    const int home = open(".", O_RDONLY);
+    ASSERT_EQ(chdir(directory.Path().c_str()), 0);
+    const std::string classic = CaptureBuilder().Bytes();
+    for (const char* const name : {".gz", ".bz2", ".bzip2"}) {
+        directory.Write(name, std::string(name) == ".gz" ? Gzip(classic) : Bzip2(classic + "x"));
+        const LogTail log;
+        CImpex_Libpcap input;
+        EXPECT_FALSE(input.OpenInput(name));
+        EXPECT_TRUE(log.Lines()[0].starts_with("ERROR Unrecognized PCAP file format")) << name;
+    }
+    ASSERT_EQ(fchdir(home), 0);
+    close(home);
+}
+
+TEST(OpenInputTest, NamesWhatCannotBeOpened) {
+    const TempDir directory;
+    const std::pair<const char*, const char*> rows[] = {{"a.pcap", "No such file or directory"},
+                                                        {"a.pcap.gz", "Success"},
+                                                        {"a.pcap.bz2", "Success"}};
+    for (const auto& [name, error] : rows) {
+        const std::string path = directory.Path(name);
+        const LogTail log;
+        CImpex_Libpcap input;
+        EXPECT_FALSE(input.OpenInput(path));
+        EXPECT_EQ(log.Lines(), (std::vector<std::string>{"ERROR Cant Open dump file " + path +
+                                                         " error = " + error}));
+    }
+    // Compressed pcap-ng is recognised, but libpcap then opens the file itself.
+    const std::string path = directory.Write("a.gz", Gzip(PcapNgBuilder().Packet(1, "x").Bytes()));
+    const LogTail log;
+    CImpex_Libpcap input;
+    EXPECT_FALSE(input.OpenInput(path));
+    ASSERT_EQ(log.Lines().size(), 2U);
+    EXPECT_EQ(log.Lines()[0], kPcapNg);
+    EXPECT_TRUE(
+        log.Lines()[1].starts_with("ERROR Cant Open dump PCAP NG file " + path + " error = "));
+}
+
+TEST(ReadNextTest, DeliversTheSameRecordsInEveryForm) {
+    const auto build = [](CaptureBuilder builder) {
+        return builder.Record(7, 1, 3, 60, "one")
+            .Record(-5, -6, "two")
+            .Record(9, 3, "three")
+            .Bytes();
+    };
+    const std::string little = build(CaptureBuilder());
+    const std::pair<const char*, std::string> rows[] = {
+        {"little", little},
+        {"big", build(CaptureBuilder().BigEndian())},
+        {"a.gz", Gzip(little)},
+        {"a.bz2", Bzip2(little + "more")}};
+    for (const auto& [name, bytes] : rows) {
+        SCOPED_TRACE(name);
+        const TempDir directory;
+        CImpex_Libpcap input;
+        ASSERT_TRUE(input.OpenInput(directory.Write(name, bytes)));
+        const auto records = ReadAll(input);
+        ASSERT_EQ(records.size(), 3U);
+        EXPECT_EQ(records[0].header.ts.tv_sec, 7);
+        EXPECT_EQ(records[0].header.ts.tv_usec, 1);
+        EXPECT_EQ(records[0].header.caplen, 3U);
+        EXPECT_EQ(records[0].header.len, 60U);
+        EXPECT_EQ(records[1].header.ts.tv_sec, -5) << "sign-extended";
+        EXPECT_EQ(records[1].header.ts.tv_usec, -6);
+        EXPECT_EQ(records[0].data + records[1].data + records[2].data, "onetwothree");
+        EXPECT_EQ(input.m_Packets, 3U);
+        EXPECT_EQ(input.m_Bytes, 11U);
+        input.CloseInput();
+        input.CloseInput();
+        EXPECT_EQ(input.m_Packets, 3U);
+    }
+}
+
+TEST(ReadNextTest, TellsHowAnInputEnds) {
+    const std::string first = CaptureBuilder().Record(1, 2, "first").Bytes();
+    const std::string header = CaptureBuilder().Record(3, 4, 0, 0, "").Bytes().substr(24);
+    const std::string claim = CaptureBuilder().Record(3, 4, 9, 9, "cut").Bytes().substr(24);
+    const std::string hugeClaim = CaptureBuilder().Record(3, 4, ~0U, ~0U, "x").Bytes().substr(24);
+    const std::string clean = "INFO  Reached EOF for this IOW  pkts=1,bytes=5";
+    const std::string cut = "DEBUG Offline : Finished with current pcap file";
+    struct Row {
+        const char* name;
+        const char* file;
+        std::string bytes;
+        std::size_t records;
+        std::string log;  // how the last line begins
+    };
+    const Row rows[] = {
+        {"whole", "a", first, 1, clean},
+        {"cut header", "a", first + header.substr(0, 15), 1, clean},
+        {"cut payload", "a", first + claim, 1, cut},
+        {"no captured bytes, plain", "a", first + header + header, 1,
+         "ERROR Error reading pcap payload   error = "},
+        {"no captured bytes, gzip", "a.gz", Gzip(first + header + header), 3,
+         "INFO  Reached EOF for this IOW  pkts=3,bytes=5"},
+        {"no captured bytes, bzip2", "a.bz2", Bzip2(first + header + header + "x"), 3,
+         "INFO  Reached EOF for this IOW  pkts=3,bytes=5"},
+        {"stream end with the payload", "a.bz2", Bzip2(first), 0, cut},
+        {"stream end with a header", "a.bz2", Bzip2(first + header), 1, clean},
+        {"gzip cut in a payload", "a.gz", Gzip(first + claim), 1, cut},
+        {"claims 4 GiB, gzip", "a.gz", Gzip(first + hugeClaim), 1,
+         "ERROR Error reading pcap payload   error = Success"},
+        {"claims 4 GiB, bzip2", "a.bz2", Bzip2(first + hugeClaim), 1,
+         "ERROR Error reading pcap payload   error = Unknown error -2"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        const TempDir directory;
+        CImpex_Libpcap input;
+        ASSERT_TRUE(input.OpenInput(directory.Write(row.file, row.bytes)));
+        const LogTail log;
+        EXPECT_EQ(ReadAll(input).size(), row.records);
+        ASSERT_EQ(log.Lines().size(), 1U);
+        EXPECT_EQ(log.Lines()[0].substr(0, row.log.size()), row.log);
+    }
+}
+
+TEST(ReadNextTest, LimitsOnlyTheFirstRecord) {
+    const TempDir directory;
+    const std::string bytes = CaptureBuilder()
+                                  .Record(1, 0, "x")
+                                  .Record(-1, 2000000, 65000, 10, std::string(65000, 'y'))
+                                  .Bytes();
+    CImpex_Libpcap input;
+    ASSERT_TRUE(input.OpenInput(directory.Write("in", bytes)));
+    EXPECT_EQ(ReadAll(input).size(), 2U);
+    EXPECT_EQ(input.m_Bytes, 65001U);
+}
+
+TEST(ReadNextTest, LeavesItsArgumentsAloneWithoutARecord) {
+    PacketHeader header{};
+    std::uint8_t byte = 0;
+    PacketHeader* pHeader = &header;
+    std::uint8_t* pData = &byte;
+    const TempDir directory;
+    CImpex_Libpcap input;
+    EXPECT_FALSE(input.ReadNext(&pHeader, &pData)) << "nothing was opened";
+    EXPECT_EQ(input.ReadRecordTimestamp(), ~std::uint64_t{0});
+    ASSERT_TRUE(input.OpenInput(directory.Write("in", CaptureBuilder().Bytes())));
+    EXPECT_FALSE(input.ReadNext(&pHeader, &pData));
+    EXPECT_EQ(pHeader, &header);
+    EXPECT_EQ(pData, &byte);
+}
+
+TEST(ReadRecordTimestampTest, ReadsOneHeaderAndNoPayload) {
+    for (const bool bigEndian : {false, true}) {
+        const TempDir directory;
+        CaptureBuilder builder;
+        // The payload of the first record looks like the header of another.
+        (bigEndian ? builder.BigEndian() : builder)
+            .Record(0x11223344, 0x000A0B0C, 16, 16, "")
+            .Record(-2, -3, 0, 0, "");
+        CImpex_Libpcap input;
+        ASSERT_TRUE(input.OpenInput(directory.Write("in", builder.Bytes())));
+        EXPECT_EQ(input.ReadRecordTimestamp(), 0x000A0B0C'11223344U);
+        EXPECT_EQ(input.ReadRecordTimestamp(), 0xFFFFFFFD'FFFFFFFEU);
+        EXPECT_EQ(input.ReadRecordTimestamp(), ~std::uint64_t{0});
+    }
+}
+
+}  // namespace
