@@ -91,9 +91,9 @@ void WriteSquished(CImpex_Libpcap& writer, InputCursor& cursor, const TimeVal32&
     if (extraCopies > 0 && LooksLikeIpv4(header, cursor.data.get())) {
         WriteCopies(writer, header, cursor.data.get());
         const auto copies = static_cast<std::uint32_t>(extraCopies);
+        const std::uint32_t copiedBytes = copies * header.caplen;  // 32 bits, which wrap
         job.packetsWritten += copies;
-        job.bytesWritten +=
-            copies * header.caplen;  // a 32-bit product, as the field's users expect
+        job.bytesWritten += copiedBytes;
     }
 }
 
