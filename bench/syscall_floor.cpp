@@ -26,7 +26,6 @@ void WriteOrStop(int output, const void* bytes, std::size_t count) {
     }
 }
 
-// `read` delivers exactly so many bytes, or false.
 template <typename Read>
 void Copy(Read read, int output) {
     ClassicFormat::FileHeader skipped{};
