@@ -1,8 +1,6 @@
-// What no program that does seamtool's work can avoid: the reads of each record's header and
-// payload, and one write each. No choice among inputs, no allocation, no log; the inputs follow one
-// another. The benchmark sets seamtool beside it.
-//
-// Usage: syscall_floor input... output        Inputs that end in .gz are inflated.
+// What no program that does seamtool's work can avoid: reading each record and two writes. No
+// choice among inputs, no allocation, no log. Usage: syscall_floor input... output (.gz inputs are
+// inflated)
 
 #include <array>
 #include <cstdint>
