@@ -5,7 +5,7 @@ target_include_directories(velora_flags INTERFACE ${PROJECT_SOURCE_DIR})
 
 target_compile_options(velora_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wcast-align -Wcast-qual
-  -Wformat=2 -Wno-format-y2k -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual -Wnull-dereference)
+  -Wformat=2 -Wno-format-y2k -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual)
 if(VELORA_WERROR)
   target_compile_options(velora_flags INTERFACE -Werror)
 endif()
