@@ -172,7 +172,7 @@ bool CImpex_Libpcap::ReadRecordHeader(ClassicFormat::RecordHeader& header) {
     return true;
 }
 
-bool CImpex_Libpcap::ReadPayload(RecordData& data, std::uint32_t length) {
+bool CImpex_Libpcap::ReadPayload(DataBlock& data, std::uint32_t length) {
     data.reset(static_cast<std::uint8_t*>(scalable_malloc(length)));
     int error = ENOMEM;
     if (data) {
@@ -204,7 +204,7 @@ bool CImpex_Libpcap::ReadNext(PacketHeader** header, std::uint8_t** data) {
         }
         return false;
     }
-    RecordData payload;
+    DataBlock payload;
     if (!ReadPayload(payload, record.inclLen)) {
         return false;
     }

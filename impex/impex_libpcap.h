@@ -9,8 +9,8 @@
 //         PacketHeader* header;
 //         std::uint8_t* data;
 //         while (input.ReadNext(&header, &data)) {
-//             RecordHeader ownedHeader(header);
-//             RecordData ownedData(data);
+//             HeaderBlock ownedHeader(header);
+//             DataBlock ownedData(data);
 //             ...
 //
 // Every failure is a false result and a line of VeloLogger::GlobalLogger; nothing is thrown but
@@ -86,7 +86,7 @@ class CImpex_Libpcap {
     bool CheckFirstRecord();
     void Rewind(const std::string& path);
     bool ReadRecordHeader(ClassicFormat::RecordHeader& header);
-    bool ReadPayload(RecordData& data, std::uint32_t length);
+    bool ReadPayload(DataBlock& data, std::uint32_t length);
     bool WriteOnce(const void* bytes, std::uint32_t count) const;
 
     std::int32_t m_LinkType;

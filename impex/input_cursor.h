@@ -19,8 +19,8 @@
 
 struct InputCursor {
     std::unique_ptr<CImpex_Libpcap> reader;
-    RecordHeader header;  // of the next record to write
-    RecordData data;      // its header->caplen captured bytes
+    HeaderBlock header;  // of the next record to write
+    DataBlock data;      // its header->caplen captured bytes
     std::string path;
 
     // The squish's own; zero in a merge.

@@ -2,7 +2,7 @@
 //
 // CImpex_Libpcap::ReadNext hands a record out as two blocks of the scalable allocator: its
 // PacketHeader and its captured bytes. They belong to the caller, who gives both back with
-// scalable_free; RecordHeader and RecordData do so by themselves.
+// scalable_free; HeaderBlock and DataBlock do so by themselves.
 
 #pragma once
 
@@ -23,5 +23,5 @@ struct ScalableFree {
     void operator()(void* block) const noexcept;
 };
 
-using RecordHeader = std::unique_ptr<PacketHeader, ScalableFree>;
-using RecordData = std::unique_ptr<std::uint8_t[], ScalableFree>;
+using HeaderBlock = std::unique_ptr<PacketHeader, ScalableFree>;
+using DataBlock = std::unique_ptr<std::uint8_t[], ScalableFree>;

@@ -29,8 +29,8 @@ std::vector<Record> ReadAll(CImpex_Libpcap& input) {
     PacketHeader* header = nullptr;
     std::uint8_t* data = nullptr;
     while (input.ReadNext(&header, &data)) {
-        const RecordHeader ownedHeader(header);
-        const RecordData ownedData(data);
+        const HeaderBlock ownedHeader(header);
+        const DataBlock ownedData(data);
         records.push_back({*header, std::string(reinterpret_cast<char*>(data), header->caplen)});
     }
     return records;
