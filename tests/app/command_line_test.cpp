@@ -9,8 +9,7 @@
 
 namespace {
 
-const std::string kUsage =
-    "Usage : seamtool [-squish|-squish10]  -r home-dir f1 f2 f3 f4 f5 ..  -out outfile \n";
+const std::string kUsage = "Usage : seamtool [-squish|-squish10]  -r home-dir f1 f2 f3 f4 f5 ..  -out outfile \n";
 
 bool IsUsage(const std::string& errors) {
     // A banner of 81 characters, then the usage line.
@@ -52,8 +51,7 @@ TEST(CommandLineTest, AnswersAMalformedLineWithTheUsage) {
 }
 
 TEST(CommandLineTest, PrintsTheVersionWhateverFollows) {
-    for (const Arguments& arguments :
-         {Arguments{"--version"}, Arguments{"--version", "extra", "-out", "x"}}) {
+    for (const Arguments& arguments : {Arguments{"--version"}, Arguments{"--version", "extra", "-out", "x"}}) {
         const ToolResult result = ToolRun()(arguments);
         EXPECT_EQ(result.exitStatus, 0) << result;
         EXPECT_EQ(result.output, "7.0.3205\n") << result;
@@ -82,10 +80,8 @@ TEST_P(ModesTest, RunsTheRightAlgorithm) {
     ToolRun run;
     std::filesystem::create_directory(run.directory.Path("sub"));
     for (const char* const folder : {"", "sub/"}) {
-        run.directory.Write(std::string(folder) + "in.pcap",
-                            CaptureBuilder().Record(100, 7, frame).Bytes());
-        run.directory.Write(std::string(folder) + "late.pcap",
-                            CaptureBuilder().Record(50000, 9, late).Bytes());
+        run.directory.Write(std::string(folder) + "in.pcap", CaptureBuilder().Record(100, 7, frame).Bytes());
+        run.directory.Write(std::string(folder) + "late.pcap", CaptureBuilder().Record(50000, 9, late).Bytes());
     }
     run.directory.Write("exists", "not to be touched");
 
@@ -121,8 +117,7 @@ const Row kModes[] = {
      {"in.pcap", "late.pcap", "-out", "x"},
      0,
      "",
-     {"DEBUG Impex(PCAP) Merger:  EOF: on late.pcap",
-      "DEBUG Impex(PCAP) Merger: Done pkts=2 bytes=120 f=x"},
+     {"DEBUG Impex(PCAP) Merger:  EOF: on late.pcap", "DEBUG Impex(PCAP) Merger: Done pkts=2 bytes=120 f=x"},
      "x",
      "merge"},
     {"squish",
@@ -139,13 +134,7 @@ const Row kModes[] = {
      {"DEBUG Impex(PCAP) Merger: Done pkts=12 bytes=720 f=x"},
      "x",
      "squish10"},
-    {"both_flags",
-     {"-squish", "-squish10", "in.pcap", "late.pcap", "-out", "x"},
-     0,
-     "",
-     {},
-     "x",
-     "squish"},
+    {"both_flags", {"-squish", "-squish10", "in.pcap", "late.pcap", "-out", "x"}, 0, "", {}, "x", "squish"},
     {"reversed_flags",
      {"-squish10", "-squish", "in.pcap", "late.pcap", "-out", "x"},
      0,
@@ -154,13 +143,7 @@ const Row kModes[] = {
      "x",
      "squish10"},
     {"home", {"-r", "sub", "in.pcap", "late.pcap", "-out", "x"}, 0, "", {}, "sub/x", "merge"},
-    {"squish_home",
-     {"-squish", "-r", "sub", "in.pcap", "late.pcap", "-out", "x"},
-     0,
-     "",
-     {},
-     "sub/x",
-     "squish"},
+    {"squish_home", {"-squish", "-r", "sub", "in.pcap", "late.pcap", "-out", "x"}, 0, "", {}, "sub/x", "squish"},
     {"both_home",
      {"-squish", "-squish10", "-r", "sub", "in.pcap", "late.pcap", "-out", "x"},
      0,

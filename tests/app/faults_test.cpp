@@ -18,8 +18,7 @@ void LimitFileSize(rlim_t bytes) {
     setrlimit(RLIMIT_FSIZE, &limit);
 }
 
-const std::string kWriteError =
-    "ERROR Write Error to intermediate file :  Error = 27 S = File too large";
+const std::string kWriteError = "ERROR Write Error to intermediate file :  Error = 27 S = File too large";
 
 // The limit holds for every file of the process, its log among them: so a record of filler comes
 // first and takes the output to a size that the log never reaches.
@@ -78,9 +77,8 @@ TEST_F(FullDiskTest, RefusesAnOutputWithoutRoomForItsHeader) {
     const ToolResult result = m_Run({"in", "-out", "/dev/full"});
     EXPECT_EQ(result.exitStatus, 253) << result;
     EXPECT_EQ(result.LogWith("ERROR"),
-              (std::vector<std::string>{
-                  "ERROR Cant write pcap file header",
-                  "ERROR Impex(PCAP) Merger: Unable to open output file /dev/full"}));
+              (std::vector<std::string>{"ERROR Cant write pcap file header",
+                                        "ERROR Impex(PCAP) Merger: Unable to open output file /dev/full"}));
 }
 
 TEST(KilledRunTest, LeavesABeginningOfWholeWrites) {
@@ -118,8 +116,7 @@ TEST(HostileInputTest, SurvivesARecordThatClaimsMoreThanThereIs) {
     const std::string first = CaptureBuilder().Record(1, 2, "first").Bytes();
     for (const std::uint32_t claim : {6U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
         ToolRun run;
-        run.directory.Write(
-            "in", first + CaptureBuilder().Record(3, 4, claim, 5, "data").Bytes().substr(24));
+        run.directory.Write("in", first + CaptureBuilder().Record(3, 4, claim, 5, "data").Bytes().substr(24));
         const ToolResult result = run({"in", "-out", "x"});
         EXPECT_EQ(result.exitStatus, 0) << result;
         EXPECT_EQ(run.directory.Read("x"), first);
@@ -130,8 +127,7 @@ TEST(HostileInputTest, SurvivesARecordThatClaimsMoreThanThereIs) {
 TEST(HostileInputTest, TakesAFailedAllocationForAFailedRead) {
     const std::string first = CaptureBuilder().Record(1, 2, "first").Bytes();
     ToolRun run;
-    run.directory.Write("in",
-                        first + CaptureBuilder().Record(3, 4, ~0U, 5, "data").Bytes().substr(24));
+    run.directory.Write("in", first + CaptureBuilder().Record(3, 4, ~0U, 5, "data").Bytes().substr(24));
     run.directory.Write("other", CaptureBuilder().Record(9, 9, "other").Bytes());
     if (IS_SANITIZED) {
         run.environment = {
@@ -145,11 +141,9 @@ TEST(HostileInputTest, TakesAFailedAllocationForAFailedRead) {
     }
     const ToolResult result = run({"in", "other", "-out", "x"});
     EXPECT_EQ(result.exitStatus, 0) << result;
-    EXPECT_EQ(run.directory.Read("x"),
-              CaptureBuilder().Record(1, 2, "first").Record(9, 9, "other").Bytes());
+    EXPECT_EQ(run.directory.Read("x"), CaptureBuilder().Record(1, 2, "first").Record(9, 9, "other").Bytes());
     EXPECT_EQ(result.LogWith("ERROR"),
-              (std::vector<std::string>{
-                  "ERROR Error reading pcap payload   error = Cannot allocate memory"}))
+              (std::vector<std::string>{"ERROR Error reading pcap payload   error = Cannot allocate memory"}))
         << result;
 }
 

@@ -31,13 +31,12 @@ TEST(WholeRunTest, ReadsEverySampleAndNothingElseReadsItsOutputDifferently) {
         const ToolResult result = run(all);
         ASSERT_EQ(result.exitStatus, 0) << result;
         EXPECT_TRUE(result.LogWith("ERROR").empty()) << result;
-        EXPECT_TRUE(RewrittenFromLibpcap(run.directory.Path("x")) == run.directory.Read("x"))
-            << mode;
+        EXPECT_TRUE(RewrittenFromLibpcap(run.directory.Path("x")) == run.directory.Read("x")) << mode;
         // A file header, and for each record a header and its bytes, as the summary line has it.
         std::size_t packets = 0;
         std::size_t bytes = 0;
-        ASSERT_EQ(sscanf(result.log.back().c_str(),
-                         "DEBUG Impex(PCAP) Merger: Done pkts=%zu bytes=%zu f=x", &packets, &bytes),
+        ASSERT_EQ(sscanf(result.log.back().c_str(), "DEBUG Impex(PCAP) Merger: Done pkts=%zu bytes=%zu f=x", &packets,
+                         &bytes),
                   2)
             << result;
         EXPECT_EQ(std::filesystem::file_size(run.directory.Path("x")), 24 + 16 * packets + bytes);
@@ -92,8 +91,7 @@ TEST(WholeRunTest, NeedsNoMoreMemoryForLongerInputs) {
         ToolRun run;
         std::ofstream file(run.directory.Path("in"), std::ios::binary);
         file << CaptureBuilder().Record(1, 0, "x").Bytes();
-        const std::string record =
-            CaptureBuilder().Record(2, 0, std::string(1500, 'x')).Bytes().substr(24);
+        const std::string record = CaptureBuilder().Record(2, 0, std::string(1500, 'x')).Bytes().substr(24);
         for (int count = 0; count < records; ++count) {
             file << record;
         }

@@ -42,8 +42,8 @@ class RandomInputs {
         const std::uint32_t source = Between(0, 1) == 0 ? kPrivate : kPublic;
         const std::uint32_t destination = Between(0, 1) == 0 ? kPrivate : kPublic;
         const int size = Between(0, 3) == 0 ? Between(0, 40) : Between(34, 90);
-        record.data = Frame(Between(0, 3) == 0 ? 0x0806 : 0x0800, source, destination,
-                            static_cast<std::size_t>(size), static_cast<char>(Between(0, 255)));
+        record.data = Frame(Between(0, 3) == 0 ? 0x0806 : 0x0800, source, destination, static_cast<std::size_t>(size),
+                            static_cast<char>(Between(0, 255)));
         record.origLen = static_cast<std::uint32_t>(size + Between(0, 20));
         return record;
     }
@@ -63,15 +63,13 @@ class RandomInputs {
         for (ModelRecord& record : records) {
             if (form == 4) {
                 record.origLen = static_cast<std::uint32_t>(record.data.size());
-                next.Packet(static_cast<std::uint64_t>(record.sec) * 1000000 +
-                                static_cast<std::uint64_t>(record.usec),
+                next.Packet(static_cast<std::uint64_t>(record.sec) * 1000000 + static_cast<std::uint64_t>(record.usec),
                             record.data);
                 // The resolution has no more than six digits: carry as the file does.
                 record.sec += record.usec / 1000000;
                 record.usec %= 1000000;
             } else {
-                classic.Record(record.sec, record.usec,
-                               static_cast<std::uint32_t>(record.data.size()), record.origLen,
+                classic.Record(record.sec, record.usec, static_cast<std::uint32_t>(record.data.size()), record.origLen,
                                record.data);
             }
         }
@@ -99,8 +97,8 @@ class RandomInputs {
 };
 
 // Holds a run against the model: file, counters, lines of log and standard output.
-void Compare(const RandomInputs& inputs, const ModelResult& expected,
-             const std::function<bool(MergeJob&)>& run, bool isSquish) {
+void Compare(const RandomInputs& inputs, const ModelResult& expected, const std::function<bool(MergeJob&)>& run,
+             bool isSquish) {
     const TempDir directory;
     MergeJob job(directory.Path("out"), inputs.paths);
     const LogTail log;
@@ -119,13 +117,10 @@ void Compare(const RandomInputs& inputs, const ModelResult& expected,
         expectedLog.push_back("DEBUG Impex(PCAP) Merger:  EOF: on " + inputs.paths[input]);
         expectedPrint += isSquish ? "EOF on " + inputs.paths[input] + ", bye ! \n" : "";
     }
-    expectedLog.push_back(
-        "DEBUG Impex(PCAP) Merger: Done pkts=" + std::to_string(expected.packets) +
-        " bytes=" + std::to_string(expected.bytes) + " f=" + job.outputPath);
+    expectedLog.push_back("DEBUG Impex(PCAP) Merger: Done pkts=" + std::to_string(expected.packets) +
+                          " bytes=" + std::to_string(expected.bytes) + " f=" + job.outputPath);
     std::vector<std::string> merger = log.Lines();
-    std::erase_if(merger, [](const std::string& line) {
-        return !line.starts_with("DEBUG Impex(PCAP) Merger");
-    });
+    std::erase_if(merger, [](const std::string& line) { return !line.starts_with("DEBUG Impex(PCAP) Merger"); });
     EXPECT_EQ(merger, expectedLog);
     EXPECT_EQ(printed, expectedPrint);
 }
@@ -142,8 +137,8 @@ TEST(AlgorithmsTest, AgreeWithTheNaiveModel) {
         }
         for (const int copies : {0, 10}) {
             Compare(
-                inputs, ModelSquish(inputs.delivered, copies),
-                [copies](MergeJob& job) { return Squish(job, copies); }, true);
+                inputs, ModelSquish(inputs.delivered, copies), [copies](MergeJob& job) { return Squish(job, copies); },
+                true);
         }
     }
 }
@@ -156,8 +151,7 @@ TEST(SquishTest, KeepsAnInputFromGoingBack) {
     for (const int sec : {100, 50, 60, 101, 200}) {
         steps.Record(sec, 0, "s");
     }
-    MergeJob job(directory.Path("out"),
-                 {directory.Write("base", base), directory.Write("steps", steps.Bytes())});
+    MergeJob job(directory.Path("out"), {directory.Write("base", base), directory.Write("steps", steps.Bytes())});
     ASSERT_TRUE(Squish(job, 0));
     CaptureBuilder expected;
     expected.Record(1000, 0, "b");
@@ -174,19 +168,16 @@ TEST(SquishTest, CopiesIpv4FramesOfEnoughCapturedBytes) {
         std::uint64_t written;
     };
     const std::string full = Frame(0x0800, kPrivate, kPublic);
-    const Row rows[] = {{"one byte short", full.substr(0, 31), 1},
-                        {"just enough", full.substr(0, 32), 11},
-                        {"one more", full.substr(0, 33), 11},
-                        {"no type bytes", full.substr(0, 13), 1},
-                        {"ARP", Frame(0x0806, kPrivate, kPrivate), 1},
-                        {"0x0801", Frame(0x0801, kPrivate, kPrivate), 1},
-                        {"public", Frame(0x0800, kPublic, kPublic), 11}};
+    const Row rows[] = {
+        {"one byte short", full.substr(0, 31), 1},      {"just enough", full.substr(0, 32), 11},
+        {"one more", full.substr(0, 33), 11},           {"no type bytes", full.substr(0, 13), 1},
+        {"ARP", Frame(0x0806, kPrivate, kPrivate), 1},  {"0x0801", Frame(0x0801, kPrivate, kPrivate), 1},
+        {"public", Frame(0x0800, kPublic, kPublic), 11}};
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         const TempDir directory;
-        MergeJob job(
-            directory.Path("out"),
-            {directory.Write("in", CaptureBuilder().LinkType(12).Record(5, 6, row.frame).Bytes())});
+        MergeJob job(directory.Path("out"),
+                     {directory.Write("in", CaptureBuilder().LinkType(12).Record(5, 6, row.frame).Bytes())});
         ASSERT_TRUE(Squish(job, 10));
         const ModelRecord record{5, 6, static_cast<std::uint32_t>(row.frame.size()), row.frame};
         EXPECT_EQ(directory.Read("out"), ModelSquish({{record}}, 10).file);
@@ -203,18 +194,16 @@ TEST(AlgorithmsTest, WithoutUsableInput) {
     LogTail log;
     EXPECT_TRUE(Merge(merge));
     EXPECT_EQ(log.Lines(),
-              (std::vector<std::string>{
-                  "ERROR Cant Open dump file " + inputs[0] + " error = No such file or directory",
-                  "INFO  Playing Little Endian (Most common type)  TCP Dump file",
-                  "INFO  Reached EOF for this IOW  pkts=0,bytes=0",
-                  "DEBUG Impex(PCAP) Merger: Done pkts=0 bytes=0 f=" + merge.outputPath}));
+              (std::vector<std::string>{"ERROR Cant Open dump file " + inputs[0] + " error = No such file or directory",
+                                        "INFO  Playing Little Endian (Most common type)  TCP Dump file",
+                                        "INFO  Reached EOF for this IOW  pkts=0,bytes=0",
+                                        "DEBUG Impex(PCAP) Merger: Done pkts=0 bytes=0 f=" + merge.outputPath}));
     EXPECT_EQ(directory.Read("merged"), CaptureBuilder().Bytes());
 
     MergeJob squish(directory.Path("squished"), inputs);
     log = LogTail();
     EXPECT_THROW(static_cast<void>(Squish(squish, 0)), std::out_of_range);
-    EXPECT_EQ(log.Lines().back(),
-              "INFO  Impex(PCAP) Squisher: Skipping empty PCAP - file header only " + empty);
+    EXPECT_EQ(log.Lines().back(), "INFO  Impex(PCAP) Squisher: Skipping empty PCAP - file header only " + empty);
     EXPECT_EQ(directory.Read("squished"), CaptureBuilder().Bytes());
 }
 
@@ -222,19 +211,16 @@ TEST(AlgorithmsTest, WithoutAnOutputOpenNoInput) {
     const TempDir directory;
     const std::string input = directory.Write("in", CaptureBuilder().Record(1, 0, "x").Bytes());
     const std::string output = directory.Path("missing/out");
-    const std::string refused =
-        "ERROR Cannot open filtered intermediate output  file : " + output + "Error no = 2";
+    const std::string refused = "ERROR Cannot open filtered intermediate output  file : " + output + "Error no = 2";
     MergeJob job(output, {input});
     LogTail log;
     EXPECT_FALSE(Merge(job));
     EXPECT_EQ(log.Lines(),
-              (std::vector<std::string>{
-                  refused, "ERROR Impex(PCAP) Merger: Unable to open output file " + output}));
+              (std::vector<std::string>{refused, "ERROR Impex(PCAP) Merger: Unable to open output file " + output}));
     log = LogTail();
     EXPECT_FALSE(Squish(job, 10));
     EXPECT_EQ(log.Lines(),
-              (std::vector<std::string>{
-                  refused, "ERROR Impex(PCAP) Squisher: Unable to open output file " + output}));
+              (std::vector<std::string>{refused, "ERROR Impex(PCAP) Squisher: Unable to open output file " + output}));
     EXPECT_EQ(job.packetsWritten, 0U);
 }
 

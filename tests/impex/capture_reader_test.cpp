@@ -36,8 +36,7 @@ std::vector<Record> ReadAll(CImpex_Libpcap& input) {
     return records;
 }
 
-std::string FirstRecord(bool bigEndian, std::int32_t sec, std::int32_t usec, std::uint32_t incl,
-                        std::uint32_t orig) {
+std::string FirstRecord(bool bigEndian, std::int32_t sec, std::int32_t usec, std::uint32_t incl, std::uint32_t orig) {
     CaptureBuilder builder;
     return (bigEndian ? builder.BigEndian() : builder).Record(sec, usec, incl, orig, "").Bytes();
 }
@@ -75,18 +74,17 @@ TEST(OpenInputTest, ChecksTheFirstRecord) {
     };
     for (const bool bigEndian : {false, true}) {
         for (const Row& row : rows) {
-            SCOPED_TRACE(testing::Message() << row.sec << "." << row.usec << " " << row.inclLen
-                                            << "/" << row.origLen << (bigEndian ? " swapped" : ""));
+            SCOPED_TRACE(testing::Message() << row.sec << "." << row.usec << " " << row.inclLen << "/" << row.origLen
+                                            << (bigEndian ? " swapped" : ""));
             const TempDir directory;
-            const std::string path = directory.Write(
-                "in", FirstRecord(bigEndian, row.sec, row.usec, row.inclLen, row.origLen));
+            const std::string path =
+                directory.Write("in", FirstRecord(bigEndian, row.sec, row.usec, row.inclLen, row.origLen));
             const LogTail log;
             CImpex_Libpcap input;
             EXPECT_EQ(input.OpenInput(path), row.code == 0);
             std::vector<std::string> expected = {bigEndian ? kBig : kLittle};
             if (row.code != 0) {
-                expected.push_back("ERROR Corrupted PCAP file (Code " + std::to_string(row.code) +
-                                   ")");
+                expected.push_back("ERROR Corrupted PCAP file (Code " + std::to_string(row.code) + ")");
             }
             EXPECT_EQ(log.Lines(), expected);
         }
@@ -111,10 +109,9 @@ TEST(OpenInputTest, AcceptsFiveLinkTypes) {
             EXPECT_EQ(input.OpenInput(path), accepted);
             EXPECT_EQ(input.GetLinkType(), static_cast<std::int32_t>(linkType));
             if (!accepted) {
-                EXPECT_EQ(log.Lines().back(),
-                          "ERROR Unsupported link type found " +
-                              std::to_string(static_cast<std::int32_t>(linkType)) +
-                              " (must be ip,ethernet,linuxsll)");
+                EXPECT_EQ(log.Lines().back(), "ERROR Unsupported link type found " +
+                                                  std::to_string(static_cast<std::int32_t>(linkType)) +
+                                                  " (must be ip,ethernet,linuxsll)");
             }
         }
     }
@@ -133,10 +130,7 @@ TEST(OpenInputTest, RecognisesFormatsByMagicAndStorageBySuffix) {
     const Row rows[] = {
         {"little", classic, true, {kLittle}},
         {"big", CaptureBuilder().BigEndian().Bytes(), true, {kBig}},
-        {"nanoseconds",
-         CaptureBuilder().Magic(0xA1B23C4D).Bytes(),
-         false,
-         {badMagic + "a1b23c4d : @"}},
+        {"nanoseconds", CaptureBuilder().Magic(0xA1B23C4D).Bytes(), false, {badMagic + "a1b23c4d : @"}},
         {"text", "#!/bin/sh and some more text", false, {badMagic + "622f2123 : @"}},
         {"23 bytes", classic.substr(0, 23), false, {kNoHeader}},
         {"empty", "", false, {kNoHeader}},
@@ -186,16 +180,14 @@ TEST(OpenInputTest, TakesABareSuffixForAName) {
 
 TEST(OpenInputTest, NamesWhatCannotBeOpened) {
     const TempDir directory;
-    const std::pair<const char*, const char*> rows[] = {{"a.pcap", "No such file or directory"},
-                                                        {"a.pcap.gz", "Success"},
-                                                        {"a.pcap.bz2", "Success"}};
+    const std::pair<const char*, const char*> rows[] = {
+        {"a.pcap", "No such file or directory"}, {"a.pcap.gz", "Success"}, {"a.pcap.bz2", "Success"}};
     for (const auto& [name, error] : rows) {
         const std::string path = directory.Path(name);
         const LogTail log;
         CImpex_Libpcap input;
         EXPECT_FALSE(input.OpenInput(path));
-        EXPECT_EQ(log.Lines(), (std::vector<std::string>{"ERROR Cant Open dump file " + path +
-                                                         " error = " + error}));
+        EXPECT_EQ(log.Lines(), (std::vector<std::string>{"ERROR Cant Open dump file " + path + " error = " + error}));
     }
     // Compressed pcap-ng is recognised, but libpcap then opens the file itself.
     const std::string path = directory.Write("a.gz", Gzip(PcapNgBuilder().Packet(1, "x").Bytes()));
@@ -204,23 +196,18 @@ TEST(OpenInputTest, NamesWhatCannotBeOpened) {
     EXPECT_FALSE(input.OpenInput(path));
     ASSERT_EQ(log.Lines().size(), 2U);
     EXPECT_EQ(log.Lines()[0], kPcapNg);
-    EXPECT_TRUE(
-        log.Lines()[1].starts_with("ERROR Cant Open dump PCAP NG file " + path + " error = "));
+    EXPECT_TRUE(log.Lines()[1].starts_with("ERROR Cant Open dump PCAP NG file " + path + " error = "));
 }
 
 TEST(ReadNextTest, DeliversTheSameRecordsInEveryForm) {
     const auto build = [](CaptureBuilder builder) {
-        return builder.Record(7, 1, 3, 60, "one")
-            .Record(-5, -6, "two")
-            .Record(9, 3, "three")
-            .Bytes();
+        return builder.Record(7, 1, 3, 60, "one").Record(-5, -6, "two").Record(9, 3, "three").Bytes();
     };
     const std::string little = build(CaptureBuilder());
-    const std::pair<const char*, std::string> rows[] = {
-        {"little", little},
-        {"big", build(CaptureBuilder().BigEndian())},
-        {"a.gz", Gzip(little)},
-        {"a.bz2", Bzip2(little + "more")}};
+    const std::pair<const char*, std::string> rows[] = {{"little", little},
+                                                        {"big", build(CaptureBuilder().BigEndian())},
+                                                        {"a.gz", Gzip(little)},
+                                                        {"a.bz2", Bzip2(little + "more")}};
     for (const auto& [name, bytes] : rows) {
         SCOPED_TRACE(name);
         const TempDir directory;
@@ -261,8 +248,7 @@ TEST(ReadNextTest, TellsHowAnInputEnds) {
         {"whole", "a", first, 1, clean},
         {"cut header", "a", first + header.substr(0, 15), 1, clean},
         {"cut payload", "a", first + claim, 1, cut},
-        {"no captured bytes, plain", "a", first + header + header, 1,
-         "ERROR Error reading pcap payload   error = "},
+        {"no captured bytes, plain", "a", first + header + header, 1, "ERROR Error reading pcap payload   error = "},
         {"no captured bytes, gzip", "a.gz", Gzip(first + header + header), 3,
          "INFO  Reached EOF for this IOW  pkts=3,bytes=5"},
         {"no captured bytes, bzip2", "a.bz2", Bzip2(first + header + header + "x"), 3,
@@ -289,10 +275,8 @@ TEST(ReadNextTest, TellsHowAnInputEnds) {
 
 TEST(ReadNextTest, LimitsOnlyTheFirstRecord) {
     const TempDir directory;
-    const std::string bytes = CaptureBuilder()
-                                  .Record(1, 0, "x")
-                                  .Record(-1, 2000000, 65000, 10, std::string(65000, 'y'))
-                                  .Bytes();
+    const std::string bytes =
+        CaptureBuilder().Record(1, 0, "x").Record(-1, 2000000, 65000, 10, std::string(65000, 'y')).Bytes();
     CImpex_Libpcap input;
     ASSERT_TRUE(input.OpenInput(directory.Write("in", bytes)));
     EXPECT_EQ(ReadAll(input).size(), 2U);
@@ -319,9 +303,7 @@ TEST(ReadRecordTimestampTest, ReadsOneHeaderAndNoPayload) {
         const TempDir directory;
         CaptureBuilder builder;
         // The payload of the first record looks like the header of another.
-        (bigEndian ? builder.BigEndian() : builder)
-            .Record(0x11223344, 0x000A0B0C, 16, 16, "")
-            .Record(-2, -3, 0, 0, "");
+        (bigEndian ? builder.BigEndian() : builder).Record(0x11223344, 0x000A0B0C, 16, 16, "").Record(-2, -3, 0, 0, "");
         CImpex_Libpcap input;
         ASSERT_TRUE(input.OpenInput(directory.Write("in", builder.Bytes())));
         EXPECT_EQ(input.ReadRecordTimestamp(), 0x000A0B0C'11223344U);

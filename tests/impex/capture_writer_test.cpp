@@ -85,9 +85,8 @@ TEST(CaptureWriterTest, NamesAnOutputThatCannotBeOpenedInAtMost511Characters) {
     EXPECT_FALSE(writer.OpenOutput(directory.Path()));
     const std::string longName(600, 'n');
     EXPECT_FALSE(writer.OpenOutput(longName));
-    EXPECT_EQ(log.Lines(),
-              (std::vector<std::string>{"ERROR " + prefix + directory.Path() + "Error no = 21",
-                                        "ERROR " + (prefix + longName).substr(0, 511)}));
+    EXPECT_EQ(log.Lines(), (std::vector<std::string>{"ERROR " + prefix + directory.Path() + "Error no = 21",
+                                                     "ERROR " + (prefix + longName).substr(0, 511)}));
 }
 
 }  // namespace

@@ -41,10 +41,8 @@ Time TimeOf(const ModelRecord& record) {
 }
 
 // Takes the head with the least key, the first of equals, until no input is left.
-void Interleave(const std::vector<ModelInput>& inputs, ModelResult& result,
-                const std::function<Time(const Head&)>& key,
-                const std::function<void(const Head&)>& write,
-                const std::function<void(Head&)>& advanced) {
+void Interleave(const std::vector<ModelInput>& inputs, ModelResult& result, const std::function<Time(const Head&)>& key,
+                const std::function<void(const Head&)>& write, const std::function<void(Head&)>& advanced) {
     std::vector<Head> heads;
     for (std::size_t input = 0; input < inputs.size(); ++input) {
         if (!inputs[input].empty()) {
@@ -81,8 +79,7 @@ ModelResult ModelMerge(const std::vector<ModelInput>& inputs) {
         },
         [&](const Head& head) {
             const ModelRecord& r = record(head);
-            file.Record(r.sec, r.usec, static_cast<std::uint32_t>(r.data.size()), r.origLen,
-                        r.data);
+            file.Record(r.sec, r.usec, static_cast<std::uint32_t>(r.data.size()), r.origLen, r.data);
             result.packets += 1;
             result.bytes += r.data.size();
         },
@@ -109,8 +106,7 @@ ModelResult ModelSquish(const std::vector<ModelInput>& inputs, int extraCopies) 
             result.bytes += r.data.size();
         };
         append();
-        if (extraCopies == 0 || r.data.size() < 32 ||
-            r.data.substr(12, 2) != std::string("\x08\0", 2)) {
+        if (extraCopies == 0 || r.data.size() < 32 || r.data.substr(12, 2) != std::string("\x08\0", 2)) {
             return;
         }
         const bool source = r.data.substr(26, 2) == "\xC0\xA8";
@@ -123,8 +119,7 @@ ModelResult ModelSquish(const std::vector<ModelInput>& inputs, int extraCopies) 
         }
     };
     Interleave(
-        inputs, result,
-        [&](const Head& head) { return Plus(Minus(TimeOf(record(head)), head.start), head.shift); },
+        inputs, result, [&](const Head& head) { return Plus(Minus(TimeOf(record(head)), head.start), head.shift); },
         write,
         [&](Head& head) {
             const Time before = TimeOf(inputs[head.input][head.next - 1]);

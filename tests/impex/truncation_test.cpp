@@ -14,10 +14,7 @@ namespace {
 const std::size_t kRecordSizes[] = {16 + 9, 16 + 40, 16 + 1};
 
 std::string Classic(CaptureBuilder builder) {
-    return builder.Record(1, 2, std::string(9, 'a'))
-        .Record(3, 4, std::string(40, 'b'))
-        .Record(5, 6, "c")
-        .Bytes();
+    return builder.Record(1, 2, std::string(9, 'a')).Record(3, 4, std::string(40, 'b')).Record(5, 6, "c").Bytes();
 }
 
 struct Form {
@@ -50,8 +47,7 @@ TEST_P(TruncationTest, LeavesABeginning) {
     for (std::size_t length = 0; length <= form.bytes.size(); ++length) {
         SCOPED_TRACE(length);
         const TempDir directory;
-        MergeJob job(directory.Path("out"),
-                     {directory.Write(form.file, form.bytes.substr(0, length))});
+        MergeJob job(directory.Path("out"), {directory.Write(form.file, form.bytes.substr(0, length))});
         const LogTail log;
         ASSERT_TRUE(Merge(job));
         const std::string out = directory.Read("out");
@@ -70,8 +66,7 @@ TEST_P(TruncationTest, LeavesABeginning) {
             EXPECT_EQ(job.packetsWritten, records);
         }
         for (const std::string& line : log.Lines()) {
-            EXPECT_TRUE(!line.starts_with("ERROR") || job.packetsWritten == 0 ||
-                        std::string(form.name) == "bzip2")
+            EXPECT_TRUE(!line.starts_with("ERROR") || job.packetsWritten == 0 || std::string(form.name) == "bzip2")
                 << "a cut file ends cleanly: " << line;
         }
     }

@@ -90,8 +90,8 @@ TEST(LoggerTest, AdmitsMessagesUpToItsThreshold) {
         const std::vector<std::string> all = {"EMERG value 7", "FATAL value 7", "ALERT value 7",
                                               "CRIT  value 7", "ERROR value 7", "WARN  value 7",
                                               "NOTIC value 7", "INFO  value 7", "DEBUG value 7"};
-        const auto count = static_cast<std::ptrdiff_t>(
-            std::min<std::size_t>(static_cast<std::size_t>(threshold + 1), all.size()));
+        const auto count =
+            static_cast<std::ptrdiff_t>(std::min<std::size_t>(static_cast<std::size_t>(threshold + 1), all.size()));
         EXPECT_EQ(lines, std::vector<std::string>(all.begin(), all.begin() + count)) << threshold;
         for (int level = 0; level <= 8; ++level) {
             EXPECT_EQ(logger.Stream(level)->IsEnabled(), level <= threshold);
@@ -124,8 +124,7 @@ TEST(LoggerTest, CompletesALineOnceAndOnlyWhenAdmitted) {
         *logger.Stream(Level::kInfo) << "not admitted";
         const auto empty = logger.Stream(Level::kWarn);
     }
-    EXPECT_EQ(LogLines(directory.Path("log")),
-              (std::vector<std::string>{"WARN  pkts=120,bytes=73450", "WARN  "}));
+    EXPECT_EQ(LogLines(directory.Path("log")), (std::vector<std::string>{"WARN  pkts=120,bytes=73450", "WARN  "}));
 }
 
 TEST(LoggerTest, WithoutAStreamTakesEverythingAndWritesNothing) {
@@ -218,8 +217,7 @@ TEST(LoggerTest, StandardErrorIsClosedByCloseAndNotByTheDestructor) {
     int status = -1;
     waitpid(child, &status, 0);
     EXPECT_EQ(status, 0);
-    EXPECT_EQ(LogLines(directory.Path("errors")),
-              (std::vector<std::string>{"DEBUG first", "DEBUG second"}));
+    EXPECT_EQ(LogLines(directory.Path("errors")), (std::vector<std::string>{"DEBUG first", "DEBUG second"}));
 }
 
 TEST(LoggerTest, LinesOfManyThreadsNeverMix) {

@@ -52,8 +52,7 @@ std::string CaptureBuilder::Bytes() const {
 
 PcapNgBuilder::PcapNgBuilder(std::uint16_t linkType, std::uint8_t ticksPerSecondPower) {
     // Section Header Block: byte-order magic, version 1.0, unknown section length.
-    Block(0x0A0D0D0A, Raw(0x1A2B3C4DU) + Raw(std::uint16_t{1}) + Raw(std::uint16_t{0}) +
-                          Raw(~std::uint64_t{0}));
+    Block(0x0A0D0D0A, Raw(0x1A2B3C4DU) + Raw(std::uint16_t{1}) + Raw(std::uint16_t{0}) + Raw(~std::uint64_t{0}));
     // Interface Description Block with the option if_tsresol (9) and the end of options.
     std::string resolution = Raw(std::uint16_t{9}) + Raw(std::uint16_t{1});
     resolution += static_cast<char>(ticksPerSecondPower);
@@ -64,8 +63,7 @@ PcapNgBuilder::PcapNgBuilder(std::uint16_t linkType, std::uint8_t ticksPerSecond
 PcapNgBuilder& PcapNgBuilder::Packet(std::uint64_t ticks, std::string_view data) {
     const auto length = static_cast<std::uint32_t>(data.size());
     Block(6, Raw(std::uint32_t{0}) + Raw(static_cast<std::uint32_t>(ticks >> 32)) +
-                 Raw(static_cast<std::uint32_t>(ticks)) + Raw(length) + Raw(length) +
-                 std::string(data));
+                 Raw(static_cast<std::uint32_t>(ticks)) + Raw(length) + Raw(length) + std::string(data));
     return *this;
 }
 
@@ -78,8 +76,7 @@ void PcapNgBuilder::Block(std::uint32_t type, std::string body) {
 std::string Gzip(std::string_view bytes) {
     z_stream stream{};
     std::string out(compressBound(bytes.size()) + 64, '\0');
-    if (deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY) !=
-        Z_OK) {
+    if (deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY) != Z_OK) {
         throw std::runtime_error("deflateInit2");
     }
     stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes.data()));
@@ -105,8 +102,7 @@ std::string Bzip2(std::string_view bytes) {
     return out;
 }
 
-std::string Frame(std::uint16_t type, std::uint32_t source, std::uint32_t destination,
-                  std::size_t size, char fill) {
+std::string Frame(std::uint16_t type, std::uint32_t source, std::uint32_t destination, std::size_t size, char fill) {
     std::string frame(12, '\x02');
     frame += static_cast<char>(type >> 8);
     frame += static_cast<char>(type & 0xFF);

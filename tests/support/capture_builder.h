@@ -18,8 +18,8 @@ class CaptureBuilder {
 
     CaptureBuilder& Record(std::int32_t sec, std::int32_t usec, std::string_view data);
     // A record header that need not tell the truth about the data behind it.
-    CaptureBuilder& Record(std::int32_t sec, std::int32_t usec, std::uint32_t inclLen,
-                           std::uint32_t origLen, std::string_view data);
+    CaptureBuilder& Record(std::int32_t sec, std::int32_t usec, std::uint32_t inclLen, std::uint32_t origLen,
+                           std::string_view data);
 
     [[nodiscard]] std::string Bytes() const;
 

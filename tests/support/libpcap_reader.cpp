@@ -8,8 +8,7 @@
 
 std::string RewrittenFromLibpcap(const std::string& path) {
     char error[PCAP_ERRBUF_SIZE] = "";
-    const std::unique_ptr<pcap_t, decltype(&pcap_close)> capture(
-        pcap_open_offline(path.c_str(), error), pcap_close);
+    const std::unique_ptr<pcap_t, decltype(&pcap_close)> capture(pcap_open_offline(path.c_str(), error), pcap_close);
     if (!capture) {
         return error;
     }
@@ -19,9 +18,8 @@ std::string RewrittenFromLibpcap(const std::string& path) {
     const unsigned char* data = nullptr;
     int status = 0;
     while ((status = pcap_next_ex(capture.get(), &header, &data)) == 1) {
-        copy.Record(static_cast<std::int32_t>(header->ts.tv_sec),
-                    static_cast<std::int32_t>(header->ts.tv_usec), header->caplen, header->len,
-                    {reinterpret_cast<const char*>(data), header->caplen});
+        copy.Record(static_cast<std::int32_t>(header->ts.tv_sec), static_cast<std::int32_t>(header->ts.tv_usec),
+                    header->caplen, header->len, {reinterpret_cast<const char*>(data), header->caplen});
     }
     return status == PCAP_ERROR_BREAK ? copy.Bytes() : pcap_geterr(capture.get());
 }

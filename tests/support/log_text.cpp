@@ -31,8 +31,7 @@ std::vector<std::string> LogLines(const std::string& path, std::size_t offset) {
     return lines;
 }
 
-LogTail::LogTail()
-    : m_Path(VeloLogger::GlobalLogger.FileName()), m_Offset(std::filesystem::file_size(m_Path)) {}
+LogTail::LogTail() : m_Path(VeloLogger::GlobalLogger.FileName()), m_Offset(std::filesystem::file_size(m_Path)) {}
 
 std::vector<std::string> LogTail::Lines() const {
     return LogLines(m_Path, m_Offset);

@@ -37,8 +37,8 @@ std::vector<std::string> ToolResult::LogWith(const std::string& prefix) const {
 }
 
 std::ostream& operator<<(std::ostream& out, const ToolResult& result) {
-    out << "command: " << result.command << "\nexit status " << result.exitStatus << ", signal "
-        << result.signal << "\n--- output\n"
+    out << "command: " << result.command << "\nexit status " << result.exitStatus << ", signal " << result.signal
+        << "\n--- output\n"
         << result.output << "--- errors\n"
         << result.errors << "--- log\n";
     for (const std::string& line : result.log) {
