@@ -5,8 +5,8 @@ CIOWrap_GZip::~CIOWrap_GZip() {
 }
 
 bool CIOWrap_GZip::Open(const char* path, const char* mode) {
-    // zlib's own buffer stays: whatever was inflated into it together with damaged data is lost, so a
-    // larger one would cost more of the records before the damage, and would gain three per cent.
+    // zlib's own buffer stays: whatever was inflated into it together with damaged data is lost, so
+    // a larger one would cost more of the records before the damage, and would gain three per cent.
     m_File = gzopen64(path, mode);
     return m_File != nullptr;
 }
