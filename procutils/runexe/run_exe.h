@@ -9,6 +9,12 @@ namespace velora::utils::proc {
 // Runs `command` and waits for its end. The command line is divided at blanks, and only there: no
 // quoting, and a tab stays inside its argument.
 //
+// Example:
+//     std::string output;
+//     if (RunExe("/usr/sbin/setcap cap_net_raw+ep /opt/probe", output) != 0) {
+//         report("probe has no rights: " + output);
+//     }
+//
 // Result                    `output`
 // 0: the program's status   its standard output
 // 1..255: its status        its standard error

@@ -16,6 +16,11 @@ namespace velora::utils::proc {
 // could not be opened; `output` is then left as it was, and errno tells why. It is -1 also in the
 // rare case that somebody else reaped the command, with `output` set.
 //
+// Example:
+//     std::string listing;
+//     const int status = RunPopen("ls -l /var/captures 2>&1", listing);
+//     const bool succeeded = WIFEXITED(status) && WEXITSTATUS(status) == 0;
+//
 // The output is taken for text and read in lines of up to 1023 bytes: in a line that holds a zero
 // byte, everything from the zero on is dropped, the end of the line included.
 int RunPopen(const std::string& command, std::string& output);

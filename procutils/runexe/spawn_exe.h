@@ -13,6 +13,12 @@ namespace velora::utils::proc {
 // is for a program that could not be started, too: its process ends with status 255 and leaves a
 // line in syslog.
 //
+// Example:
+//     const int collector = SpawnExe("/usr/sbin/collector --port 2055");
+//     ...
+//     kill(collector, SIGTERM);
+//     waitpid(collector, nullptr, 0);
+//
 // Raises std::runtime_error:
 // - with just what the program wrote to its standard error in that time (up to a zero byte, 256
 //   bytes at most), when that is more than 10 bytes; the program may still run, and is not reaped;
