@@ -25,9 +25,7 @@ class ScopedLimit {
         std::signal(SIGXFSZ, oldHandler_);
     }
     ScopedLimit(const ScopedLimit&) = delete;
-    ScopedLimit(ScopedLimit&&) = delete;
     ScopedLimit& operator=(const ScopedLimit&) = delete;
-    ScopedLimit& operator=(ScopedLimit&&) = delete;
 
  private:
     __rlimit_resource_t resource_;

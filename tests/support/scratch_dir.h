@@ -1,5 +1,5 @@
-// What tests of files share: a fresh directory of their own, whole files as text, and a count of
-// the process's open descriptors.
+// What tests of files share: a fresh directory of their own, files and trees in it as text, and a
+// count of the process's open descriptors.
 
 #pragma once
 
@@ -7,10 +7,13 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <set>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 
 #include <stdlib.h>
+#include <sys/stat.h>
 
 namespace test_support {
 
@@ -28,9 +31,7 @@ class ScratchDir {
         std::filesystem::remove_all(path_, ignored);
     }
     ScratchDir(const ScratchDir&) = delete;
-    ScratchDir(ScratchDir&&) = delete;
     ScratchDir& operator=(const ScratchDir&) = delete;
-    ScratchDir& operator=(ScratchDir&&) = delete;
 
     [[nodiscard]] const std::string& Path() const { return path_; }
     [[nodiscard]] std::string operator/(const std::string& name) const { return path_ + "/" + name; }
@@ -50,8 +51,48 @@ inline std::string MakeFile(const std::string& path, const std::string& text = "
     return path;
 }
 
+// A tree in words: "file=text", "directory/", "link>target", "fifo!", "socket%". Sorted, so that a
+// directory comes before what it holds.
+using Tree = std::set<std::string>;
+
+inline Tree Words(const std::string& text) {
+    std::istringstream words(text);
+    return {std::istream_iterator<std::string>(words), {}};
+}
+
+inline void Plant(const ScratchDir& where, const std::string& tree) {
+    for (const std::string& word : Words(tree)) {
+        const std::size_t mark = word.find_first_of("=>!%");
+        const std::string path = where / word.substr(0, mark);
+        switch (mark == std::string::npos ? '/' : word[mark]) {
+            case '/':
+                std::filesystem::create_directory(path);
+                break;
+            case '=':
+                MakeFile(path, word.substr(mark + 1));
+                break;
+            case '>':
+                std::filesystem::create_symlink(word.substr(mark + 1), path);
+                break;
+            default:
+                mknod(path.c_str(), word[mark] == '!' ? S_IFIFO : S_IFSOCK, 0);
+        }
+    }
+}
+
 inline std::ptrdiff_t OpenDescriptors() {
     return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+}
+
+// The text of the Error that `call` throws; "no error" when it returns.
+template <typename Error, typename Call>
+std::string ErrorOf(const Call& call) {
+    try {
+        call();
+    } catch (const Error& error) {
+        return error.what();
+    }
+    return "no error";
 }
 
 }  // namespace test_support
