@@ -12,6 +12,8 @@
 #include <cstddef>
 #include <cstdio>
 
+#include "utils/format_buffer.h"
+
 namespace MiscUtils {
 
 // sscanf: gives the number of fields converted, or EOF when the text ended before the first.

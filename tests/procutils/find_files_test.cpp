@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/scratch_dir.h"
+#include "tests/support/file_trees.h"
 #ifdef __SANITIZE_ADDRESS__
 #include <sanitizer/lsan_interface.h>
 #endif
@@ -12,10 +12,8 @@
 namespace velora::utils::proc {
 namespace {
 
-using namespace test_support;
-
 TEST(FindFilesTest, FindsNamesDownToADepth) {
-    const ScratchDir scratch;
+    const TempDir scratch;
     Plant(scratch, "a.x= a.y= q.x! socket.x% d.x/ d.x/b.x= d.x/e/ d.x/e/c= d.x/e/f.x/ l.x>d.x/e");
     const struct {
         std::string pattern;
@@ -36,9 +34,8 @@ TEST(FindFilesTest, FindsNamesDownToADepth) {
         EXPECT_EQ(found, Words(row.names)) << row.pattern;
     }
     std::string calls;  // a directory after its contents, and with a callable of its own
-    FindFiles(scratch / "d.x", "[ce]", 1, [&, count = 0](const std::string& path) mutable {
-        calls += path.back() + std::to_string(++count);
-    });
+    FindFiles(scratch / "d.x", "[ce]", 1,
+              [&, count = 0](const std::string& path) mutable { calls += path.back() + std::to_string(++count); });
     EXPECT_EQ(calls, "c1e1");
     EXPECT_THROW(FindFiles(scratch / "d.x", "c", -1, nullptr), std::bad_function_call);
     EXPECT_FALSE(FindFiles(scratch / "missing", ".", 0, nullptr));

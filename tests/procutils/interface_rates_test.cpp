@@ -47,8 +47,7 @@ TEST(InterfaceRatesTest, ReportsTheDifferenceOfTwoReadings) {
             EXPECT_EQ(microseconds, row.microseconds);
             reading = Reading(row.second);
         };
-        EXPECT_EQ(detail::InterfaceRatesFrom([&] { return reading; }, pause, row.interval),
-                  row.report);
+        EXPECT_EQ(detail::InterfaceRatesFrom([&] { return reading; }, pause, row.interval), row.report);
     }
     const std::string here = InterfaceRates(1);
     EXPECT_TRUE(here.starts_with("lo  ") || here.find("\nlo  ") != std::string::npos) << here;

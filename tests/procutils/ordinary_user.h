@@ -6,8 +6,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace test_support {
-
 // True when `holds` is true in a copy of this process that has no privileges.
 inline bool HoldsForOrdinaryUser(const std::function<bool()>& holds) {
     const pid_t child = fork();
@@ -19,5 +17,3 @@ inline bool HoldsForOrdinaryUser(const std::function<bool()>& holds) {
     int status = -1;
     return waitpid(child, &status, 0) == child && status == 0;
 }
-
-}  // namespace test_support

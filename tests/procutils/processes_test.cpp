@@ -10,13 +10,11 @@
 #include "procutils/pid_file.h"
 #include "procutils/process_search.h"
 #include "tests/procutils/ordinary_user.h"
-#include "tests/support/scratch_dir.h"
+#include "tests/support/file_trees.h"
 #include "utils/file_contents.h"
 
 namespace velora::utils::proc {
 namespace {
-
-using namespace test_support;
 
 // A process "sleep <argument>", killed at the end of the scope.
 struct Sleeper {
@@ -56,7 +54,7 @@ TEST(ProcessSearchTest, GivesTheFirstOfTheProcessesFound) {
 }
 
 TEST(PidFileTest, AnswersForEveryContent) {
-    const ScratchDir scratch;
+    const TempDir scratch;
     const std::string missing = scratch / "missing";
     const std::string id = std::to_string(getpid());
     const struct {
@@ -76,8 +74,7 @@ TEST(PidFileTest, AnswersForEveryContent) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.content);
-        const std::string file =
-            row.content == "missing" ? missing : MakeFile(scratch / "pid", row.content);
+        const std::string file = row.content == "missing" ? missing : MakeFile(scratch / "pid", row.content);
         bool own = false;
         EXPECT_EQ(ErrorOf<std::exception>([&] { own = IsOwnPidFile(file); }), row.error);
         EXPECT_EQ(ErrorOf<std::exception>([&] { EXPECT_FALSE(StopProc(file, "^x")); }), row.error);
@@ -88,7 +85,7 @@ TEST(PidFileTest, AnswersForEveryContent) {
 }
 
 TEST(PidFileTest, WaitsForAProcessAndStopsIt) {
-    const ScratchDir scratch;
+    const TempDir scratch;
     const Sleeper sleeper("300");
     const Sleeper brief("0.5");
     const std::string file = MakeFile(scratch / "pid", std::to_string(sleeper.id));
@@ -99,9 +96,8 @@ TEST(PidFileTest, WaitsForAProcessAndStopsIt) {
 
     std::filesystem::permissions(scratch.Path(), std::filesystem::perms{0755});
     EXPECT_TRUE(geteuid() != 0 || HoldsForOrdinaryUser([&file] {
-                    return IsPidFileAlive(file) &&
-                           ErrorOf<std::runtime_error>([&] { StopProc(file, "sleep"); }) ==
-                               "Operation not permitted : StopProc : failed to kill process";
+                    return IsPidFileAlive(file) && ErrorOf<std::runtime_error>([&] { StopProc(file, "sleep"); }) ==
+                                                       "Operation not permitted : StopProc : failed to kill process";
                 }));
     EXPECT_TRUE(StopProc(file, "sleep"));
     siginfo_t end{};

@@ -13,15 +13,14 @@
 #include "procutils/runexe/run_popen.h"
 #include "procutils/runexe/spawn_exe.h"
 #include "tests/procutils/ordinary_user.h"
+#include "tests/support/file_trees.h"
 #include "tests/support/scoped_limit.h"
-#include "tests/support/scratch_dir.h"
 #include "utils/scope_guards.h"
 
 namespace velora::utils::proc {
 namespace {
 
 using MiscUtils::UniqueFd;
-using namespace test_support;
 
 TEST(RunTest, GivesAResultAndAText) {
     constexpr int kMany = 100;
@@ -87,8 +86,7 @@ TEST(RunExeTest, DropsWhatTheProgramLeftInThePipe) {
     // The reader stands still until the program has ended: one pass is left to it.
     EXPECT_TRUE(HoldsForOrdinaryUser([] {
         std::string output;
-        return RunExe("sh -c (sleep\t0.5;kill\t-CONT\t$PPID)&kill\t-STOP\t$PPID;printf\t%03000d\t7",
-                      output) == 0 &&
+        return RunExe("sh -c (sleep\t0.5;kill\t-CONT\t$PPID)&kill\t-STOP\t$PPID;printf\t%03000d\t7", output) == 0 &&
                output.size() == 1023;
     }));
 }
@@ -144,8 +142,7 @@ TEST(SpawnExeTest, HearsComplaintsThroughAHighPipe) {
     std::vector<std::future<std::string>> errors;
     for (const auto& row : rows) {
         errors.push_back(std::async(std::launch::async, [&row] {
-            return ErrorOf<std::runtime_error>(
-                [&] { EXPECT_EQ(kill(SpawnExe(row.command), 0), -1) << "reaped"; });
+            return ErrorOf<std::runtime_error>([&] { EXPECT_EQ(kill(SpawnExe(row.command), 0), -1) << "reaped"; });
         }));
     }
     for (std::size_t index = 0; index < errors.size(); ++index) {

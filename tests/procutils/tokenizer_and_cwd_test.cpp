@@ -8,13 +8,12 @@
 #include "procutils/scoped_cwd.h"
 #include "procutils/str_tokenizer.h"
 #include "tests/procutils/ordinary_user.h"
-#include "tests/support/scratch_dir.h"
+#include "tests/support/file_trees.h"
 
 namespace velora::utils::proc {
 namespace {
 
 namespace fs = std::filesystem;
-using namespace test_support;
 
 // Each token with its length, then the last token.
 std::string Described(const StrTokenizer& tokenizer) {
@@ -85,7 +84,7 @@ TEST(PathPartsDeathTest, DividesAPath) {
 }
 
 TEST(ScopedCwdTest, EntersADirectoryOrThatOfAFileAndComesBack) {
-    const ScratchDir scratch;
+    const TempDir scratch;
     const fs::path start = fs::current_path();
     const auto errorOf = [](const std::string& path) {
         return ErrorOf<std::runtime_error>([&path] {
@@ -95,8 +94,7 @@ TEST(ScopedCwdTest, EntersADirectoryOrThatOfAFileAndComesBack) {
     };
     EXPECT_EQ(errorOf(MakeFile(scratch / "file")), "no error");
     EXPECT_EQ(errorOf(scratch.Path()), "no error");
-    EXPECT_EQ(errorOf("/missing"),
-              "No such file or directory : Invalid path to scopedcwd:/missing");
+    EXPECT_EQ(errorOf("/missing"), "No such file or directory : Invalid path to scopedcwd:/missing");
     fs::permissions(scratch.Path(), fs::perms::none);
     EXPECT_TRUE(HoldsForOrdinaryUser([&] {
         return errorOf(scratch.Path()) == "Permission denied : ScopedCWD Unable to chdir to lib " &&

@@ -10,7 +10,7 @@
 #include <unistd.h>
 
 #include "procutils/scoped_cwd.h"
-#include "tests/support/scratch_dir.h"
+#include "tests/support/file_trees.h"
 #include "utils/scope_guards.h"
 #include "utils/text_edit.h"
 
@@ -18,7 +18,6 @@ namespace MiscUtils {
 namespace {
 
 namespace fs = std::filesystem;
-using namespace test_support;
 using velora::utils::proc::ScopedCWD;
 
 // A writable directory on another file system than that of the temporary files.
@@ -43,7 +42,7 @@ Tree Planted() {
         words.insert(entry.is_symlink()     ? name + ">" + fs::read_symlink(entry).string()
                      : entry.is_directory() ? name + "/"
                      : entry.is_fifo()      ? name + "!"
-                                            : name + "=" + ContentsOf(name));
+                                            : name + "=" + TempDir::ReadPath(name));
     }
     return words;
 }
@@ -103,8 +102,8 @@ TEST(FileTreeTest, MovesCopiesAndDeletes) {
         const auto& [call, before, after, files, error] = cells;
         std::string operation, source, target;
         std::istringstream(call) >> operation >> source >> target;
-        const ScratchDir scratch;
-        const ScratchDir far(OtherFileSystem());
+        const TempDir scratch;
+        const TempDir far(OtherFileSystem());
         const ScopedCWD inside(scratch.Path());
         Plant(scratch, "far>" + far.Path());
         Plant(scratch, before);
@@ -116,8 +115,7 @@ TEST(FileTreeTest, MovesCopiesAndDeletes) {
             announced.insert(path);
         };
         const auto run = [&] { calls.at(operation)(source, target, record); };
-        std::string given = operation == "MoveOrCopy" ? ErrorOf<std::exception>(run)
-                                                      : ErrorOf<std::domain_error>(run);
+        std::string given = operation == "MoveOrCopy" ? ErrorOf<std::exception>(run) : ErrorOf<std::domain_error>(run);
         ReplaceAll(given, here, "@");
         EXPECT_EQ(given, error);
         EXPECT_EQ(Planted(), Words(after + " far>" + far.Path()));
@@ -127,7 +125,7 @@ TEST(FileTreeTest, MovesCopiesAndDeletes) {
 }
 
 TEST(FileTreeTest, EveryLevelHasACallbackOfItsOwnWhoseErrorEndsTheWork) {
-    const ScratchDir scratch;
+    const TempDir scratch;
     const ScopedCWD inside(scratch.Path());
     Plant(scratch, "s/ s/d/ s/d/b=2 s/e/ s/e/c=3");
     int highest = 0;
@@ -140,7 +138,7 @@ TEST(FileTreeTest, EveryLevelHasACallbackOfItsOwnWhoseErrorEndsTheWork) {
 }
 
 TEST(FileTreeTest, MakesDirectories) {
-    const ScratchDir scratch;
+    const TempDir scratch;
     const ScopedCWD inside(scratch.Path());
     const ScopedUmask groupOnly(07);
     Plant(scratch, "g=1");

@@ -6,8 +6,8 @@
 #include <sys/socket.h>
 #include <sys/un.h>
 
+#include "tests/support/file_trees.h"
 #include "tests/support/scoped_limit.h"
-#include "tests/support/scratch_dir.h"
 #include "utils/bounded_copy.h"
 #include "utils/config_archive.h"
 #include "utils/host_name.h"
@@ -20,7 +20,6 @@ namespace MiscUtils {
 namespace {
 
 namespace fs = std::filesystem;
-using namespace test_support;
 
 TEST(HostNameTest, TakesUpTo63CharactersAsRoot) {
     if (unshare(CLONE_NEWUTS) != 0) {  // from here on this process has a name of its own
@@ -34,12 +33,12 @@ TEST(HostNameTest, TakesUpTo63CharactersAsRoot) {
 }
 
 TEST(TempFileDeathTest, NamesKeepTheirSuffixAndAreReserved) {
-    const ScratchDir scratch;
+    const TempDir scratch;
     const std::ptrdiff_t openBefore = OpenDescriptors();
-    for (const auto& [pattern, start, suffix] : std::initializer_list<std::array<std::string, 3>>{
-             {"", "/tmp/Dpi.Pipe.", ""},
-             {scratch / "aXXXXXX.log", scratch / "a", ".log"},
-             {scratch / "aXXXXXX-XXXXXX", scratch / "a", "-XXXXXX"}}) {
+    for (const auto& [pattern, start, suffix] :
+         std::initializer_list<std::array<std::string, 3>>{{"", "/tmp/Dpi.Pipe.", ""},
+                                                           {scratch / "aXXXXXX.log", scratch / "a", ".log"},
+                                                           {scratch / "aXXXXXX-XXXXXX", scratch / "a", "-XXXXXX"}}) {
         const std::string path = MakeTempFile(pattern);
         EXPECT_TRUE(path.starts_with(start) && path.ends_with(suffix)) << path;
         EXPECT_EQ(path.size(), start.size() + 6 + suffix.size()) << path;
@@ -58,10 +57,10 @@ TEST(TempFileDeathTest, NamesKeepTheirSuffixAndAreReserved) {
 }
 
 TEST(WriteFileTest, WritesAllBytesOrThrows) {
-    const ScratchDir scratch;
+    const TempDir scratch;
     const std::string path = MakeFile(scratch / "file", "what was there before");
     WriteFile({"a\0\n\r\xff", 5}, path.c_str());
-    EXPECT_EQ(ContentsOf(path), std::string("a\0\n\r\xff", 5));
+    EXPECT_EQ(TempDir::ReadPath(path), std::string("a\0\n\r\xff", 5));
     for (const std::size_t size : {1U, 50000U}) {  // found out at the close, and before it
         const auto fill = [&] { WriteFile(std::string(size, 'x'), "/dev/full"); };
         EXPECT_EQ(ErrorOf<std::runtime_error>(fill), "No space left on device : /dev/full");
@@ -71,14 +70,14 @@ TEST(WriteFileTest, WritesAllBytesOrThrows) {
 }
 
 TEST(ConfigArchiveTest, UnpacksIntoTheTargetAndLeavesNoTrace) {
-    const ScratchDir scratch;
+    const TempDir scratch;
     const fs::path cwd = fs::current_path();
     Plant(scratch, "from/ from/a=" + scratch.Path() + " from/sub/ from/sub/b=two to/");
     ASSERT_EQ(system(("cd '" + scratch.Path() + "' && tar czf a.tgz -C from .").c_str()), 0);
-    const std::string archive = ContentsOf(scratch / "a.tgz");
+    const std::string archive = TempDir::ReadPath(scratch / "a.tgz");
     EXPECT_TRUE(UnpackConfigArchive(archive, (scratch / "to").c_str()));
-    EXPECT_EQ(ContentsOf(scratch / "to/a"), scratch.Path());
-    EXPECT_EQ(ContentsOf(scratch / "to/sub/b"), "two");
+    EXPECT_EQ(TempDir::ReadPath(scratch / "to/a"), scratch.Path());
+    EXPECT_EQ(TempDir::ReadPath(scratch / "to/sub/b"), "two");
     testing::internal::CaptureStderr();
     EXPECT_TRUE(UnpackConfigArchive("cut" + archive, (scratch / "to").c_str()));
     EXPECT_NE(testing::internal::GetCapturedStderr(), "");
@@ -86,13 +85,13 @@ TEST(ConfigArchiveTest, UnpacksIntoTheTargetAndLeavesNoTrace) {
     EXPECT_EQ(fs::current_path(), cwd);
     for (const auto& entry : fs::directory_iterator("/tmp")) {  // maybe with those of other tests
         if (entry.path().filename().string().starts_with("CFGTGZ.")) {
-            EXPECT_FALSE(ContentsOf(entry.path()).ends_with(archive)) << entry;
+            EXPECT_FALSE(TempDir::ReadPath(entry.path()).ends_with(archive)) << entry;
         }
     }
 }
 
 TEST(LocalDatagramDeathTest, ArrivesWholeOrSaysWhichCallFailed) {
-    const ScratchDir scratch;
+    const TempDir scratch;
     const UniqueFd receiver(socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK, 0));
     sockaddr_un address = {.sun_family = AF_UNIX, .sun_path = {}};
     CopyBounded(address.sun_path, scratch / "socket", "test");

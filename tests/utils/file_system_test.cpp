@@ -8,7 +8,7 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 
-#include "tests/support/scratch_dir.h"
+#include "tests/support/file_trees.h"
 #include "utils/disk_space.h"
 #include "utils/ownership.h"
 #include "utils/path_tests.h"
@@ -17,10 +17,8 @@
 namespace MiscUtils {
 namespace {
 
-using test_support::ScratchDir;
-
 TEST(PathTestsTest, AnswerForEveryTypeOfFile) {
-    const ScratchDir scratch;
+    const TempDir scratch;
     Plant(scratch, "file=abc empty= dir/ fifo! socket% to-file>file to-dir>dir dangling>no");
     const std::pair<const char*, const char*> rows[] = {{"file", "regular 3"},
                                                         {"empty", "regular empty 0"},
@@ -52,14 +50,13 @@ TEST(DiskSpaceTest, PercentIsOfTheSpaceThatCanBeUsed) {
     EXPECT_EQ(FreePercentOfBlocks(100, 100, 0), 0U);  // no division by zero
     EXPECT_EQ(FreePercentOfBlocks(100, 30, 20), 22U);
     EXPECT_EQ(FreePercentOfBlocks(200, 199, 199), 99U);
-    const ScratchDir scratch;
+    const TempDir scratch;
     const auto space = std::filesystem::space(scratch.Path());
     std::uint64_t total = 0;
     std::uint64_t available = 0;
     EXPECT_TRUE(GetDiskSpace(scratch.Path(), total, available) && total == space.capacity);
     // Others write to the disk meanwhile: near is all that can be asked for.
-    EXPECT_LT(std::max(available, space.available) - std::min(available, space.available),
-              1U << 30);
+    EXPECT_LT(std::max(available, space.available) - std::min(available, space.available), 1U << 30);
     const std::uint64_t percent = FreePercentOfBlocks(total, space.free, available);
     EXPECT_LE(GetDiskFreePercent(scratch.Path()) - percent + 1, 2U);
     EXPECT_FALSE(GetDiskSpace(scratch / "missing", total, available));
@@ -67,7 +64,7 @@ TEST(DiskSpaceTest, PercentIsOfTheSpaceThatCanBeUsed) {
 }
 
 TEST(OwnershipTest, LeavesTheRightOwnerAloneAndChangesAnotherAsRoot) {
-    const ScratchDir scratch;
+    const TempDir scratch;
     Plant(scratch, "file= dir/ link>dir pipe!");
     bool changed = true;
     for (const std::string name : {"file", "dir", "link", "pipe", "missing"}) {

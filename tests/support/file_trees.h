@@ -1,5 +1,4 @@
-// What tests of files share: a fresh directory of their own, files and trees in it as text, and a
-// count of the process's open descriptors.
+// What tests of files share: files and trees as text, and a count of the process's open descriptors.
 
 #pragma once
 
@@ -9,41 +8,11 @@
 #include <iterator>
 #include <set>
 #include <sstream>
-#include <stdexcept>
 #include <string>
 
-#include <stdlib.h>
 #include <sys/stat.h>
 
-namespace test_support {
-
-// A fresh directory under `parent`, removed with all it holds at the end of the scope.
-class ScratchDir {
- public:
-    explicit ScratchDir(const std::filesystem::path& parent = std::filesystem::temp_directory_path())
-        : path_((parent / "velora-test.XXXXXX").string()) {
-        if (mkdtemp(path_.data()) == nullptr) {
-            throw std::runtime_error("cannot make " + path_);
-        }
-    }
-    ~ScratchDir() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-    ScratchDir(const ScratchDir&) = delete;
-    ScratchDir& operator=(const ScratchDir&) = delete;
-
-    [[nodiscard]] const std::string& Path() const { return path_; }
-    [[nodiscard]] std::string operator/(const std::string& name) const { return path_ + "/" + name; }
-
- private:
-    std::string path_;
-};
-
-inline std::string ContentsOf(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
+#include "tests/support/temp_dir.h"
 
 // Makes or replaces a file; gives its path back.
 inline std::string MakeFile(const std::string& path, const std::string& text = "") {
@@ -60,7 +29,7 @@ inline Tree Words(const std::string& text) {
     return {std::istream_iterator<std::string>(words), {}};
 }
 
-inline void Plant(const ScratchDir& where, const std::string& tree) {
+inline void Plant(const TempDir& where, const std::string& tree) {
     for (const std::string& word : Words(tree)) {
         const std::size_t mark = word.find_first_of("=>!%");
         const std::string path = where / word.substr(0, mark);
@@ -94,5 +63,3 @@ std::string ErrorOf(const Call& call) {
     }
     return "no error";
 }
-
-}  // namespace test_support
