@@ -25,49 +25,49 @@ namespace MiscUtils {
 // Puts errno back to its value at construction.
 class ScopedErrno {
  public:
-    ScopedErrno() noexcept : saved_(errno) {}
-    ~ScopedErrno() { errno = saved_; }
+    ScopedErrno() noexcept : m_Saved(errno) {}
+    ~ScopedErrno() { errno = m_Saved; }
     ScopedErrno(const ScopedErrno&) = delete;
     ScopedErrno(ScopedErrno&&) = delete;
     ScopedErrno& operator=(const ScopedErrno&) = delete;
     ScopedErrno& operator=(ScopedErrno&&) = delete;
 
  private:
-    int saved_;
+    int m_Saved;
 };
 
 // Owns a file descriptor; a negative number is "none". Moving leaves the source with none.
 class UniqueFd {
  public:
     UniqueFd() noexcept = default;
-    explicit UniqueFd(int fd) noexcept : fd_(fd) {}
+    explicit UniqueFd(int fd) noexcept : m_Fd(fd) {}
     UniqueFd(const UniqueFd&) = delete;
     UniqueFd& operator=(const UniqueFd&) = delete;
-    UniqueFd(UniqueFd&& other) noexcept : fd_(other.Release()) {}
+    UniqueFd(UniqueFd&& other) noexcept : m_Fd(other.Release()) {}
     UniqueFd& operator=(UniqueFd&& other) noexcept {
         Reset(other.Release());
         return *this;
     }
     ~UniqueFd() { Reset(); }
 
-    [[nodiscard]] int Get() const noexcept { return fd_; }
-    explicit operator bool() const noexcept { return fd_ >= 0; }
+    [[nodiscard]] int Get() const noexcept { return m_Fd; }
+    explicit operator bool() const noexcept { return m_Fd >= 0; }
 
     // Closes what is held, if anything, and takes `fd` instead. The result of close() is passed
     // over: whoever needs it calls close(owner.Release()).
     void Reset(int fd = -1) noexcept {
-        if (fd_ >= 0) {
+        if (m_Fd >= 0) {
             const ScopedErrno keepErrno;
-            static_cast<void>(close(fd_));
+            static_cast<void>(close(m_Fd));
         }
-        fd_ = fd;
+        m_Fd = fd;
     }
 
     // Hands the descriptor over to the caller, who closes it from now on.
-    [[nodiscard]] int Release() noexcept { return std::exchange(fd_, -1); }
+    [[nodiscard]] int Release() noexcept { return std::exchange(m_Fd, -1); }
 
  private:
-    int fd_ = -1;
+    int m_Fd = -1;
 };
 
 namespace detail {
@@ -99,15 +99,15 @@ using UniqueDir = std::unique_ptr<DIR, detail::CloseDir>;
 // thread creates meanwhile gets it too, so the scope is kept to the one call that needs it.
 class ScopedUmask {
  public:
-    explicit ScopedUmask(mode_t mask) noexcept : previous_(umask(mask)) {}
-    ~ScopedUmask() { umask(previous_); }
+    explicit ScopedUmask(mode_t mask) noexcept : m_Previous(umask(mask)) {}
+    ~ScopedUmask() { umask(m_Previous); }
     ScopedUmask(const ScopedUmask&) = delete;
     ScopedUmask(ScopedUmask&&) = delete;
     ScopedUmask& operator=(const ScopedUmask&) = delete;
     ScopedUmask& operator=(ScopedUmask&&) = delete;
 
  private:
-    mode_t previous_;
+    mode_t m_Previous;
 };
 
 }  // namespace MiscUtils

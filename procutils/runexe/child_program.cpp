@@ -12,19 +12,19 @@ namespace velora::utils::proc {
 
 ChildProgram::ChildProgram(const std::string& command) {
     StrTokenizer(command.c_str(), " ").ForEach([this](const char* word) {
-        words_.emplace_back(word);
+        m_Words.emplace_back(word);
     });
-    for (std::string& word : words_) {
-        arguments_.push_back(word.data());
+    for (std::string& word : m_Words) {
+        m_Arguments.push_back(word.data());
     }
-    arguments_.push_back(nullptr);
+    m_Arguments.push_back(nullptr);
 }
 
 void ChildProgram::ExecOrExit() const noexcept {
-    if (arguments_[0] == nullptr) {
+    if (m_Arguments[0] == nullptr) {
         errno = ENOENT;
     } else {
-        execvp(arguments_[0], arguments_.data());
+        execvp(m_Arguments[0], m_Arguments.data());
     }
     syslog(LOG_ERR, "velora execve : failed after fork() err= %s",
            MiscUtils::ErrnoText(errno).text.c_str());

@@ -29,8 +29,8 @@ class ChildProgram {
     [[noreturn]] void ExecOrExit() const noexcept;
 
  private:
-    std::vector<std::string> words_;
-    std::vector<char*> arguments_;  // into words_, and a null
+    std::vector<std::string> m_Words;
+    std::vector<char*> m_Arguments;  // into m_Words, and a null
 };
 
 }  // namespace velora::utils::proc

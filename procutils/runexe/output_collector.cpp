@@ -41,17 +41,17 @@ ssize_t AppendFrom(int fd, std::size_t limit, std::string& text) {
 
 bool OutputCollector::Pass() {
     fd_set ready;
-    const int count = WaitForEither(outputFd_, errorFd_, ready);
+    const int count = WaitForEither(m_OutputFd, m_ErrorFd, ready);
     if (count < 0) {
         return Fail("Select error: ");
     }
     if (count == 0) {
         return true;
     }
-    if (FD_ISSET(outputFd_, &ready) && AppendFrom(outputFd_, kPassBytes, output_) < 0) {
+    if (FD_ISSET(m_OutputFd, &ready) && AppendFrom(m_OutputFd, kPassBytes, m_Output) < 0) {
         return Fail("Error reading from stdout pipe: ");
     }
-    if (FD_ISSET(errorFd_, &ready) && AppendFrom(errorFd_, kPassBytes, errors_) < 0) {
+    if (FD_ISSET(m_ErrorFd, &ready) && AppendFrom(m_ErrorFd, kPassBytes, m_Errors) < 0) {
         return Fail("Error reading from stderr pipe: ");
     }
     return true;
@@ -59,7 +59,7 @@ bool OutputCollector::Pass() {
 
 bool OutputCollector::Fail(const char* what) {
     const int error = errno;
-    errors_.append(what).append(MiscUtils::ErrnoText(error).text);
+    m_Errors.append(what).append(MiscUtils::ErrnoText(error).text);
     return false;
 }
 

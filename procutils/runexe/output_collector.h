@@ -17,7 +17,7 @@ ssize_t AppendFrom(int fd, std::size_t limit, std::string& text);
 // caller's; select(2) watches only those below FD_SETSIZE (1024).
 class OutputCollector {
  public:
-    OutputCollector(int outputFd, int errorFd) : outputFd_(outputFd), errorFd_(errorFd) {}
+    OutputCollector(int outputFd, int errorFd) : m_OutputFd(outputFd), m_ErrorFd(errorFd) {}
 
     // Waits up to 100 ms for something to read, and reads at most 1023 bytes from each pipe that
     // has something, standard output first. A pipe at its end counts as having something, so that
@@ -28,16 +28,16 @@ class OutputCollector {
     // pipe: <error text>", or the same of stderr.
     [[nodiscard]] bool Pass();
 
-    [[nodiscard]] const std::string& Output() const { return output_; }
-    [[nodiscard]] const std::string& Errors() const { return errors_; }
+    [[nodiscard]] const std::string& Output() const { return m_Output; }
+    [[nodiscard]] const std::string& Errors() const { return m_Errors; }
 
  private:
     bool Fail(const char* what);
 
-    int outputFd_;
-    int errorFd_;
-    std::string output_;
-    std::string errors_;
+    int m_OutputFd;
+    int m_ErrorFd;
+    std::string m_Output;
+    std::string m_Errors;
 };
 
 }  // namespace velora::utils::proc

@@ -24,21 +24,21 @@ class Pipe {
     Pipe& operator=(const Pipe&) = delete;
     Pipe& operator=(Pipe&&) = delete;
     ~Pipe() {
-        Close(ends_[0]);
-        Close(ends_[1]);
+        Close(m_Ends[0]);
+        Close(m_Ends[1]);
     }
 
-    [[nodiscard]] bool Open() { return pipe(ends_.data()) == 0; }
-    [[nodiscard]] int ReadEnd() const { return ends_[0]; }
-    void CloseWriteEnd() { Close(ends_[1]); }
+    [[nodiscard]] bool Open() { return pipe(m_Ends.data()) == 0; }
+    [[nodiscard]] int ReadEnd() const { return m_Ends[0]; }
+    void CloseWriteEnd() { Close(m_Ends[1]); }
 
     // Makes the write end the calling process's descriptor `target`. The ends themselves stay open.
-    void WriteInsteadOf(int target) const { dup2(ends_[1], target); }
+    void WriteInsteadOf(int target) const { dup2(m_Ends[1], target); }
 
     // In the child: nothing of the pipe is left but what WriteInsteadOf() made.
     void CloseInChild() const {
-        close(ends_[0]);
-        close(ends_[1]);
+        close(m_Ends[0]);
+        close(m_Ends[1]);
     }
 
  private:
@@ -49,7 +49,7 @@ class Pipe {
         }
     }
 
-    std::array<int, 2> ends_{};
+    std::array<int, 2> m_Ends{};
 };
 
 }  // namespace

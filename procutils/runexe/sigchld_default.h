@@ -17,11 +17,11 @@ class SigchldDefault {
     SigchldDefault() noexcept {
         struct sigaction standard {};
         standard.sa_handler = SIG_DFL;
-        sigaction(SIGCHLD, &standard, &previous_);
+        sigaction(SIGCHLD, &standard, &m_Previous);
     }
     ~SigchldDefault() {
         const MiscUtils::ScopedErrno keepErrno;
-        sigaction(SIGCHLD, &previous_, nullptr);
+        sigaction(SIGCHLD, &m_Previous, nullptr);
     }
     SigchldDefault(const SigchldDefault&) = delete;
     SigchldDefault(SigchldDefault&&) = delete;
@@ -29,7 +29,7 @@ class SigchldDefault {
     SigchldDefault& operator=(SigchldDefault&&) = delete;
 
  private:
-    struct sigaction previous_ {};
+    struct sigaction m_Previous {};
 };
 
 }  // namespace velora::utils::proc
