@@ -44,7 +44,6 @@ int main(int argc, char** argv) {
     for (int input = 1; input < argc - 1; ++input) {
         if (std::string_view(argv[input]).ends_with(".gz")) {
             const gzFile file = gzopen64(argv[input], "rb");
-            gzbuffer(file, 65536);
             Copy(
                 [file](void* to, unsigned n) { return gzread(file, to, n) == static_cast<int>(n); },
                 output);

@@ -17,8 +17,7 @@ namespace test_support {
 // A fresh directory under `parent`, removed with all it holds at the end of the scope.
 class ScratchDir {
  public:
-    explicit ScratchDir(
-        const std::filesystem::path& parent = std::filesystem::temp_directory_path())
+    explicit ScratchDir(const std::filesystem::path& parent = std::filesystem::temp_directory_path())
         : path_((parent / "velora-test.XXXXXX").string()) {
         if (mkdtemp(path_.data()) == nullptr) {
             throw std::runtime_error("cannot make " + path_);
@@ -34,9 +33,7 @@ class ScratchDir {
     ScratchDir& operator=(ScratchDir&&) = delete;
 
     [[nodiscard]] const std::string& Path() const { return path_; }
-    [[nodiscard]] std::string operator/(const std::string& name) const {
-        return path_ + "/" + name;
-    }
+    [[nodiscard]] std::string operator/(const std::string& name) const { return path_ + "/" + name; }
 
  private:
     std::string path_;

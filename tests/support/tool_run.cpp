@@ -1,5 +1,7 @@
 #include "tests/support/tool_run.h"
 
+#include <algorithm>
+
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -51,15 +53,16 @@ ToolResult ToolRun::operator()(const std::vector<std::string>& arguments) const 
     const TempDir streams;
     std::vector<std::string> argv{SEAMTOOL_PATH};
     argv.insert(argv.end(), arguments.begin(), arguments.end());
-    std::vector<std::string> env = environment;  // the first of a name counts
-    for (const std::string& setting : std::initializer_list<std::string>{
-             "SEAMTOOL_LOG_WITNESS=" + streams.Path("witness"), "LD_PRELOAD=" LOG_WITNESS_PATH,
-             // A failed allocation answers null, as the system's does, and freed blocks do not pile
-             // up.
-             "ASAN_OPTIONS=verify_asan_link_order=0:allocator_may_return_null=1:quarantine_size_mb="
-             "1",
-             "UBSAN_OPTIONS=print_stacktrace=1"}) {
-        env.push_back(setting);
+    const std::string witness = "SEAMTOOL_LOG_WITNESS=" + streams.Path("witness");
+    std::vector<std::string> env = environment;
+    for (const std::string setting :
+         {witness.c_str(), "LD_PRELOAD=" LOG_WITNESS_PATH, "UBSAN_OPTIONS=print_stacktrace=1",
+          // A failed allocation answers null, as the system's does, and freed blocks do not pile up.
+          "ASAN_OPTIONS=verify_asan_link_order=0:allocator_may_return_null=1:quarantine_size_mb=1"}) {
+        const std::string name = setting.substr(0, setting.find('=') + 1);
+        if (std::ranges::none_of(environment, [&](const auto& own) { return own.starts_with(name); })) {
+            env.push_back(setting);
+        }
     }
     const std::vector<char*> argvPointers = Pointers(argv);
     const std::vector<char*> envPointers = Pointers(env);
