@@ -4,7 +4,6 @@
 #include "app/process_setup.h"
 
 int main(int argc, char** argv) {
-    ReserveStandardDescriptors();
     RaiseOpenFileLimit();
     return RunDriver(argc, argv);
 }

@@ -1,16 +1,27 @@
 #include "app/process_setup.h"
 
+#include <initializer_list>
+
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
-void ReserveStandardDescriptors() {
-    for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+namespace {
+
+// Runs before the static objects are made, the process's logger among them.
+__attribute__((constructor(101))) void ReserveStandardDescriptors() {
+    for (const int descriptor : {STDOUT_FILENO, STDERR_FILENO}) {
         if (fcntl(descriptor, F_GETFD) == -1) {
-            open("/dev/null", O_RDWR);  // takes the lowest free number, which is this one
+            const int null = open("/dev/null", O_RDWR);
+            if (null != descriptor) {
+                dup2(null, descriptor);
+                close(null);
+            }
         }
     }
 }
+
+}  // namespace
 
 void RaiseOpenFileLimit() {
     rlimit limit{};

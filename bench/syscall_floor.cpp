@@ -50,7 +50,6 @@ int main(int argc, char** argv) {
             gzclose(file);
         } else {
             std::FILE* const file = fopen64(argv[input], "rb");
-            std::setvbuf(file, nullptr, _IOFBF, 32768);
             Copy([file](void* to, unsigned n) { return std::fread(to, n, 1, file) == 1; }, output);
             std::fclose(file);
         }

@@ -21,7 +21,7 @@ bool InputCursor::Advance() {
 }
 
 std::vector<InputCursor> OpenInputs(const std::vector<std::string>& paths,
-                                    const std::function<void(const std::string&)>& onEmpty) {
+                                    void (*onEmpty)(const std::string& path)) {
     std::vector<InputCursor> cursors;
     for (const std::string& path : paths) {
         InputCursor cursor;
@@ -31,7 +31,9 @@ std::vector<InputCursor> OpenInputs(const std::vector<std::string>& paths,
             continue;
         }
         if (!cursor.Advance()) {
-            onEmpty(path);
+            if (onEmpty != nullptr) {
+                onEmpty(path);
+            }
             continue;
         }
         cursors.push_back(std::move(cursor));

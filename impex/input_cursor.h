@@ -7,7 +7,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -33,9 +32,10 @@ struct InputCursor {
 };
 
 // Opens the inputs in order and reads the first record of each. One that cannot be opened is
-// dropped (its reader has logged why); of one without a record `onEmpty` is told the path.
-[[nodiscard]] std::vector<InputCursor> OpenInputs(
-    const std::vector<std::string>& paths, const std::function<void(const std::string&)>& onEmpty);
+// dropped (its reader has logged why), and so is one without a record, whose path `onEmpty` is told
+// when it is not null.
+[[nodiscard]] std::vector<InputCursor> OpenInputs(const std::vector<std::string>& paths,
+                                                  void (*onEmpty)(const std::string& path));
 
 // The log lines for a finished input and for a finished run. The squish uses the merger's wording.
 void LogEndOfInput(const InputCursor& cursor);

@@ -16,7 +16,7 @@ bool Merge(MergeJob& job) {
             << "Impex(PCAP) Merger: Unable to open output file " << job.outputPath;
         return false;
     }
-    std::vector<InputCursor> cursors = OpenInputs(job.inputPaths, [](const std::string&) {});
+    std::vector<InputCursor> cursors = OpenInputs(job.inputPaths, nullptr);
 
     // The second of each cursor's record, side by side: the scan, which is made for every record,
     // then stays in the nearest cache for hundreds of inputs.

@@ -2,13 +2,6 @@
 
 #include <cerrno>
 
-namespace {
-
-// Eight times stdio's own: a read call then serves some fifty records instead of six.
-constexpr std::size_t kBufferBytes = 32768;
-
-}  // namespace
-
 CIOWrap_Plain::~CIOWrap_Plain() {
     CIOWrap_Plain::Close();
 }
@@ -19,7 +12,6 @@ bool CIOWrap_Plain::Open(const char* path, const char* mode) {
         m_Error = errno;
         return false;
     }
-    std::setvbuf(m_pFile, nullptr, _IOFBF, kBufferBytes);
     return true;
 }
 

@@ -23,6 +23,7 @@ TEST(CommandLineTest, AnswersAMalformedLineWithTheUsage) {
         {},
         {"a"},
         {"a", "b"},
+        {"-out", "x"},
         {"-squish", "x"},
         {"-squish", "-out", "x"},
         {"-squish10", "-out", "x"},

@@ -109,4 +109,13 @@ TEST_F(FaultSweepTest, KeepsAllThatWasWritten) {
     }
 }
 
+TEST_F(FaultSweepTest, WritesTwiceForEachRecordAndForOneWithoutData) {
+    m_Run.directory.Write("next", PcapNgBuilder().Packet(0, "").Packet(0, "").Bytes());
+    constexpr int kWrites = 1 + 2 * (3 * kRecords + 2);
+    static_cast<void>(RunWith("write " + std::to_string(kWrites)));
+    EXPECT_EQ(m_Failed, 1);
+    static_cast<void>(RunWith("write " + std::to_string(kWrites + 1)));
+    EXPECT_EQ(m_Failed, 0);
+}
+
 }  // namespace

@@ -1,10 +1,13 @@
 // Runs of some size: what one process does with its output, its memory and its descriptors.
 
+#include <algorithm>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include "tests/support/capture_builder.h"
 #include "tests/support/libpcap_reader.h"
@@ -44,30 +47,51 @@ TEST(WholeRunTest, ReadsEverySampleAndNothingElseReadsItsOutputDifferently) {
     }
 }
 
+// Two inputs, so that the output time is not the captured one; killed after the first line, which is
+// therefore on its way as soon as it is printed, and let run for the second.
 TEST(WholeRunTest, TellsOfItsProgressEveryMillionRecords) {
     ToolRun run;
-    constexpr std::int32_t kRecords = 1'000'000;
     {
-        const std::string record = CaptureBuilder().Record(5, 0, "x").Bytes().substr(24);
+        const std::string record = CaptureBuilder().Record(5, 250000, "x").Bytes().substr(24);
         std::ofstream file(run.directory.Path("in"), std::ios::binary);
         file << CaptureBuilder().Record(0, 0, "y").Bytes();
-        for (std::int32_t count = 1; count < kRecords + 5; ++count) {
+        for (int count = 0; count < 2'000'010; ++count) {
             file << record;
         }
     }
+    run.directory.Write("base", CaptureBuilder().Record(100, 7, "z").Bytes());
     run.environment = {"TZ=LHST-10:30LHDT-11,M10.1.0,M4.1.0"};
-    const ToolResult result = run({"-squish", "in", "-out", "x"});
-    EXPECT_EQ(result.output,
-              "1000000 Packets  1000000 Bytes Time Thu Jan  1 11:00:05 1970-000000\n"
-              "EOF on in, bye ! \n");
+    const std::string end = " Bytes Time Thu Jan  1 11:01:45 1970-250007\n";
+    const std::string finished = "EOF on base, bye ! \n";
+    const std::string first = finished + "1000000 Packets  1000000" + end;
+    EXPECT_EQ(run({"-squish", "base", "in", "-out", "x"}).output,
+              first + "2000000 Packets  2000000" + end + "EOF on in, bye ! \n");
+
+    std::filesystem::remove(run.directory.Path("x"));
+    run.whileRunning = [](int process) {
+        const std::filesystem::path output = "/proc/" + std::to_string(process) + "/fd/1";
+        std::error_code ignored;
+        for (int wait = 0; wait < 20000; ++wait, usleep(500)) {
+            const std::string file = std::filesystem::read_symlink(output, ignored);
+            if (file.ends_with("/output") && !TempDir::ReadPath(file).empty()) {
+                break;
+            }
+        }
+        kill(process, SIGKILL);
+    };
+    const ToolResult killed = run({"-squish", "base", "in", "-out", "x"});
+    EXPECT_EQ(killed.signal, SIGKILL) << killed;
+    EXPECT_EQ(killed.output, first);
 }
 
 TEST(WholeRunTest, UsesAsManyInputsAsTheHardLimitAllows) {
-    constexpr int kInputs = 1200;
+    rlimit hard{};
+    getrlimit(RLIMIT_NOFILE, &hard);
+    const int inputs = static_cast<int>(std::min<rlim_t>(1200, hard.rlim_max - 24));
     ToolRun run;
     std::vector<std::string> arguments;
     CaptureBuilder expected;
-    for (int input = 0; input < kInputs; ++input) {
+    for (int input = 0; input < inputs; ++input) {
         const std::string name = "in" + std::to_string(input);
         run.directory.Write(name, CaptureBuilder().Record(input / 2, 0, name).Bytes());
         expected.Record(input / 2, 0, name);
@@ -103,16 +127,17 @@ TEST(WholeRunTest, NeedsNoMoreMemoryForLongerInputs) {
     EXPECT_LT(peak(40000), peak(1000) + 4096) << "120 MB against 3 MB";
 }
 
-TEST(WholeRunTest, KeepsTheOutputApartFromClosedStandardStreams) {
+TEST(WholeRunTest, KeepsMessagesOutOfTheOutputWhenTheStandardStreamsAreClosed) {
     ToolRun run;
-    run.directory.Write("in", CaptureBuilder().Record(1, 0, "x").Bytes());
     run.prepare = [] {
-        for (int descriptor = 0; descriptor <= 2; ++descriptor) {
-            close(descriptor);
-        }
+        close(STDOUT_FILENO);
+        close(STDERR_FILENO);
     };
-    EXPECT_EQ(run({"-squish", "in", "missing", "-out", "x"}).exitStatus, 0);
-    EXPECT_EQ(run.directory.Read("x"), CaptureBuilder().Record(1, 0, "x").Bytes());
+    // What the abort says would be the second thing in the file.
+    const ToolResult result = run({"-squish", "missing", "-out", "x"});
+    EXPECT_EQ(result.signal, SIGABRT) << result;
+    EXPECT_EQ(run.directory.Read("x"), CaptureBuilder().Bytes());
+    EXPECT_TRUE(result.log.empty()) << result;
 }
 
 }  // namespace

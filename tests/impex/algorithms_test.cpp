@@ -39,8 +39,9 @@ class RandomInputs {
             record.sec = Between(INT32_MIN, INT32_MAX);
             record.usec = Between(INT32_MIN, INT32_MAX);
         }
-        const std::uint32_t source = Between(0, 1) == 0 ? kPrivate : kPublic;
-        const std::uint32_t destination = Between(0, 1) == 0 ? kPrivate : kPublic;
+        const std::uint32_t addresses[] = {kPrivate, kPrivate, kPublic, 0xC0A90102, 0x0AA80102};
+        const std::uint32_t source = addresses[Between(0, 4)];
+        const std::uint32_t destination = addresses[Between(0, 4)];
         const int size = Between(0, 3) == 0 ? Between(0, 40) : Between(34, 90);
         record.data = Frame(Between(0, 3) == 0 ? 0x0806 : 0x0800, source, destination, static_cast<std::size_t>(size),
                             static_cast<char>(Between(0, 255)));

@@ -47,12 +47,14 @@ TEST_F(PcapNgStreamTest, DeliversClassicRecordsInMicroseconds) {
     Open(PcapNgBuilder(1, 9)
              .Packet(1'500'000'000'123'456'789, "first")
              .Packet(1'500'000'000'123'457'999, "")
+             .Packet(3'000'000'000'000'000'000, "after 2038")
              .Packet((std::uint64_t{1} << 32) * 1'000'000'000 + 5'000'000'000, "after 2106")
              .Bytes());
     EXPECT_FALSE(m_Stream.Read(nullptr, 16)) << "nothing is fetched yet";
     EXPECT_TRUE(m_Stream.IsEOF());
     EXPECT_EQ(Next(), "1500000000.123456 5/5 first");
     EXPECT_EQ(Next(), "1500000000.123457 0/0 ");
+    EXPECT_EQ(Next(), "-1294967296.0 10/10 after 2038");
     EXPECT_EQ(Next(), "5.0 10/10 after 2106");
     EXPECT_EQ(Next(), "");
 }

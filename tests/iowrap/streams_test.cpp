@@ -83,7 +83,7 @@ INSTANTIATE_TEST_SUITE_P(Variants, StreamTest, testing::ValuesIn(kVariants),
 
 TEST(GZipStreamTest, EndsCleanlyWhereTheFileWasCutAndFailsOnDamage) {
     const TempDir directory;
-    const std::string content(5000, 'x');
+    const std::string content(100000, 'x');
     std::string bytes = Gzip(content);
     char buffer[64];
     CIOWrap_GZip cut;
@@ -96,15 +96,14 @@ TEST(GZipStreamTest, EndsCleanlyWhereTheFileWasCutAndFailsOnDamage) {
     bytes[bytes.size() - 6] ^= 0x55;  // the checksum behind the data
     CIOWrap_GZip damaged;
     ASSERT_TRUE(damaged.Open(directory.Write("damaged", bytes).c_str(), "rb"));
-    bool good = true;
-    for (std::size_t count = 0; good && count <= content.size(); ++count) {
-        good = damaged.Read(buffer, 1);
+    std::size_t delivered = 0;
+    while (damaged.Read(buffer, 1)) {
+        ++delivered;
     }
-    EXPECT_FALSE(good);
+    EXPECT_GT(delivered, content.size() / 2) << "all but what zlib inflates in one go";
+    EXPECT_LT(delivered, content.size());
     EXPECT_FALSE(damaged.IsEOF());
     EXPECT_EQ(damaged.GetError(), 0);
-    EXPECT_FALSE(damaged.Read(buffer, 0x80000000U)) << "more than zlib takes in one request";
-    EXPECT_FALSE(damaged.IsEOF());
 
     CIOWrap_GZip plain;
     ASSERT_TRUE(plain.Open(directory.Write("plain", "not compressed").c_str(), "rb"));

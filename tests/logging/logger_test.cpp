@@ -197,6 +197,21 @@ TEST(LoggerTest, StandardErrorIsClosedByCloseAndNotByTheDestructor) {
     EXPECT_EQ(LogLines(directory.Path("errors")), (Lines{"DEBUG first", "DEBUG second"}));
 }
 
+TEST(LoggerTest, TakesDescriptorZeroForAFailure) {
+    const pid_t child = fork();
+    if (child == 0) {
+        close(STDIN_FILENO);
+        CVeloLogger logger(LoggerMode::TemporaryFile);
+        char path[64] = "";
+        const bool isOpen = readlink("/proc/self/fd/0", path, sizeof path - 1) > 0;
+        unlink(path);
+        _exit(isOpen && logger.FileName().empty() && logger.Write(Level::kEmerg, "nowhere") == 0 ? 0 : 1);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+}
+
 TEST(LoggerTest, LinesOfManyThreadsNeverMix) {
     constexpr int kThreads = 8;
     constexpr int kLinesEach = 200;

@@ -7,8 +7,6 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-namespace test_support {
-
 // Lowers a soft limit. RLIMIT_FSIZE stands for a full disk: a write across the limit is cut short
 // and the next one fails with EFBIG (the signal that goes with it is ignored). Keep the scope to
 // the call under test: it holds for the test's own output as well.
@@ -25,9 +23,7 @@ class ScopedLimit {
         std::signal(SIGXFSZ, oldHandler_);
     }
     ScopedLimit(const ScopedLimit&) = delete;
-    ScopedLimit(ScopedLimit&&) = delete;
     ScopedLimit& operator=(const ScopedLimit&) = delete;
-    ScopedLimit& operator=(ScopedLimit&&) = delete;
 
  private:
     __rlimit_resource_t resource_;
@@ -41,5 +37,3 @@ inline rlim_t DescriptorsAllowing(int more) {
     close(lowestFree);
     return static_cast<rlim_t>(lowestFree + more);
 }
-
-}  // namespace test_support

@@ -13,8 +13,8 @@
 
 class TempDir {
  public:
-    TempDir() {
-        std::string path = std::filesystem::temp_directory_path() / "seamtool-test.XXXXXX";
+    explicit TempDir(const std::filesystem::path& parent = std::filesystem::temp_directory_path()) {
+        std::string path = parent / "seamtool-test.XXXXXX";
         if (mkdtemp(path.data()) == nullptr) {
             throw std::runtime_error("mkdtemp " + path);
         }
@@ -30,6 +30,8 @@ class TempDir {
     [[nodiscard]] std::string Path(std::string_view name = "") const {
         return (name.empty() ? m_Path : m_Path / name).string();
     }
+
+    [[nodiscard]] std::string operator/(const std::string& name) const { return Path(name); }
 
     // Makes a file in the directory and returns its path.
     std::string Write(std::string_view name, std::string_view content) const {

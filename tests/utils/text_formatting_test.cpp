@@ -29,8 +29,7 @@ TEST(TextFormattingTest, UnboundedFormattersIgnoreTheSize) {
     char text[64];
     EXPECT_EQ(GuidToString(kGuid, text, 1), text);
     EXPECT_STREQ(text, "{6B29FC40-CA47-1067-B31D-00DD010662DA}");
-    EXPECT_STREQ(GuidToFileName(kSmall, "pre", "bin", text, 1),
-                 "pre-00000001-0002-0003-0405-060708090A0B.bin");
+    EXPECT_STREQ(GuidToFileName(kSmall, "pre", "bin", text, 1), "pre-00000001-0002-0003-0405-060708090A0B.bin");
     EXPECT_STREQ(MacToString(mac, text, 1), "00:1B:44:11:FA:FF");
     EXPECT_EQ(FormatBufferCount(text, 0, "%d.%s", 12, "xyz"), 6);
     EXPECT_STREQ(text, "12.xyz");
@@ -77,8 +76,7 @@ TEST(TextFormattingDeathTest, ParseIpAndBack) {
     }
     unsigned char address[4];
     EXPECT_EQ(ParseIp(nullptr, address), 0);
-    EXPECT_EXIT(static_cast<void>(ParseIp(padding + "1.2.3.44", address)),
-                testing::KilledBySignal(SIGABRT),
+    EXPECT_EXIT(static_cast<void>(ParseIp(padding + "1.2.3.44", address)), testing::KilledBySignal(SIGABRT),
                 "ParseIp: text of 128 bytes does not fit into 128");
 }
 
@@ -96,12 +94,11 @@ TEST(TextFormattingTest, HexDigits) {
     EXPECT_EQ(BytesToHex(std::string("\x00\xFF\x9A", 3)), "00FF9A");
     EXPECT_EQ(HexToBytes("01ffFF9aA9"), "\x01\xFF\xFF\x9A\xA9");
     EXPECT_EQ(HexToBytes("4142F"), "AB");
-    const Texts rows[] = {
-        {"C0:A8:01:0A", "192.168.1.10"},
-        {"c0xa8yffzFF and so on", "192.168.255.255"},
-        {"G0:zZ:-1", "0.83.97.89"},       // 16*16, 35*16+35, (45-55)*16+1, two zero characters
-        {"C0:A8:01:1", "192.168.1.217"},  // 1*16 and a zero character
-        {"", "89.89.89.89"}};
+    const Texts rows[] = {{"C0:A8:01:0A", "192.168.1.10"},
+                          {"c0xa8yffzFF and so on", "192.168.255.255"},
+                          {"G0:zZ:-1", "0.83.97.89"},       // 16*16, 35*16+35, (45-55)*16+1, two zero characters
+                          {"C0:A8:01:1", "192.168.1.217"},  // 1*16 and a zero character
+                          {"", "89.89.89.89"}};
     for (const auto& [hex, dotted] : rows) {
         char buffer[16];
         EXPECT_EQ(HexIpToDotted(hex, buffer), dotted) << hex;

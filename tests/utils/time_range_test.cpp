@@ -83,8 +83,7 @@ TEST(TimeRangeTest, QuestionsAtTheEnds) {
     EXPECT_TRUE(range.Contains({10, 5}) && range.Contains({20, 5}));
     EXPECT_FALSE(range.Contains({10, 4}) || range.Contains({20, 6}));
     EXPECT_TRUE(range.ContainsRange(range));
-    EXPECT_FALSE(range.ContainsRange({{10, 4}, {20, 5}}) ||
-                 range.ContainsRange({{10, 5}, {20, 6}}));
+    EXPECT_FALSE(range.ContainsRange({{10, 4}, {20, 5}}) || range.ContainsRange({{10, 5}, {20, 6}}));
     EXPECT_TRUE(range.Overlaps({{20, 4}, {30, 0}}) && range.Overlaps({{0, 0}, {10, 6}}));
     EXPECT_FALSE(range.Overlaps({{20, 5}, {30, 0}}) || range.Overlaps({{0, 0}, {10, 5}}));
     EXPECT_TRUE(range.IsAfter({20, 6}) && !range.IsAfter({20, 5}) && !range.IsAfter({10, 4}));

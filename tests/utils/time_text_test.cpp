@@ -31,12 +31,10 @@ class TimeTextTest : public testing::Test {
 std::string AllTexts(const TimeVal32& time) {
     int clock[3] = {-1, -1, -1};
     LocalHourMinSec(time, clock[0], clock[1], clock[2]);
-    return AscTime(time) + "/" + AscTimeZone(time) + "/" + AscTimeUsec(time) + "/" +
-           Rfc2822Time(time) + "/" + ClockTimeUsec(time) + "/" + DateHourMinute(time) + "/" +
-           DateHourMinuteDashed(time) + "/" + DateHourMinuteForFileName(time) + "/" +
-           DateCompact(time) + "/" + std::to_string(LocalHour(time)) + "=" +
-           std::to_string(clock[0]) + ":" + std::to_string(clock[1]) + ":" +
-           std::to_string(clock[2]);
+    return AscTime(time) + "/" + AscTimeZone(time) + "/" + AscTimeUsec(time) + "/" + Rfc2822Time(time) + "/" +
+           ClockTimeUsec(time) + "/" + DateHourMinute(time) + "/" + DateHourMinuteDashed(time) + "/" +
+           DateHourMinuteForFileName(time) + "/" + DateCompact(time) + "/" + std::to_string(LocalHour(time)) + "=" +
+           std::to_string(clock[0]) + ":" + std::to_string(clock[1]) + ":" + std::to_string(clock[2]);
 }
 
 TEST_F(TimeTextTest, LayoutsInTwoZones) {
@@ -86,8 +84,8 @@ TEST_F(TimeTextTest, ParseDateTimeReadsStandardTime) {
     EXPECT_TRUE(ParseDateTime(time, "1-1-100") && time.sec == 1118082944) << time.sec;
     EXPECT_TRUE(ParseDateTime(time, "1--2000--2147483648") && time.sec == -1) << time.sec;
     time = kUntouched;
-    for (const char* text : {"33-01-2020", "01-14-2020", "01--2147483648-2020", "2021/01/01",
-                             "01-02", static_cast<const char*>(nullptr)}) {
+    for (const char* text : {"33-01-2020", "01-14-2020", "01--2147483648-2020", "2021/01/01", "01-02",
+                             static_cast<const char*>(nullptr)}) {
         EXPECT_FALSE(ParseDateTime(time, text)) << testing::PrintToString(text);
         EXPECT_EQ(time, kUntouched) << testing::PrintToString(text);
     }

@@ -1,0 +1,43 @@
+// What is read from the pipes of a child process, a bounded piece at a time.
+
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include <sys/types.h>
+
+namespace velora::utils::proc {
+
+// Reads once, at most `limit` bytes, and appends to `text` what stands before the first zero byte
+// among them. The result is that of read(2).
+ssize_t AppendFrom(int fd, std::size_t limit, std::string& text);
+
+// Gathers the standard output and the standard error of a child. The descriptors stay the
+// caller's; select(2) watches only those below FD_SETSIZE (1024).
+class OutputCollector {
+ public:
+    OutputCollector(int outputFd, int errorFd) : outputFd_(outputFd), errorFd_(errorFd) {}
+
+    // Waits up to 100 ms for something to read, and reads at most 1023 bytes from each pipe that
+    // has something, standard output first. A pipe at its end counts as having something, so that
+    // passes over a child that closed its outputs and lives on do not wait.
+    //
+    // False when select() or a read fails, a signal caught while waiting included. The reason is
+    // then at the end of Errors(): "Select error: <error text>", or "Error reading from stdout
+    // pipe: <error text>", or the same of stderr.
+    [[nodiscard]] bool Pass();
+
+    [[nodiscard]] const std::string& Output() const { return output_; }
+    [[nodiscard]] const std::string& Errors() const { return errors_; }
+
+ private:
+    bool Fail(const char* what);
+
+    int outputFd_;
+    int errorFd_;
+    std::string output_;
+    std::string errors_;
+};
+
+}  // namespace velora::utils::proc

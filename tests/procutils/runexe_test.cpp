@@ -1,0 +1,155 @@
+#include <csignal>
+#include <future>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/select.h>
+
+#include "procutils/process_search.h"
+#include "procutils/runexe/output_collector.h"
+#include "procutils/runexe/run_exe.h"
+#include "procutils/runexe/run_popen.h"
+#include "procutils/runexe/spawn_exe.h"
+#include "tests/procutils/ordinary_user.h"
+#include "tests/support/file_trees.h"
+#include "tests/support/scoped_limit.h"
+#include "utils/scope_guards.h"
+
+namespace velora::utils::proc {
+namespace {
+
+using MiscUtils::UniqueFd;
+
+TEST(RunTest, GivesAResultAndAText) {
+    constexpr int kMany = 100;
+    const struct {
+        int (*run)(const std::string&, std::string&);
+        std::string command;
+        int result;
+        int descriptorsLeft;
+        std::string output;
+    } rows[] = {
+        {RunPopen, "printf hello", 0, kMany, "hello"},
+        {RunPopen, "printf 'a\\n\\nb\\n'; exit 1", 256, kMany, "a\n\nb\n"},
+        {RunPopen, "", 0, kMany, ""},
+        {RunPopen, "kill -KILL $$", SIGKILL, kMany, ""},
+        {RunPopen, "printf %03000d 7", 0, kMany, std::string(2999, '0') + "7"},
+        {RunPopen, "printf 'ab\\0cd\\nef\\n'", 0, kMany, "abef\n"},
+        {RunPopen, "no descriptors", -1, 0, "old"},
+        {RunExe, "printf hello", 0, kMany, "hello"},
+        {RunExe, "  printf  %s.  a b ", 0, kMany, "a.b."},
+        {RunExe, "sh -c printf\toops>&2;printf\tout;exit\t3", 3, kMany, "oops"},
+        {RunExe, "sh -c printf\toops>&2;printf\tout", 0, kMany, "out"},
+        {RunExe, "sh -c printf\toops>&2;kill\t-KILL\t$$", -1, kMany, "oops"},
+        {RunExe, "no-such-program.velora", 255, kMany, ""},
+        {RunExe, " ", 255, kMany, ""},
+        {RunExe, "sh -c for\ti\tin\t1\t2;do\tkill\t-ALRM\t$PPID;sleep\t.1;done", -1, kMany, "old"},
+        {RunExe, "no pipe", -1, 0, "pipe() failed: Too many open files"},
+        {RunExe, "one pipe", -1, 2, "pipe() failed: Too many open files"},
+    };
+    const auto before = OpenDescriptors();
+    const auto handler = std::signal(SIGCHLD, SIG_IGN);
+    std::signal(SIGALRM, [](int) {});  // what ends a select()
+    for (const auto& row : rows) {
+        std::string output = "old";
+        {
+            const ScopedLimit limit(RLIMIT_NOFILE, DescriptorsAllowing(row.descriptorsLeft));
+            EXPECT_EQ(row.run(row.command, output), row.result) << row.command;
+        }
+        EXPECT_EQ(output, row.output) << row.command;
+        EXPECT_EQ(std::signal(SIGCHLD, SIG_IGN), SIG_IGN);
+        EXPECT_EQ(OpenDescriptors(), before);
+    }
+    std::signal(SIGCHLD, handler);
+    std::signal(SIGALRM, SIG_IGN);
+    EXPECT_TRUE(RunPopenOrThrow("exit 1"));
+}
+
+TEST(RunTest, WithoutAProcessToBeHad) {
+    const auto failureOf = [](auto call) { return ErrorOf<std::runtime_error>(call); };
+    EXPECT_TRUE(HoldsForOrdinaryUser([&, before = OpenDescriptors()] {
+        const ScopedLimit noProcess(RLIMIT_NPROC, 0);
+        const std::string error = "Resource temporarily unavailable";
+        const std::string pgrep = " : RunPopen fail for pgrep /usr/bin/pgrep -f . stdout=";
+        std::string output;
+        return RunExe("true", output) == -1 && output == "fork() failed: " + error &&
+               failureOf([] { SpawnExe("true"); }) == error + " : procutils/runexecvp/fork:" &&
+               failureOf([] { RunPopenOrThrow("x"); }).ends_with(" : RunPopen fail x stdout=") &&
+               failureOf([] { Pgrep(".", nullptr); }).ends_with(pgrep) && !IsProcRunning(".") &&
+               OpenDescriptors() == before;
+    }));
+}
+
+TEST(RunExeTest, DropsWhatTheProgramLeftInThePipe) {
+    // The reader stands still until the program has ended: one pass is left to it.
+    EXPECT_TRUE(HoldsForOrdinaryUser([] {
+        std::string output;
+        return RunExe("sh -c (sleep\t0.5;kill\t-CONT\t$PPID)&kill\t-STOP\t$PPID;printf\t%03000d\t7", output) == 0 &&
+               output.size() == 1023;
+    }));
+}
+
+TEST(OutputCollectorTest, NamesTheFault) {
+    const UniqueFd directory(open("/", O_RDONLY));
+    const UniqueFd null(open("/dev/null", O_RDONLY));
+    const struct {
+        int outputFd, errorFd;
+        std::string errors;
+    } rows[] = {
+        {directory.Get(), null.Get(), "Error reading from stdout pipe: Is a directory"},
+        {null.Get(), directory.Get(), "Error reading from stderr pipe: Is a directory"},
+        {static_cast<int>(DescriptorsAllowing(0)), null.Get(), "Select error: Bad file descriptor"},
+        {null.Get(), FD_SETSIZE, "Select error: Invalid argument"},
+    };
+    for (const auto& row : rows) {
+        OutputCollector collector(row.outputFd, row.errorFd);
+        EXPECT_FALSE(collector.Pass());
+        EXPECT_EQ(collector.Errors(), row.errors);
+    }
+}
+
+TEST(SpawnExeTest, KeepsTheCallersStandardErrorWhenThePipeIsLow) {
+    const UniqueFd lastClosed(dup2(STDERR_FILENO, 31));
+    const UniqueFd firstKept(dup2(STDERR_FILENO, 32));
+    testing::internal::CaptureStderr();
+    const pid_t child = SpawnExe("sh\t-c \n echo${IFS}complaint>&2;exec${IFS}sleep${IFS}300");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "complaint\n");
+    const std::string itsDescriptors = "/proc/" + std::to_string(child) + "/fd/";
+    for (int fd = 3; fd <= 32; ++fd) {
+        EXPECT_EQ(access((itsDescriptors + std::to_string(fd)).c_str(), F_OK) == 0, fd == 32) << fd;
+    }
+    EXPECT_EQ(kill(child, SIGKILL), 0);
+    EXPECT_EQ(waitpid(child, nullptr, 0), child);
+}
+
+TEST(SpawnExeTest, HearsComplaintsThroughAHighPipe) {
+    std::vector<UniqueFd> low;
+    for (int fd = 0; fd < 32; fd = low.back().Get()) {
+        low.emplace_back(open("/dev/null", O_RDONLY));
+    }
+    const struct {
+        std::string command, error;
+    } rows[] = {
+        {"sh -c printf${IFS}1234567890>&2", "no error"},
+        {"sh -c printf${IFS}12345678901>&2", "12345678901"},
+        {"sh -c printf${IFS}%0300d${IFS}7>&2", std::string(256, '0')},
+        {"sh -c printf${IFS}12345678901\\\\0002>&2", "12345678901"},
+        {"no-such-program.velora", "no error"},
+    };
+    const auto before = OpenDescriptors();
+    std::vector<std::future<std::string>> errors;
+    for (const auto& row : rows) {
+        errors.push_back(std::async(std::launch::async, [&row] {
+            return ErrorOf<std::runtime_error>([&] { EXPECT_EQ(kill(SpawnExe(row.command), 0), -1) << "reaped"; });
+        }));
+    }
+    for (std::size_t index = 0; index < errors.size(); ++index) {
+        EXPECT_EQ(errors[index].get(), rows[index].error) << rows[index].command;
+    }
+    EXPECT_EQ(OpenDescriptors(), before);
+}
+
+}  // namespace
+}  // namespace velora::utils::proc

@@ -1,0 +1,155 @@
+#include "utils/file_tree.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <map>
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "procutils/scoped_cwd.h"
+#include "tests/support/file_trees.h"
+#include "utils/scope_guards.h"
+#include "utils/text_edit.h"
+
+namespace MiscUtils {
+namespace {
+
+namespace fs = std::filesystem;
+using velora::utils::proc::ScopedCWD;
+
+// A writable directory on another file system than that of the temporary files.
+fs::path OtherFileSystem() {
+    struct stat own = {};
+    struct stat other = {};
+    for (const char* path : {"/dev/shm", "/run/lock", "/run", "/var/tmp", "/tmp"}) {
+        if (stat(fs::temp_directory_path().c_str(), &own) == 0 && stat(path, &other) == 0 &&
+            other.st_dev != own.st_dev && access(path, W_OK) == 0) {
+            return path;
+        }
+    }
+    throw std::runtime_error("no second file system to move files to");
+}
+
+// What Plant would make the working directory from; links to directories are entered.
+Tree Planted() {
+    Tree words;
+    constexpr auto kFollow = fs::directory_options::follow_directory_symlink;
+    for (const auto& entry : fs::recursive_directory_iterator(".", kFollow)) {
+        const std::string name = entry.path().string().substr(2);
+        words.insert(entry.is_symlink()     ? name + ">" + fs::read_symlink(entry).string()
+                     : entry.is_directory() ? name + "/"
+                     : entry.is_fifo()      ? name + "!"
+                                            : name + "=" + TempDir::ReadPath(name));
+    }
+    return words;
+}
+
+// Columns: the call, the tree before it and after it, the announced files, the error. "@" is the
+// canonical path of the working directory; far/ lies on another file system.
+constexpr const char* kCalls = R"(
+Move s t|s=1 t=234|t=1||no error
+Move s t|f=1 s>f|f=1 t>f||no error
+Move s t|s!|s!||no error
+Move s n/t|s=1|s=1||rename() failed for s=s t= n/t err=2 c=No such file or directory
+Move s far/t|s=1|s=1||rename() failed for s=s t= far/t err=18 c=Invalid cross-device link
+Move s t|s/ s/a=1 s/d/ s/d/b=2 s/d/e/|t/ t/a=1 t/d/ t/d/b=2 t/d/e/|@/t/a @/t/d/b|no error
+Move s t|s/ t=1|s/ t=1||Unable to mkdir or check dest dir @/t errno = 17=File exists
+Move s t|s/ s/a=1 s/p!|s/ s/p! t/ t/a=1|@/t/a|MoveDir: Unable to rmdir() s errno = 39=Directory not empty
+Move s s/t|s/ s/a=1|s/ s/a=1 s/t/||Unable to mkdir or check dest dir @/s/t errno = 22=Invalid argument
+MoveDir s t|s/ s/d/ s/d/b=2 t/ t/d/ t/d/b=0 t/d/c=3|t/ t/d/ t/d/b=2 t/d/c=3|@/t/d/b|no error
+MoveDir s t|s/|s/||realpath() cannot convert to canonical: t errno = 2=No such file or directory
+CopyFile s t|s=1 t=234|s=1 t=1||no error
+CopyFile s n/t|s=1|s=1||CopyFile failed for =s t= n/t err=2 c=No such file or directory
+CopyFile s t|f=1 s/ s/d/ s/d/b>../../f|f=1 s/ s/d/ s/d/b>../../f t/ t/d/ t/d/b=1|@/t/d/b|no error
+CopyDir s t|t/|t/||Unable to open source dir s errno = 2=No such file or directory
+CopyDir s s|s/ s/a=1|s/ s/a=1||Unable to mkdir or check dest dir @/s errno = 22=Invalid argument
+CopyDir s st|s/ s/a=1|s/ s/a=1 st/ st/a=1|@/st/a|no error
+Delete s|f=1 s>f|f=1||no error
+Delete s|k=2 s/ s/a=1 s/d/ s/d/b=1|k=2||no error
+Delete s|d/ d/a=1 s>d|d/ s>d||DeleteDir: Unable to rmdir() s errno = 20=Not a directory
+Delete /proc/self/status||||unlink() failed for s=/proc/self/status err=1 c=Operation not permitted
+DeleteDir s||||Unable to open source dir s errno = 2=No such file or directory
+MoveOrCopy s t||||no error
+MoveOrCopy s n/t|s=1|s=1||std::exception
+MoveOrCopy s far/t|s=1|far/t=1||no error
+MoveOrCopy s far/t|s/ s/a=1 s/d/ s/d/b=2|far/t/ far/t/a=1 far/t/d/ far/t/d/b=2|far/t/a far/t/d/b|no error
+MoveOrCopy s far/t|s=1 far/t/|s=1 far/t/||std::exception
+)";
+
+TEST(FileTreeTest, MovesCopiesAndDeletes) {
+    using Call = std::function<void(const std::string&, const std::string&, const FileCallback&)>;
+    const std::map<std::string, Call> calls = {
+        {"Move", Move},
+        {"MoveDir", MoveDir},
+        {"CopyFile", CopyFile},
+        {"CopyDir", CopyDir},
+        {"Delete", [](auto& path, auto&, auto&) { Delete(path); }},
+        {"DeleteDir", [](auto& path, auto&, auto&) { DeleteDir(path); }},
+        {"MoveOrCopy", [](auto& s, auto& t, auto& callback) { MoveOrCopy(s, t, callback); }},
+    };
+    const std::ptrdiff_t openBefore = OpenDescriptors();
+    std::istringstream lines(kCalls);
+    for (std::string line; std::getline(lines >> std::ws, line);) {
+        SCOPED_TRACE(line);
+        std::array<std::string, 5> cells;
+        std::istringstream rest(line);
+        for (std::string& cell : cells) {
+            std::getline(rest, cell, '|');
+        }
+        const auto& [call, before, after, files, error] = cells;
+        std::string operation, source, target;
+        std::istringstream(call) >> operation >> source >> target;
+        const TempDir scratch;
+        const TempDir far(OtherFileSystem());
+        const ScopedCWD inside(scratch.Path());
+        Plant(scratch, "far>" + far.Path());
+        Plant(scratch, before);
+        const std::string here = fs::canonical(".");
+        Tree announced;
+        const auto record = [&](std::string path) {
+            ReplaceAll(path, far.Path(), "far");
+            ReplaceAll(path, here, "@");
+            announced.insert(path);
+        };
+        const auto run = [&] { calls.at(operation)(source, target, record); };
+        std::string given = operation == "MoveOrCopy" ? ErrorOf<std::exception>(run) : ErrorOf<std::domain_error>(run);
+        ReplaceAll(given, here, "@");
+        EXPECT_EQ(given, error);
+        EXPECT_EQ(Planted(), Words(after + " far>" + far.Path()));
+        EXPECT_EQ(announced, Words(files));
+    }
+    EXPECT_EQ(OpenDescriptors(), openBefore);
+}
+
+TEST(FileTreeTest, EveryLevelHasACallbackOfItsOwnWhoseErrorEndsTheWork) {
+    const TempDir scratch;
+    const ScopedCWD inside(scratch.Path());
+    Plant(scratch, "s/ s/d/ s/d/b=2 s/e/ s/e/c=3");
+    int highest = 0;
+    CopyDir("s", "t", [&highest, n = 0](auto&) mutable { highest = std::max(highest, ++n); });
+    EXPECT_EQ(highest, 1);
+    const std::ptrdiff_t openBefore = OpenDescriptors();
+    EXPECT_THROW(Move("s", "u", [](auto& path) { throw path; }), std::string);
+    EXPECT_THROW(CopyFile("t", "v", nullptr), std::bad_function_call);
+    EXPECT_EQ(OpenDescriptors(), openBefore);
+}
+
+TEST(FileTreeTest, MakesDirectories) {
+    const TempDir scratch;
+    const ScopedCWD inside(scratch.Path());
+    const ScopedUmask groupOnly(07);
+    Plant(scratch, "g=1");
+    EXPECT_TRUE(EnsureDir("a") && EnsureDir("a"));
+    EXPECT_EQ(fs::status("a").permissions(), fs::perms{0770});
+    EXPECT_TRUE(!EnsureDir("b/c") && errno == ENOENT);
+    EXPECT_TRUE(MakeDirs("b/c//d/") && MakeDirs(scratch / "e/f"));
+    EXPECT_FALSE(MakeDirs("g/h") || MakeDirs(""));
+    EXPECT_EQ(Planted(), Words("a/ b/ b/c/ b/c/d/ e/ e/f/ g=1"));
+    EXPECT_EQ(CanonicalPath("b/c/../../a/."), fs::canonical("a"));
+}
+
+}  // namespace
+}  // namespace MiscUtils

@@ -1,0 +1,129 @@
+#include <array>
+
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <stdlib.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include "tests/support/file_trees.h"
+#include "tests/support/scoped_limit.h"
+#include "utils/bounded_copy.h"
+#include "utils/config_archive.h"
+#include "utils/host_name.h"
+#include "utils/local_datagram.h"
+#include "utils/scope_guards.h"
+#include "utils/temp_file.h"
+#include "utils/text_shim.h"
+
+namespace MiscUtils {
+namespace {
+
+namespace fs = std::filesystem;
+
+TEST(HostNameTest, TakesUpTo63CharactersAsRoot) {
+    if (unshare(CLONE_NEWUTS) != 0) {  // from here on this process has a name of its own
+        GTEST_SKIP() << "only root may set a host name";
+    }
+    const std::string name(64, 'h');
+    EXPECT_EQ(sethostname(name.data(), 63), 0);
+    EXPECT_EQ(HostName(), name.substr(1));
+    EXPECT_EQ(sethostname(name.data(), 64), 0);
+    EXPECT_EQ(HostName(), "hostname-error");
+}
+
+TEST(TempFileDeathTest, NamesKeepTheirSuffixAndAreReserved) {
+    const TempDir scratch;
+    const std::ptrdiff_t openBefore = OpenDescriptors();
+    for (const auto& [pattern, start, suffix] :
+         std::initializer_list<std::array<std::string, 3>>{{"", "/tmp/Dpi.Pipe.", ""},
+                                                           {scratch / "aXXXXXX.log", scratch / "a", ".log"},
+                                                           {scratch / "aXXXXXX-XXXXXX", scratch / "a", "-XXXXXX"}}) {
+        const std::string path = MakeTempFile(pattern);
+        EXPECT_TRUE(path.starts_with(start) && path.ends_with(suffix)) << path;
+        EXPECT_EQ(path.size(), start.size() + 6 + suffix.size()) << path;
+        EXPECT_TRUE(fs::is_regular_file(path) && fs::is_empty(path) && fs::remove(path)) << path;
+    }
+    EXPECT_EQ(OpenDescriptors(), openBefore);
+    const auto errorOf = [](const std::string& pattern) {
+        return ErrorOf<std::runtime_error>([&] { return MakeTempFile(pattern); });
+    };
+    EXPECT_EQ(errorOf("/missing/XXXXXX"), "No such file or directory");
+    EXPECT_EQ(errorOf("12345"), "Invalid argument");
+    EXPECT_THROW(errorOf("1234"), std::out_of_range);
+    EXPECT_EQ(errorOf("XXXXXX" + std::string(4089, 'a')), "File name too long");
+    EXPECT_EXIT(errorOf("XXXXXX" + std::string(4090, 'a')), testing::KilledBySignal(SIGABRT),
+                "MakeTempFile: text of 4096 bytes does not fit into 4096");
+}
+
+TEST(WriteFileTest, WritesAllBytesOrThrows) {
+    const TempDir scratch;
+    const std::string path = MakeFile(scratch / "file", "what was there before");
+    WriteFile({"a\0\n\r\xff", 5}, path.c_str());
+    EXPECT_EQ(TempDir::ReadPath(path), std::string("a\0\n\r\xff", 5));
+    for (const std::size_t size : {1U, 50000U}) {  // found out at the close, and before it
+        const auto fill = [&] { WriteFile(std::string(size, 'x'), "/dev/full"); };
+        EXPECT_EQ(ErrorOf<std::runtime_error>(fill), "No space left on device : /dev/full");
+    }
+    const auto open = [] { WriteFile("x", "/proc"); };
+    EXPECT_EQ(ErrorOf<std::runtime_error>(open), "Is a directory : /proc");
+}
+
+TEST(ConfigArchiveTest, UnpacksIntoTheTargetAndLeavesNoTrace) {
+    const TempDir scratch;
+    const fs::path cwd = fs::current_path();
+    Plant(scratch, "from/ from/a=" + scratch.Path() + " from/sub/ from/sub/b=two to/");
+    ASSERT_EQ(system(("cd '" + scratch.Path() + "' && tar czf a.tgz -C from .").c_str()), 0);
+    const std::string archive = TempDir::ReadPath(scratch / "a.tgz");
+    EXPECT_TRUE(UnpackConfigArchive(archive, (scratch / "to").c_str()));
+    EXPECT_EQ(TempDir::ReadPath(scratch / "to/a"), scratch.Path());
+    EXPECT_EQ(TempDir::ReadPath(scratch / "to/sub/b"), "two");
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(UnpackConfigArchive("cut" + archive, (scratch / "to").c_str()));
+    EXPECT_NE(testing::internal::GetCapturedStderr(), "");
+    EXPECT_THROW(UnpackConfigArchive(archive, (scratch / "missing").c_str()), std::runtime_error);
+    EXPECT_EQ(fs::current_path(), cwd);
+    for (const auto& entry : fs::directory_iterator("/tmp")) {  // maybe with those of other tests
+        if (entry.path().filename().string().starts_with("CFGTGZ.")) {
+            EXPECT_FALSE(TempDir::ReadPath(entry.path()).ends_with(archive)) << entry;
+        }
+    }
+}
+
+TEST(LocalDatagramDeathTest, ArrivesWholeOrSaysWhichCallFailed) {
+    const TempDir scratch;
+    const UniqueFd receiver(socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK, 0));
+    sockaddr_un address = {.sun_family = AF_UNIX, .sun_path = {}};
+    CopyBounded(address.sun_path, scratch / "socket", "test");
+    ASSERT_EQ(bind(receiver.Get(), reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+    const std::ptrdiff_t openBefore = OpenDescriptors();
+    for (const std::string& payload : {std::string("a\0b", 3), std::string(9000, 'x')}) {
+        SendLocalDatagram(scratch / "socket", payload);
+        std::string got(10000, '\0');
+        const ssize_t length = recv(receiver.Get(), got.data(), got.size(), 0);
+        EXPECT_EQ(got.substr(0, static_cast<std::size_t>(length)), payload);
+    }
+    const auto errorOf = [](const std::string& to) {
+        return ErrorOf<std::runtime_error>([&] { SendLocalDatagram(to, "x"); });
+    };
+    EXPECT_EQ(errorOf(std::string(107, 'n')), "No such file or directory : sendto()");
+    EXPECT_EQ(OpenDescriptors(), openBefore);
+    EXPECT_EXIT(errorOf(std::string(108, 'n')), testing::KilledBySignal(SIGABRT), "108 bytes");
+    const ScopedLimit nothingOpens(RLIMIT_NOFILE, DescriptorsAllowing(0));
+    EXPECT_EQ(errorOf("x"), "Too many open files : socket()");
+}
+
+TEST(TextShimTest, SizesAreNotLookedAt) {
+    char text[32] = "";
+    EXPECT_STREQ(AppendText(CopyText(text, 1, "abc"), 1, "defg"), "abcdefg");
+    EXPECT_STREQ(CopyTextN(text, 1, "xyz", 2), "xycdefg");
+    int number = 0;
+    EXPECT_TRUE(ScanText("12 ab", "%d %31s", &number, text) == 2 && number == 12);
+    EXPECT_STREQ(ErrorText(text, 9, 12345), "Unknown ");  // but for this one
+    std::FILE* file = stdin;
+    EXPECT_TRUE(OpenFile(&file, "/dev/null/x", "r") == -1 && file == nullptr);
+    EXPECT_TRUE(OpenFile(&file, "/dev/null", "r") == 0 && std::fclose(file) == 0);
+}
+
+}  // namespace
+}  // namespace MiscUtils
