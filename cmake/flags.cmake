@@ -24,13 +24,17 @@ check_pie_supported()
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 target_link_options(velora_flags INTERFACE -Wl,-z,relro -Wl,-z,now)
 
-# Makes one static library of the product: velora_library(name sources...).
+# Makes one static library of the product: velora_library(name sources...). Every header among the
+# sources is public: it is installed under its folder's name, and cmake/install.cmake takes the
+# library up by itself.
 function(velora_library name)
+  set(headers ${ARGN})
+  list(FILTER headers INCLUDE REGEX "\\.h$")
   add_library(velora_${name} STATIC ${ARGN})
   add_library(velora::${name} ALIAS velora_${name})
+  target_sources(velora_${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${headers})
   set_target_properties(velora_${name} PROPERTIES EXPORT_NAME ${name})
-  target_include_directories(velora_${name} PUBLIC
-    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}> $<INSTALL_INTERFACE:include/velora>)
+  set_property(GLOBAL APPEND PROPERTY VELORA_LIBRARIES velora_${name})
   target_compile_features(velora_${name} PUBLIC cxx_std_20)
   target_link_libraries(velora_${name} PRIVATE $<BUILD_INTERFACE:velora_flags>)
 endfunction()

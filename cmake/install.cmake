@@ -1,0 +1,59 @@
+# What "cmake --install" puts where: the tool with its manual page and completions, the headers and
+# static libraries, and two descriptions of these for builds that use them: a CMake package and a
+# pkg-config file.
+if(VELORA_SANITIZE)
+  install(CODE "message(FATAL_ERROR \"This tree is built with sanitizers (${VELORA_SANITIZE}) and is not \
+for installing: its libraries would need the sanitizers' run time in every program that links them. \
+Install from the preset release.\")")
+  return()
+endif()
+
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/velora)
+get_property(libraries GLOBAL PROPERTY VELORA_LIBRARIES)
+
+install(TARGETS seamtool)
+install(FILES docs/seamtool.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES completion/seamtool.bash
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME seamtool)
+install(FILES completion/_seamtool DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
+
+install(TARGETS ${libraries} EXPORT velora-targets
+  FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/velora
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/velora)
+install(EXPORT velora-targets NAMESPACE velora:: DESTINATION ${package_dir})
+configure_package_config_file(cmake/velora-config.cmake.in velora-config.cmake
+  INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(velora-config-version.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/velora-config.cmake ${PROJECT_BINARY_DIR}/velora-config-version.cmake
+  DESTINATION ${package_dir})
+
+# The linker wants a static library before those that it calls, so a library is written down when no
+# other that is still waiting links it.
+set(VELORA_LINK_FLAGS "")
+while(libraries)
+  set(waiting ${libraries})
+  foreach(library IN LISTS libraries)
+    set(is_wanted FALSE)
+    foreach(other IN LISTS libraries)
+      get_target_property(linked ${other} LINK_LIBRARIES)
+      if(library IN_LIST linked)
+        set(is_wanted TRUE)
+      endif()
+    endforeach()
+    if(NOT is_wanted)
+      string(APPEND VELORA_LINK_FLAGS " -l${library}")
+      list(REMOVE_ITEM libraries ${library})
+    endif()
+  endforeach()
+  if(libraries STREQUAL waiting)
+    message(FATAL_ERROR "These libraries link each other in a circle: ${libraries}")
+  endif()
+endwhile()
+# From the file's own folder, so that the installed tree can be moved.
+file(RELATIVE_PATH VELORA_PREFIX_FROM_PC
+  ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" VELORA_PREFIX_FROM_PC "${VELORA_PREFIX_FROM_PC}")
+configure_file(cmake/velora.pc.in velora.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/velora.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
