@@ -2,8 +2,7 @@
 # Completion of seamtool's arguments in bash; stands on the bash-completion package.
 
 # Completes $cur with paths below a directory: _seamtool_paths DIRECTORY arguments of _filedir.
-# Directories get their slash here: below another directory than the current one the shell would not
-# know them.
+# Directories below another one than the current get their slash here: the shell would not know them.
 _seamtool_paths() {
     local directory=$1 found path
     shift
@@ -12,7 +11,7 @@ _seamtool_paths() {
         COMPREPLY=()
         _filedir "$@"
         for path in "${COMPREPLY[@]}"; do
-            [[ ! -d $path ]] || path+=/
+            [[ $directory == . || ! -d $path ]] || path+=/
             printf '%s\n' "$path"
         done
     )

@@ -32,23 +32,23 @@ expect() {
   echo "\"$line\": expected $expected but got $actual"
 }
 
-directories=('my captures/' home/ sub/)
+directories=('my captures' home sub)
 paths=(a.pcap 'b c.pcapng' d.cap e.PCAP.GZ f.bz2 g.bzip2 "${directories[@]}")
 expect 'seamtool ' -squish -squish10 -r --version "${paths[@]}"
 expect 'seamtool -s' -squish -squish10
 expect 'seamtool -squish ' -r "${paths[@]}"
 expect 'seamtool -squish10 -' -r
 expect 'seamtool -r ' "${directories[@]}"
-expect 'seamtool -squish -r s' sub/
+expect 'seamtool -squish -r s' sub
 expect 'seamtool -r sub ' deep/ inner.cap
 expect 'seamtool -r my\ captures m' mine.pcap
 expect 'seamtool -r ~/ ' own.gz
 expect 'seamtool -r missing '
 expect 'seamtool -r sub inner.cap -out ' deep/
-expect 'seamtool sub/' sub/deep/ sub/inner.cap
+expect 'seamtool sub/' sub/deep sub/inner.cap
 expect 'seamtool n'
 expect 'seamtool a.pcap ' -out "${paths[@]}"
-expect 'seamtool a.pcap -squish' 
+expect 'seamtool a.pcap -squish'
 expect 'seamtool -squish10 a.pcap -' -out
 expect 'seamtool a.pcap -out ' "${directories[@]}"
 expect 'seamtool a.pcap -out x '
