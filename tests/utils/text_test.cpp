@@ -73,16 +73,13 @@ TEST(TextDeathTest, IpAddresses) {
         {"1.2.3", untouched},          {"1.2.3.-1", untouched},
         {" 010. +2.3.4x", "10.2.3.4"}, {padding + "1.2.3.4", "1.2.3.4"}};
     for (const auto& [text, expected] : rows) {
-        unsigned char fromText[4] = {9, 9, 9, 9};
-        unsigned char fromString[4] = {9, 9, 9, 9};
+        unsigned char address[4] = {9, 9, 9, 9};
         char back[16];
-        EXPECT_EQ(ParseIp(text.c_str(), fromText), expected == untouched ? 0 : 1) << text;
-        EXPECT_EQ(ParseIp(text, fromString), expected == untouched ? 0 : 1) << text;
-        EXPECT_EQ(IpToString(fromText, back, 1), expected);
-        EXPECT_EQ(IpToString(fromString, back, 1), expected);
+        EXPECT_EQ(ParseIp(text, address), expected == untouched ? 0 : 1) << text;
+        EXPECT_EQ(IpToString(address, back, 1), expected);
     }
     unsigned char a[4] = {10, 1, 2, 3};
-    EXPECT_EQ(ParseIp(nullptr, a), 0);
+    EXPECT_TRUE(ParseIp(nullptr, a) == 0 && ParseIp("10.1.2.3", a) == 1);
     EXPECT_EXIT(static_cast<void>(ParseIp(padding + "1.2.3.44", a)), testing::KilledBySignal(SIGABRT),
                 "ParseIp: text of 128 bytes does not fit into 128");
     const unsigned char b[4] = {10, 1, 9, 2};
