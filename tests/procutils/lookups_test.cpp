@@ -85,18 +85,15 @@ TEST(PathPartsDeathTest, DividesAPath) {
 TEST(ScopedCwdTest, EntersADirectoryOrThatOfAFileAndComesBack) {
     const TempDir scratch;
     const fs::path start = fs::current_path();
-    const auto errorOf = [](const std::string& path) {
-        return ErrorOf<std::runtime_error>([&path] {
-            const ScopedCWD inside(path);
-            EXPECT_TRUE(fs::exists("file"));
-        });
+    const auto errorIn = [](const std::string& path) {
+        return ErrorOf<std::runtime_error>([&path] { EXPECT_TRUE((ScopedCWD(path), fs::exists("file"))); });
     };
-    EXPECT_EQ(errorOf(scratch.Write("file", "")), "no error");
-    EXPECT_EQ(errorOf(scratch.Path()), "no error");
-    EXPECT_EQ(errorOf("/missing"), "No such file or directory : Invalid path to scopedcwd:/missing");
+    EXPECT_EQ(errorIn(scratch.Write("file", "")), "no error");
+    EXPECT_EQ(errorIn(scratch.Path()), "no error");
+    EXPECT_EQ(errorIn("/missing"), "No such file or directory : Invalid path to scopedcwd:/missing");
     fs::permissions(scratch.Path(), fs::perms::none);
     EXPECT_TRUE(HoldsForOrdinaryUser([&] {
-        return errorOf(scratch.Path()) == "Permission denied : ScopedCWD Unable to chdir to lib " &&
+        return errorIn(scratch.Path()) == "Permission denied : ScopedCWD Unable to chdir to lib " &&
                fs::current_path() == start;
     }));
     fs::permissions(scratch.Path(), fs::perms::owner_all);

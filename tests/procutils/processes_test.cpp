@@ -61,15 +61,14 @@ TEST(RunTest, GivesAResultAndAText) {
 }
 
 TEST(RunTest, WithoutAProcessToBeHad) {
-    const auto failureOf = [](auto call) { return ErrorOf<std::runtime_error>(call); };
     EXPECT_TRUE(HoldsForOrdinaryUser([&, before = OpenDescriptors()] {
         const ScopedLimit noProcess(RLIMIT_NPROC, 0);
         const std::string error = "Resource temporarily unavailable";
         const std::string pgrep = " : RunPopen fail for pgrep /usr/bin/pgrep -f . stdout=";
         std::string output;
         return RunExe("true", output) == -1 && output == "fork() failed: " + error &&
-               failureOf([] { RunPopenOrThrow("x"); }).ends_with(" : RunPopen fail x stdout=") &&
-               failureOf([] { Pgrep(".", nullptr); }).ends_with(pgrep) && !IsProcRunning(".") &&
+               ErrorOf<std::runtime_error>(RunPopenOrThrow, "x").ends_with(" : RunPopen fail x stdout=") &&
+               ErrorOf<std::runtime_error>(Pgrep, ".", nullptr).ends_with(pgrep) && !IsProcRunning(".") &&
                OpenDescriptors() == before;
     }));
 }
@@ -206,7 +205,7 @@ TEST(PidFileTest, WaitsForAProcessAndStopsIt) {
 
     std::filesystem::permissions(scratch.Path(), std::filesystem::perms{0755});
     EXPECT_TRUE(geteuid() != 0 || HoldsForOrdinaryUser([&file] {
-                    return IsPidFileAlive(file) && ErrorOf<std::runtime_error>([&] { StopProc(file, "sleep"); }) ==
+                    return IsPidFileAlive(file) && ErrorOf<std::runtime_error>(StopProc, file, "sleep") ==
                                                        "Operation not permitted : StopProc : failed to kill process";
                 }));
     EXPECT_TRUE(StopProc(file, "sleep"));

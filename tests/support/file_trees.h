@@ -38,11 +38,11 @@ inline std::ptrdiff_t OpenDescriptors() {
     return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
 }
 
-// The text of the Error that `call` throws; "no error" when it returns.
-template <typename Error, typename Call>
-std::string ErrorOf(const Call& call) {
+// The text of the Error that the call throws; "no error" when it returns.
+template <typename Error, typename Call, typename... Arguments>
+std::string ErrorOf(const Call& call, const Arguments&... arguments) {
     try {
-        call();
+        static_cast<void>(call(arguments...));
     } catch (const Error& error) {
         return error.what();
     }

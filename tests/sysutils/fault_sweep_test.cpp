@@ -2,7 +2,6 @@
 // until the operation passes untouched.
 
 #include <csignal>
-#include <functional>
 #include <tuple>
 
 #include <gtest/gtest.h>
@@ -32,8 +31,9 @@ bool RunsWell(const TempDir&) {
     return result == 0 && output == "output";
 }
 
-bool ReturnsFrom(const std::function<void()>& call) {
-    return ErrorOf<std::exception>(call) == "no error";
+template <typename... Arguments>
+bool Returns(void (*call)(Arguments...), const auto&... arguments) {
+    return ErrorOf<std::exception>(call, arguments...) == "no error";
 }
 
 void EndsInOrder(const std::string& call, bool (*operation)(const TempDir&), bool (*isDone)(const TempDir&)) {
@@ -66,14 +66,15 @@ TEST(FaultSweepTest, EveryCallFailsInTurn) {
          [](auto& d) { return d.Read("t") == "old" + kText; }},
         {"write", "open write close", [](auto& d) { return WriteStringToFile("new", d / "t"); },
          [](auto& d) { return d.Read("t") == "oldnew"; }},
-        {"move tree", "rename", [](auto& d) { return ReturnsFrom([&] { Move(d / "s", d / "u", kNoCallback); }); },
+        {"move tree", "rename", [](auto& d) { return Returns(Move, d / "s", d / "u", kNoCallback); },
          [](auto& d) { return d.Read("u/f") == kText && d.Read("s/f").empty(); }},
-        {"move or copy tree", "rename", [](auto& d) { return ReturnsFrom([&] { MoveOrCopy(d / "s", d / "u"); }); },
+        {"move or copy tree", "rename",
+         [](auto& d) { return Returns<const std::string&, const std::string&>(MoveOrCopy, d / "s", d / "u"); },
          [](auto& d) { return d.Read("u/f") == kText && d.Read("s/f").empty(); }},
         {"copy tree", "open creat read write close",
-         [](auto& d) { return ReturnsFrom([&] { CopyFile(d / "s", d / "u", kNoCallback); }); },
+         [](auto& d) { return Returns(CopyFile, d / "s", d / "u", kNoCallback); },
          [](auto& d) { return d.Read("u/f") == kText && d.Read("s/f") == kText; }},
-        {"delete tree", "unlink", [](auto& d) { return ReturnsFrom([&] { Delete(d / "s"); }); },
+        {"delete tree", "unlink", [](auto& d) { return Returns(Delete, d / "s"); },
          [](auto& d) { return !IsDirectory(d / "s"); }}};
     alarm(60);  // against a hang
     const auto handler = std::signal(SIGCHLD, SIG_IGN);
@@ -90,7 +91,7 @@ TEST(FaultSweepTest, EveryCallFailsInTurn) {
 TEST(FaultSweepTest, SpawnsWithoutAPipeButNotWithoutAFork) {
     const std::ptrdiff_t openBefore = OpenDescriptors();
     ArmFault("fork 1");
-    EXPECT_EQ(ErrorOf<std::runtime_error>([] { SpawnExe("true"); }),
+    EXPECT_EQ(ErrorOf<std::runtime_error>(SpawnExe, "true"),
               "Resource temporarily unavailable : procutils/runexecvp/fork:");
     ArmFault("pipe 1");
     EXPECT_GT(SpawnExe("true"), 0);

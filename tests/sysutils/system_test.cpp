@@ -45,13 +45,10 @@ TEST(TempFileDeathTest, NamesKeepTheirSuffixAndAreReserved) {
         EXPECT_TRUE(fs::is_regular_file(path) && fs::is_empty(path) && fs::remove(path)) << path;
     }
     EXPECT_EQ(OpenDescriptors(), openBefore);
-    const auto errorOf = [](const std::string& pattern) {
-        return ErrorOf<std::runtime_error>([&] { return MakeTempFile(pattern); });
-    };
-    EXPECT_EQ(errorOf("12345"), "Invalid argument");
-    EXPECT_THROW(errorOf("1234"), std::out_of_range);
-    EXPECT_EQ(errorOf("XXXXXX" + std::string(4089, 'a')), "File name too long");
-    EXPECT_EXIT(errorOf("XXXXXX" + std::string(4090, 'a')), testing::KilledBySignal(SIGABRT),
+    EXPECT_EQ(ErrorOf<std::runtime_error>(MakeTempFile, "12345"), "Invalid argument");
+    EXPECT_THROW(static_cast<void>(MakeTempFile("1234")), std::out_of_range);
+    EXPECT_EQ(ErrorOf<std::runtime_error>(MakeTempFile, "XXXXXX" + std::string(4089, 'a')), "File name too long");
+    EXPECT_EXIT(static_cast<void>(MakeTempFile("XXXXXX" + std::string(4090, 'a'))), testing::KilledBySignal(SIGABRT),
                 "MakeTempFile: text of 4096 bytes does not fit into 4096");
 }
 
@@ -61,11 +58,10 @@ TEST(WriteFileTest, WritesAllOrThrows) {
     WriteFile({"a\0\n\r\xff", 5}, path.c_str());
     EXPECT_EQ(TempDir::ReadPath(path), std::string("a\0\n\r\xff", 5));
     for (const std::size_t size : {1U, 50000U}) {  // found out at the close, and before it
-        const auto fill = [&] { WriteFile(std::string(size, 'x'), "/dev/full"); };
-        EXPECT_EQ(ErrorOf<std::runtime_error>(fill), "No space left on device : /dev/full");
+        const std::string full = ErrorOf<std::runtime_error>(WriteFile, std::string(size, 'x'), "/dev/full");
+        EXPECT_EQ(full, "No space left on device : /dev/full");
     }
-    const auto open = [] { WriteFile("x", "/proc"); };
-    EXPECT_EQ(ErrorOf<std::runtime_error>(open), "Is a directory : /proc");
+    EXPECT_EQ(ErrorOf<std::runtime_error>(WriteFile, "x", "/proc"), "Is a directory : /proc");
 }
 
 TEST(ConfigArchiveTest, UnpacksAndLeavesNoTrace) {
@@ -102,14 +98,13 @@ TEST(LocalDatagramDeathTest, ArrivesWholeOrSaysWhichCallFailed) {
         const ssize_t length = recv(receiver.Get(), got.data(), got.size(), 0);
         EXPECT_EQ(got.substr(0, static_cast<std::size_t>(length)), payload);
     }
-    const auto errorOf = [](const std::string& to) {
-        return ErrorOf<std::runtime_error>([&] { SendLocalDatagram(to, "x"); });
-    };
-    EXPECT_EQ(errorOf(std::string(107, 'n')), "No such file or directory : sendto()");
+    const std::string name(108, 'n');
+    EXPECT_EQ(ErrorOf<std::runtime_error>(SendLocalDatagram, name.substr(1), "x"),
+              "No such file or directory : sendto()");
     EXPECT_EQ(OpenDescriptors(), openBefore);
-    EXPECT_EXIT(errorOf(std::string(108, 'n')), testing::KilledBySignal(SIGABRT), "108 bytes");
+    EXPECT_EXIT(SendLocalDatagram(name, "x"), testing::KilledBySignal(SIGABRT), "108 bytes");
     const ScopedLimit nothingOpens(RLIMIT_NOFILE, DescriptorsAllowing(0));
-    EXPECT_EQ(errorOf("x"), "Too many open files : socket()");
+    EXPECT_EQ(ErrorOf<std::runtime_error>(SendLocalDatagram, "x", "x"), "Too many open files : socket()");
 }
 
 TEST(TextShimTest, SizesAreNotLookedAt) {

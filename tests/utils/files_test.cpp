@@ -101,11 +101,8 @@ TEST(FileContentsTest, WriteAddsAndWriteAtOverwrites) {
 TEST(FileContentsTest, ReadNamesWhatItCannotRead) {
     EXPECT_TRUE(ReadWholeFile("/proc/self/cmdline").ends_with('\0'));
     const std::ptrdiff_t openBefore = OpenDescriptors();
-    const auto errorOf = [](const char* path) {
-        return ErrorOf<std::runtime_error>([&] { return ReadWholeFile(path); });
-    };
-    EXPECT_EQ(errorOf("/missing"), "No such file or directory : /missing");
-    EXPECT_EQ(errorOf("/proc"), "Is a directory : /proc");
+    EXPECT_EQ(ErrorOf<std::runtime_error>(ReadWholeFile, "/missing"), "No such file or directory : /missing");
+    EXPECT_EQ(ErrorOf<std::runtime_error>(ReadWholeFile, "/proc"), "Is a directory : /proc");
     EXPECT_EQ(OpenDescriptors(), openBefore);
 }
 
