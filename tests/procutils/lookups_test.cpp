@@ -66,18 +66,14 @@ TEST(StrTokenizerTest, CopiesLiveOnTheirOwnWithFiveZerosBehindTheText) {
 
 TEST(PathPartsDeathTest, DividesAPath) {
     const std::string longest = std::string(1022, 'd') + "/f";
-    const std::tuple<std::string, std::string, std::string> rows[] = {{"/usr/lib", "/usr", "lib"},
-                                                                      {"/usr/", "/", "usr"},
-                                                                      {"usr", ".", "usr"},
-                                                                      {"a/b//", "a", "b"},
-                                                                      {"/", "/", "/"},
-                                                                      {"", ".", "."},
-                                                                      {longest, std::string(1022, 'd'), "f"}};
+    const std::tuple<std::string, std::string, std::string> rows[] = {
+        {"/usr/lib", "/usr", "lib"}, {"/usr/", "/", "usr"}, {"usr", ".", "usr"},
+        {"a/b//", "a", "b"},         {"/", "/", "/"},       {"", ".", "."}};
     for (const auto& [path, directory, last] : rows) {
         EXPECT_EQ(DirName(path), directory) << path;
         EXPECT_EQ(BaseName(path), last) << path;
     }
-    EXPECT_EQ(BaseName("d" + longest), "f");
+    EXPECT_TRUE(DirName(longest) == std::string(1022, 'd') && BaseName("d" + longest) == "f");
     EXPECT_EXIT(static_cast<void>(DirName("d" + longest)), testing::KilledBySignal(SIGABRT),
                 "1025 bytes does not fit into 1025");
 }
