@@ -30,7 +30,8 @@ const Variant kVariants[] = {
     {"plain", [] { return std::make_unique<CIOWrap_Plain>(); },
      [](std::string_view bytes) { return std::string(bytes); }, false},
     {"gzip", [] { return std::make_unique<CIOWrap_GZip>(); }, Gzip, true},
-    {"bzip2", [] { return std::make_unique<CIOWrap_BZip2>(); }, Bzip2, true},
+    {"bzip2", [] { return std::make_unique<CIOWrap_BZip2>(); }, [](std::string_view bytes) { return Bzip2(bytes); },
+     true},
 };
 
 class StreamTest : public testing::TestWithParam<Variant> {

@@ -91,11 +91,11 @@ std::string Gzip(std::string_view bytes) {
     return out;
 }
 
-std::string Bzip2(std::string_view bytes) {
+std::string Bzip2(std::string_view bytes, int blockSize) {
     auto length = static_cast<unsigned>(bytes.size() + bytes.size() / 50 + 1024);
     std::string out(length, '\0');
     if (BZ2_bzBuffToBuffCompress(out.data(), &length, const_cast<char*>(bytes.data()),
-                                 static_cast<unsigned>(bytes.size()), 9, 0, 0) != BZ_OK) {
+                                 static_cast<unsigned>(bytes.size()), blockSize, 0, 0) != BZ_OK) {
         throw std::runtime_error("BZ2_bzBuffToBuffCompress");
     }
     out.resize(length);

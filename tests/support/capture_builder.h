@@ -44,7 +44,8 @@ class PcapNgBuilder {
 };
 
 [[nodiscard]] std::string Gzip(std::string_view bytes);
-[[nodiscard]] std::string Bzip2(std::string_view bytes);
+// `blockSize` (1 to 9) is in units of 100 kB.
+[[nodiscard]] std::string Bzip2(std::string_view bytes, int blockSize = 9);
 
 // An Ethernet frame of at least 34 bytes with the given type and IPv4 addresses, filled up with
 // `fill`.

@@ -1,0 +1,134 @@
+#!/usr/bin/env python3
+"""Makes the seeds in fuzz/corpus/: the beginnings of the captures in samples/, and texts.
+
+Usage: fuzz/make_corpus.py       (writes the same files each time; others in the folders stay)
+"""
+
+import bz2
+import gzip
+import pathlib
+import struct
+
+ROOT = pathlib.Path(__file__).resolve().parent
+SAMPLES = ROOT.parent / "samples"
+
+
+def write(target, seeds):
+    folder = ROOT / "corpus" / target
+    folder.mkdir(parents=True, exist_ok=True)
+    for name, content in seeds.items():
+        (folder / name).write_bytes(content if isinstance(content, bytes) else content.encode())
+
+
+def records(capture, count, order="<", skip=0):
+    """The global header and some records of a classic capture."""
+    at = 24
+    ends = [at]
+    while at < len(capture):
+        at += 16 + struct.unpack_from(order + "I", capture, at + 8)[0]
+        ends.append(at)
+    return capture[:24] + capture[ends[skip] : ends[skip + count]]
+
+
+def blocks(capture, count):
+    """The first blocks of a pcap-ng file."""
+    at = 0
+    for _ in range(count):
+        at += struct.unpack_from("<I", capture, at + 4)[0]
+    return capture[:at]
+
+
+def header(magic, link_type, order="<"):
+    return struct.pack(order + "IHHiIII", magic, 2, 4, 0, 0, 65535, link_type)
+
+
+def record(sec, usec, data, length=None):
+    return struct.pack("<iiII", sec, usec, len(data), length or len(data)) + data
+
+
+web = records((SAMPLES / "web.pcap").read_bytes(), 4)
+big_endian = records((SAMPLES / "echo-be.pcap").read_bytes(), 4, ">")
+dns = blocks((SAMPLES / "dns.pcapng").read_bytes(), 6)
+icmp = records(gzip.decompress((SAMPLES / "icmp.pcap.gz").read_bytes()), 3)
+bulk = records(bz2.decompress((SAMPLES / "bulk.pcap.bz2").read_bytes()), 5)
+classic = header(0xA1B2C3D4, 1)
+empty_records = classic + record(5, 1000000, b"x" * 40) + record(4, 0, b"", 60) + record(6, 7, b"y")
+claim = classic + record(1, 2, b"ab") + struct.pack("<iiII", 3, 4, 0xFFFFFFFF, 0xFFFFFFFF) + b"cd"
+clock_steps = classic + b"".join(record(sec, 999999, b"z" * 34) for sec in (100, 50, 60, 101, 200))
+
+captures = {
+    "little_endian": web,
+    "big_endian": big_endian,
+    "header_only": classic,
+    "nanoseconds": header(0xA1B23C4D, 1) + web[24:],
+    "cooked_big_endian": header(0xA1B2C3D4, 113, ">") + big_endian[24:],
+    "empty_records": empty_records,
+    "claim_of_4_gib": claim,
+    "cut": web[:-7],
+}
+write("read_classic", captures)
+compressed = {f"inside_{name}": b"\1" + content for name, content in captures.items()}
+write("read_gzip", compressed | {"raw_gzip": b"\0" + gzip.compress(icmp, mtime=0), "raw_not_gzip": b"\0" + icmp,
+                                 "raw_cut": b"\0" + gzip.compress(icmp, mtime=0)[:-40]})
+write("read_bzip2", compressed | {"raw_bzip2": b"\0" + bz2.compress(icmp, 1), "raw_cut": b"\0" + bz2.compress(bulk, 1)[:-40],
+                                  "raw_two_streams": b"\0" + bz2.compress(icmp, 1) + bz2.compress(bulk[24:], 1)})
+write("read_pcapng", {"dns": dns, "cut": dns[:-20], "no_packets": blocks(dns, 2), "section_only": blocks(dns, 1)})
+
+inputs = {
+    "web_and_icmp": (web, icmp),
+    "dns_and_big_endian": (dns, big_endian),
+    "empty_records_and_bulk": (empty_records, bulk),
+    "clock_steps_and_web": (clock_steps, web),
+    "nothing_and_header_only": (b"", classic),
+}
+write("algorithms", {f"{algorithm}_{name}": struct.pack("<BH", 192 + mode, len(first)) + first + second
+                     for mode, algorithm in enumerate(("merge", "squish", "squish10"))
+                     for name, (first, second) in inputs.items()})
+
+write("text_forms", {
+    "guid": "{6B29FC40-CA47-1067-B31D-00DD010662DA}",
+    "guid_lower_open": "{6b29fc40-ca47-1067-b31d-00dd010662da",
+    "guid_short_and_minus": "{-1-2-3-45-6-7-8-9-a}",
+    "ip": "10.0.0.1",
+    "ip_signs_and_zeros": " +010.00000000000000000255.\t3.4 and more",
+    "ip_large": "4294967297.1.2.300",
+    "hex_ip": "C0:A8:01:0A",
+    "hex_odd": "0fF",
+})
+write("time_text", {
+    "dates": "\0" "01-01-2021\n31-12-2021-23:59",
+    "dates_reversed": "\1" "01-02-2020-10\n32-13-99",
+    "dates_large": "\1" "-2147483648--2147483648--2147483648-2147483647:4294967297\n32-13-2147483647",
+    "seconds": "\0" "0\n 1794797083 and more",
+    "seconds_large": "\0" "-9223372036854775809\n99999999999999999999",
+    "date_program": "\1" "Mon Nov 16 02:44:43 UTC 2026\n",
+    "latest_and_earliest": b"\1" + struct.pack("<iiii", 2**31 - 1, 2**31 - 1, -(2**31), -(2**31)),
+    "daylight_saving_ends": b"\1" + struct.pack("<iiii", 1775314800, 0, 1775316600, 999999),
+})
+write("byte_search", {
+    "edits": bytes([2, 3, 0, 0, 0, 0]) + b"abXYZ" + b"aabbabaabbb",
+    "across_blocks": bytes([4, 1]) + struct.pack("<HH", 4094, 5000) + b"needN" + b"neneedle",
+    "range": bytes([1, 0]) + struct.pack("<HH", 10, 12) + b"x" + b"............x",
+    "empty_pattern": bytes([0, 0]) + struct.pack("<HH", 4096, 4096) + b"text",
+})
+write("tokenizer", {
+    "command_line": "\1" " " "  ls   -l  ",
+    "commas": "\1" "," ",a,,b,",
+    "set": "\3" " \t\n" "one\ttwo \n three",
+    "zero_inside": "\1" ";" "a;b\0;c;",
+    "no_delimiters": "\0" "whole",
+})
+ip_link = """1: lo: <LOOPBACK,UP,LOWER_UP> mtu 65536 qdisc noqueue state UNKNOWN mode DEFAULT group default qlen 1000
+    link/loopback 00:00:00:00:00:00 brd 00:00:00:00:00:00
+    RX:  bytes packets errors dropped  missed   mcast           
+          %d     120      0       0       0       0 
+    TX:  bytes packets errors dropped carrier collsns           
+          %d     120      0       0       0       0 
+"""
+eth = ip_link.replace("1: lo", "2: eth0.5@eth0")
+write("interface_rates", {
+    "two_readings": "\0" + ip_link % (1000, 2000) + eth % (1, 2) + "\0" + ip_link % (3000, 1000) + eth % (5, 2**63 - 1),
+    "one_vanishes": "\4" + ip_link % (1000, 2000) + eth % (1, 2) + "\0" + ip_link % (3000, 1000),
+    "beyond_64_bits": "\0" + ip_link % (2**63, 1) + "\0" + eth % (1, -1),
+    "minimal": "\0" "1: a:\n\n\n 5\n\n 6\n1: b:\n\n\n 7\n\n 8\n",
+})
