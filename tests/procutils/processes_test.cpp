@@ -1,20 +1,138 @@
 #include <algorithm>
-#include <csignal>
-#include <filesystem>
-#include <string>
+#include <future>
+#include <tuple>
 #include <vector>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <spawn.h>
 
 #include "procutils/pid_file.h"
 #include "procutils/process_search.h"
-#include "tests/procutils/ordinary_user.h"
+#include "procutils/runexe/output_collector.h"
+#include "procutils/runexe/run_exe.h"
+#include "procutils/runexe/run_popen.h"
+#include "procutils/runexe/spawn_exe.h"
 #include "tests/support/file_trees.h"
+#include "tests/support/limits.h"
 #include "utils/file_contents.h"
+#include "utils/scope_guards.h"
 
 namespace velora::utils::proc {
 namespace {
+
+using MiscUtils::UniqueFd;
+
+TEST(RunTest, GivesAResultAndAText) {
+    constexpr int kMany = 100;
+    const std::tuple<int (*)(const std::string&, std::string&), const char*, int, int, std::string> rows[] = {
+        {RunPopen, "printf hello", 0, kMany, "hello"},
+        {RunPopen, "printf 'a\\n\\nb\\n'; exit 1", 256, kMany, "a\n\nb\n"},
+        {RunPopen, "kill -KILL $$", SIGKILL, kMany, ""},
+        {RunPopen, "printf %03000d 7", 0, kMany, std::string(2999, '0') + "7"},
+        {RunPopen, "printf 'ab\\0cd\\nef\\n'", 0, kMany, "abef\n"},
+        {RunPopen, "no descriptors", -1, 0, "old"},
+        {RunExe, "printf hello", 0, kMany, "hello"},
+        {RunExe, "  printf  %s.  a b ", 0, kMany, "a.b."},
+        {RunExe, "sh -c printf\toops>&2;printf\tout;exit\t3", 3, kMany, "oops"},
+        {RunExe, "sh -c printf\toops>&2;printf\tout", 0, kMany, "out"},
+        {RunExe, "sh -c printf\toops>&2;kill\t-KILL\t$$", -1, kMany, "oops"},
+        {RunExe, "no-such-program.velora", 255, kMany, ""},
+        {RunExe, " ", 255, kMany, ""},
+        {RunExe, "sh -c for\ti\tin\t1\t2;do\tkill\t-ALRM\t$PPID;sleep\t.1;done", -1, kMany, "old"},
+        {RunExe, "no pipe", -1, 0, "pipe() failed: Too many open files"},
+        {RunExe, "one pipe", -1, 2, "pipe() failed: Too many open files"}};
+    const auto before = OpenDescriptors();
+    const auto handler = std::signal(SIGCHLD, SIG_IGN);
+    std::signal(SIGALRM, [](int) {});  // what ends a select()
+    for (const auto& [run, command, result, descriptorsLeft, expected] : rows) {
+        std::string output = "old";
+        {
+            const ScopedLimit limit(RLIMIT_NOFILE, DescriptorsAllowing(descriptorsLeft));
+            EXPECT_EQ(run(command, output), result) << command;
+        }
+        EXPECT_EQ(output, expected) << command;
+        EXPECT_EQ(std::signal(SIGCHLD, SIG_IGN), SIG_IGN);
+        EXPECT_EQ(OpenDescriptors(), before);
+    }
+    std::signal(SIGCHLD, handler);
+    std::signal(SIGALRM, SIG_IGN);
+    EXPECT_TRUE(RunPopenOrThrow("exit 1"));
+}
+
+TEST(RunTest, WithoutAProcessToBeHad) {
+    EXPECT_TRUE(HoldsForOrdinaryUser([&, before = OpenDescriptors()] {
+        const ScopedLimit noProcess(RLIMIT_NPROC, 0);
+        const std::string error = "Resource temporarily unavailable";
+        const std::string pgrep = " : RunPopen fail for pgrep /usr/bin/pgrep -f . stdout=";
+        std::string output;
+        return RunExe("true", output) == -1 && output == "fork() failed: " + error &&
+               ErrorOf<std::runtime_error>(RunPopenOrThrow, "x").ends_with(" : RunPopen fail x stdout=") &&
+               ErrorOf<std::runtime_error>(Pgrep, ".", nullptr).ends_with(pgrep) && !IsProcRunning(".") &&
+               OpenDescriptors() == before;
+    }));
+}
+
+TEST(RunExeTest, DropsWhatTheProgramLeftInThePipe) {
+    // The reader stands still until the program has ended: one pass is left to it.
+    EXPECT_TRUE(HoldsForOrdinaryUser([] {
+        std::string output;
+        return RunExe("sh -c (sleep\t0.5;kill\t-CONT\t$PPID)&kill\t-STOP\t$PPID;printf\t%03000d\t7", output) == 0 &&
+               output.size() == 1023;
+    }));
+}
+
+TEST(OutputCollectorTest, NamesTheFault) {
+    const UniqueFd directory(open("/", O_RDONLY));
+    const UniqueFd null(open("/dev/null", O_RDONLY));
+    const std::tuple<int, int, const char*> rows[] = {
+        {directory.Get(), null.Get(), "Error reading from stdout pipe: Is a directory"},
+        {null.Get(), directory.Get(), "Error reading from stderr pipe: Is a directory"},
+        {static_cast<int>(DescriptorsAllowing(0)), null.Get(), "Select error: Bad file descriptor"},
+        {null.Get(), FD_SETSIZE, "Select error: Invalid argument"}};
+    for (const auto& [outputFd, errorFd, errors] : rows) {
+        OutputCollector collector(outputFd, errorFd);
+        EXPECT_FALSE(collector.Pass());
+        EXPECT_EQ(collector.Errors(), errors);
+    }
+}
+
+TEST(SpawnExeTest, KeepsTheCallersStandardErrorWhenThePipeIsLow) {
+    const UniqueFd lastClosed(dup2(STDERR_FILENO, 31));
+    const UniqueFd firstKept(dup2(STDERR_FILENO, 32));
+    testing::internal::CaptureStderr();
+    const pid_t child = SpawnExe("sh\t-c \n echo${IFS}complaint>&2;exec${IFS}sleep${IFS}300");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "complaint\n");
+    const std::string itsDescriptors = "/proc/" + std::to_string(child) + "/fd/";
+    for (int fd = 3; fd <= 32; ++fd) {
+        EXPECT_EQ(access((itsDescriptors + std::to_string(fd)).c_str(), F_OK) == 0, fd == 32) << fd;
+    }
+    EXPECT_EQ(kill(child, SIGKILL), 0);
+    EXPECT_EQ(waitpid(child, nullptr, 0), child);
+}
+
+TEST(SpawnExeTest, HearsComplaintsThroughAHighPipe) {
+    std::vector<UniqueFd> low;
+    for (int fd = 0; fd < 32; fd = low.back().Get()) {
+        low.emplace_back(open("/dev/null", O_RDONLY));
+    }
+    const std::pair<const char*, std::string> rows[] = {{"sh -c printf${IFS}1234567890>&2", "no error"},
+                                                        {"sh -c printf${IFS}12345678901>&2", "12345678901"},
+                                                        {"sh -c printf${IFS}%0300d${IFS}7>&2", std::string(256, '0')},
+                                                        {"sh -c printf${IFS}12345678901\\\\0002>&2", "12345678901"},
+                                                        {"no-such-program.velora", "no error"}};
+    const auto before = OpenDescriptors();
+    std::vector<std::future<std::string>> errors;
+    for (const auto& row : rows) {
+        errors.push_back(std::async(std::launch::async, [&row] {
+            return ErrorOf<std::runtime_error>([&] { EXPECT_EQ(kill(SpawnExe(row.first), 0), -1) << "reaped"; });
+        }));
+    }
+    for (std::size_t index = 0; index < errors.size(); ++index) {
+        EXPECT_EQ(errors[index].get(), rows[index].second) << rows[index].first;
+    }
+    EXPECT_EQ(OpenDescriptors(), before);
+}
 
 // A process "sleep <argument>", killed at the end of the scope.
 struct Sleeper {
@@ -29,11 +147,6 @@ struct Sleeper {
         kill(id, SIGKILL);
         waitpid(id, nullptr, 0);
     }
-    Sleeper(const Sleeper&) = delete;
-    Sleeper(Sleeper&&) = delete;
-    Sleeper& operator=(const Sleeper&) = delete;
-    Sleeper& operator=(Sleeper&&) = delete;
-
     pid_t id = 0;
 };
 
@@ -57,30 +170,26 @@ TEST(PidFileTest, AnswersForEveryContent) {
     const TempDir scratch;
     const std::string missing = scratch / "missing";
     const std::string id = std::to_string(getpid());
-    const struct {
-        std::string content;
-        bool alive, own, matches;
-        std::string error = "no error";
-    } rows[] = {
-        {id, true, true, true},
-        {id + "\n", true, true, false},
-        {" " + id + "x", true, true, false},
-        {"4194304", false, false, false},  // above any id
-        {"0", true, false, false},
-        {"-1", true, false, false},
+    const std::string fine = "no error";
+    const std::tuple<std::string, bool, bool, bool, std::string> rows[] = {
+        {id, true, true, true, fine},
+        {id + "\n", true, true, false, fine},
+        {" " + id + "x", true, true, false, fine},
+        {"4194304", false, false, false, fine},  // above any id
+        {"0", true, false, false, fine},
+        {"-1", true, false, false, fine},
         {"self", false, false, true, "stoi"},
         {"2147483648", false, false, false, "stoi"},
-        {"missing", false, false, false, "No such file or directory : " + missing},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.content);
-        const std::string file = row.content == "missing" ? missing : MakeFile(scratch / "pid", row.content);
+        {"missing", false, false, false, "No such file or directory : " + missing}};
+    for (const auto& [content, alive, isOwn, matches, error] : rows) {
+        SCOPED_TRACE(content);
+        const std::string file = content == "missing" ? missing : scratch.Write("pid", content);
         bool own = false;
-        EXPECT_EQ(ErrorOf<std::exception>([&] { own = IsOwnPidFile(file); }), row.error);
-        EXPECT_EQ(ErrorOf<std::exception>([&] { EXPECT_FALSE(StopProc(file, "^x")); }), row.error);
-        EXPECT_EQ(IsPidFileAlive(file), row.alive);
-        EXPECT_EQ(own, row.own);
-        EXPECT_EQ(PidFileMatches(file, "_tests\\x00"), row.matches);
+        EXPECT_EQ(ErrorOf<std::exception>([&] { own = IsOwnPidFile(file); }), error);
+        EXPECT_EQ(ErrorOf<std::exception>([&] { EXPECT_FALSE(StopProc(file, "^x")); }), error);
+        EXPECT_EQ(IsPidFileAlive(file), alive);
+        EXPECT_EQ(own, isOwn);
+        EXPECT_EQ(PidFileMatches(file, "_tests\\x00"), matches);
     }
 }
 
@@ -88,15 +197,15 @@ TEST(PidFileTest, WaitsForAProcessAndStopsIt) {
     const TempDir scratch;
     const Sleeper sleeper("300");
     const Sleeper brief("0.5");
-    const std::string file = MakeFile(scratch / "pid", std::to_string(sleeper.id));
+    const std::string file = scratch.Write("pid", std::to_string(sleeper.id));
     EXPECT_TRUE(WaitWhileRunning(scratch / "missing", "", 0));
     EXPECT_TRUE(WaitWhileRunning(file, "sleep", 1));
     EXPECT_FALSE(PidFileMatches(file, "(")) << "does not compile";
-    EXPECT_FALSE(WaitWhileRunning(MakeFile(scratch / "b", std::to_string(brief.id)), "s", 30));
+    EXPECT_FALSE(WaitWhileRunning(scratch.Write("b", std::to_string(brief.id)), "s", 30));
 
     std::filesystem::permissions(scratch.Path(), std::filesystem::perms{0755});
     EXPECT_TRUE(geteuid() != 0 || HoldsForOrdinaryUser([&file] {
-                    return IsPidFileAlive(file) && ErrorOf<std::runtime_error>([&] { StopProc(file, "sleep"); }) ==
+                    return IsPidFileAlive(file) && ErrorOf<std::runtime_error>(StopProc, file, "sleep") ==
                                                        "Operation not permitted : StopProc : failed to kill process";
                 }));
     EXPECT_TRUE(StopProc(file, "sleep"));

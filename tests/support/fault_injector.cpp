@@ -1,18 +1,21 @@
-// Preloaded into the tool by the fault sweep: makes a chosen call fail.
+// Makes a chosen call of its process fail: preloaded into the tool, or linked into a test.
 //
 // SEAMTOOL_FAULT is "<call> <k>": the k-th <call> of the process fails, or "<call> <k>+": that one and all
 // that follow. A failing close still closes. At a normal end of the process SEAMTOOL_FAULT_REPORT, a path,
-// gets "<calls that failed> <descriptors still open>".
+// gets "<calls that failed> <descriptors still open>". A test calls ArmFault() instead.
 
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/select.h>
 #include <unistd.h>
 
 namespace {
@@ -21,14 +24,22 @@ char g_call[32];
 int g_which = 0;  // 0: no call is to fail
 bool g_forGood = false;
 int g_seen = 0;
-int g_failed = 0;
+int* g_failed = nullptr;  // shared with the children that are forked
 
-__attribute__((constructor)) void ReadPlan() {
+int Arm(const char* plan) {
     char suffix = ' ';
-    const char* const plan = std::getenv("SEAMTOOL_FAULT");
+    g_which = g_seen = 0;
+    const int before = std::exchange(*g_failed, 0);
     if (plan != nullptr && std::sscanf(plan, "%31s %d%c", g_call, &g_which, &suffix) >= 2) {
         g_forGood = suffix == '+';
     }
+    return before;
+}
+
+__attribute__((constructor)) void ReadPlan() {
+    g_failed =
+        static_cast<int*>(mmap(nullptr, sizeof *g_failed, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+    Arm(std::getenv("SEAMTOOL_FAULT"));
 }
 
 bool Fails(const char* call, int error) {
@@ -39,7 +50,7 @@ bool Fails(const char* call, int error) {
     if (g_seen != g_which && !(g_forGood && g_seen > g_which)) {
         return false;
     }
-    g_failed += 1;
+    *g_failed += 1;
     errno = error;
     return true;
 }
@@ -62,13 +73,18 @@ __attribute__((destructor)) void Report() {
     closedir(directory);
     if (const char* const path = std::getenv("SEAMTOOL_FAULT_REPORT")) {
         if (std::FILE* const file = std::fopen(path, "w")) {
-            std::fprintf(file, "%d %d", g_failed, descriptors);
+            std::fprintf(file, "%d %d", *g_failed, descriptors);
             std::fclose(file);
         }
     }
 }
 
 }  // namespace
+
+// Takes a plan of the form of SEAMTOOL_FAULT, null for none; gives how many calls failed under the one before.
+extern "C" int ArmFault(const char* plan) {
+    return Arm(plan);
+}
 
 #define FAULTY(Result, name, parameters, arguments, error, failure)                        \
     extern "C" Result name parameters {                                                    \
@@ -84,16 +100,28 @@ FAULTY(size_t, fread, (void* buffer, size_t size, size_t n, std::FILE* file), (b
        (file->_flags |= kErrorSeen, 0))
 FAULTY(int, close, (int fd), (fd), EIO, (kReal(fd), errno = EIO, -1))
 FAULTY(int, fclose, (std::FILE * file), (file), EIO, (kReal(file), errno = EIO, EOF))
+FAULTY(int, pipe, (int* ends), (ends), EMFILE, -1)
+FAULTY(pid_t, fork, (), (), EAGAIN, -1)
+FAULTY(int, dup2, (int from, int to), (from, to), EBUSY, -1)
+FAULTY(int, select, (int n, fd_set* in, fd_set* out, fd_set* other, timeval* limit), (n, in, out, other, limit), EINTR,
+       -1)
+FAULTY(int, creat, (const char* path, mode_t mode), (path, mode), ENOSPC, -1)
+FAULTY(int, rename, (const char* from, const char* to), (from, to), EXDEV, -1)
+FAULTY(int, unlink, (const char* path), (path), EIO, -1)
 FAULTY(void*, scalable_malloc, (size_t size), (size), ENOMEM, nullptr)
 
-extern "C" int open64(const char* path, int flags, ...) {
-    std::va_list arguments;
-    va_start(arguments, flags);
-    const auto mode = static_cast<mode_t>(va_arg(arguments, int));  // without O_CREAT not looked at
-    va_end(arguments);
-    static const auto kReal = Real(&open64, "open64");
-    return Fails("open64", EMFILE) ? -1 : kReal(path, flags, mode);
-}
+#define FAULTY_OPEN(name)                                                                 \
+    extern "C" int name(const char* path, int flags, ...) {                               \
+        std::va_list arguments;                                                           \
+        va_start(arguments, flags);                                                       \
+        const auto mode = static_cast<mode_t>(va_arg(arguments, int)); /* maybe unused */ \
+        va_end(arguments);                                                                \
+        static const auto kReal = Real(&name, #name);                                     \
+        return Fails(#name, EMFILE) ? -1 : kReal(path, flags, mode);                      \
+    }
+
+FAULTY_OPEN(open)
+FAULTY_OPEN(open64)
 
 #if !IS_SANITIZED  // a sanitizer has its own allocator, and needs it before this library is ready
 extern "C" void* __libc_malloc(size_t size);  // dlsym allocates, so malloc cannot look itself up

@@ -1,13 +1,9 @@
 #include "utils/file_tree.h"
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
 #include <map>
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include "procutils/scoped_cwd.h"
 #include "tests/support/file_trees.h"
@@ -19,19 +15,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using velora::utils::proc::ScopedCWD;
-
-// A writable directory on another file system than that of the temporary files.
-fs::path OtherFileSystem() {
-    struct stat own = {};
-    struct stat other = {};
-    for (const char* path : {"/dev/shm", "/run/lock", "/run", "/var/tmp", "/tmp"}) {
-        if (stat(fs::temp_directory_path().c_str(), &own) == 0 && stat(path, &other) == 0 &&
-            other.st_dev != own.st_dev && access(path, W_OK) == 0) {
-            return path;
-        }
-    }
-    throw std::runtime_error("no second file system to move files to");
-}
 
 // What Plant would make the working directory from; links to directories are entered.
 Tree Planted() {
@@ -88,24 +71,21 @@ TEST(FileTreeTest, MovesCopiesAndDeletes) {
         {"CopyDir", CopyDir},
         {"Delete", [](auto& path, auto&, auto&) { Delete(path); }},
         {"DeleteDir", [](auto& path, auto&, auto&) { DeleteDir(path); }},
-        {"MoveOrCopy", [](auto& s, auto& t, auto& callback) { MoveOrCopy(s, t, callback); }},
-    };
+        {"MoveOrCopy", [](auto& s, auto& t, auto& callback) { MoveOrCopy(s, t, callback); }}};
     const std::ptrdiff_t openBefore = OpenDescriptors();
     std::istringstream lines(kCalls);
     for (std::string line; std::getline(lines >> std::ws, line);) {
         SCOPED_TRACE(line);
-        std::array<std::string, 5> cells;
+        std::string call, before, after, files, error, operation, source, target;
         std::istringstream rest(line);
-        for (std::string& cell : cells) {
-            std::getline(rest, cell, '|');
+        for (std::string* cell : {&call, &before, &after, &files, &error}) {
+            std::getline(rest, *cell, '|');
         }
-        const auto& [call, before, after, files, error] = cells;
-        std::string operation, source, target;
         std::istringstream(call) >> operation >> source >> target;
         const TempDir scratch;
-        const TempDir far(OtherFileSystem());
+        const TempDir far("/dev/shm");  // another file system
         const ScopedCWD inside(scratch.Path());
-        Plant(scratch, "far>" + far.Path());
+        Plant(scratch, "far>" + far.Path());  // first: what is planted may lie in it
         Plant(scratch, before);
         const std::string here = fs::canonical(".");
         Tree announced;

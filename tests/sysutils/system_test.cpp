@@ -7,7 +7,7 @@
 #include <sys/un.h>
 
 #include "tests/support/file_trees.h"
-#include "tests/support/scoped_limit.h"
+#include "tests/support/limits.h"
 #include "utils/bounded_copy.h"
 #include "utils/config_archive.h"
 #include "utils/host_name.h"
@@ -35,41 +35,36 @@ TEST(HostNameTest, TakesUpTo63CharactersAsRoot) {
 TEST(TempFileDeathTest, NamesKeepTheirSuffixAndAreReserved) {
     const TempDir scratch;
     const std::ptrdiff_t openBefore = OpenDescriptors();
-    for (const auto& [pattern, start, suffix] :
-         std::initializer_list<std::array<std::string, 3>>{{"", "/tmp/Dpi.Pipe.", ""},
-                                                           {scratch / "aXXXXXX.log", scratch / "a", ".log"},
-                                                           {scratch / "aXXXXXX-XXXXXX", scratch / "a", "-XXXXXX"}}) {
+    const std::array<std::string, 3> rows[] = {{"", "/tmp/Dpi.Pipe.", ""},
+                                               {scratch / "aXXXXXX.log", scratch / "a", ".log"},
+                                               {scratch / "aXXXXXX-XXXXXX", scratch / "a", "-XXXXXX"}};
+    for (const auto& [pattern, start, suffix] : rows) {
         const std::string path = MakeTempFile(pattern);
         EXPECT_TRUE(path.starts_with(start) && path.ends_with(suffix)) << path;
         EXPECT_EQ(path.size(), start.size() + 6 + suffix.size()) << path;
         EXPECT_TRUE(fs::is_regular_file(path) && fs::is_empty(path) && fs::remove(path)) << path;
     }
     EXPECT_EQ(OpenDescriptors(), openBefore);
-    const auto errorOf = [](const std::string& pattern) {
-        return ErrorOf<std::runtime_error>([&] { return MakeTempFile(pattern); });
-    };
-    EXPECT_EQ(errorOf("/missing/XXXXXX"), "No such file or directory");
-    EXPECT_EQ(errorOf("12345"), "Invalid argument");
-    EXPECT_THROW(errorOf("1234"), std::out_of_range);
-    EXPECT_EQ(errorOf("XXXXXX" + std::string(4089, 'a')), "File name too long");
-    EXPECT_EXIT(errorOf("XXXXXX" + std::string(4090, 'a')), testing::KilledBySignal(SIGABRT),
+    EXPECT_EQ(ErrorOf<std::runtime_error>(MakeTempFile, "12345"), "Invalid argument");
+    EXPECT_THROW(static_cast<void>(MakeTempFile("1234")), std::out_of_range);
+    EXPECT_EQ(ErrorOf<std::runtime_error>(MakeTempFile, "XXXXXX" + std::string(4089, 'a')), "File name too long");
+    EXPECT_EXIT(static_cast<void>(MakeTempFile("XXXXXX" + std::string(4090, 'a'))), testing::KilledBySignal(SIGABRT),
                 "MakeTempFile: text of 4096 bytes does not fit into 4096");
 }
 
-TEST(WriteFileTest, WritesAllBytesOrThrows) {
+TEST(WriteFileTest, WritesAllOrThrows) {
     const TempDir scratch;
-    const std::string path = MakeFile(scratch / "file", "what was there before");
+    const std::string path = scratch.Write("file", "what was there before");
     WriteFile({"a\0\n\r\xff", 5}, path.c_str());
     EXPECT_EQ(TempDir::ReadPath(path), std::string("a\0\n\r\xff", 5));
     for (const std::size_t size : {1U, 50000U}) {  // found out at the close, and before it
-        const auto fill = [&] { WriteFile(std::string(size, 'x'), "/dev/full"); };
-        EXPECT_EQ(ErrorOf<std::runtime_error>(fill), "No space left on device : /dev/full");
+        const std::string full = ErrorOf<std::runtime_error>(WriteFile, std::string(size, 'x'), "/dev/full");
+        EXPECT_EQ(full, "No space left on device : /dev/full");
     }
-    const auto open = [] { WriteFile("x", "/proc"); };
-    EXPECT_EQ(ErrorOf<std::runtime_error>(open), "Is a directory : /proc");
+    EXPECT_EQ(ErrorOf<std::runtime_error>(WriteFile, "x", "/proc"), "Is a directory : /proc");
 }
 
-TEST(ConfigArchiveTest, UnpacksIntoTheTargetAndLeavesNoTrace) {
+TEST(ConfigArchiveTest, UnpacksAndLeavesNoTrace) {
     const TempDir scratch;
     const fs::path cwd = fs::current_path();
     Plant(scratch, "from/ from/a=" + scratch.Path() + " from/sub/ from/sub/b=two to/");
@@ -103,14 +98,13 @@ TEST(LocalDatagramDeathTest, ArrivesWholeOrSaysWhichCallFailed) {
         const ssize_t length = recv(receiver.Get(), got.data(), got.size(), 0);
         EXPECT_EQ(got.substr(0, static_cast<std::size_t>(length)), payload);
     }
-    const auto errorOf = [](const std::string& to) {
-        return ErrorOf<std::runtime_error>([&] { SendLocalDatagram(to, "x"); });
-    };
-    EXPECT_EQ(errorOf(std::string(107, 'n')), "No such file or directory : sendto()");
+    const std::string name(108, 'n');
+    EXPECT_EQ(ErrorOf<std::runtime_error>(SendLocalDatagram, name.substr(1), "x"),
+              "No such file or directory : sendto()");
     EXPECT_EQ(OpenDescriptors(), openBefore);
-    EXPECT_EXIT(errorOf(std::string(108, 'n')), testing::KilledBySignal(SIGABRT), "108 bytes");
+    EXPECT_EXIT(SendLocalDatagram(name, "x"), testing::KilledBySignal(SIGABRT), "108 bytes");
     const ScopedLimit nothingOpens(RLIMIT_NOFILE, DescriptorsAllowing(0));
-    EXPECT_EQ(errorOf("x"), "Too many open files : socket()");
+    EXPECT_EQ(ErrorOf<std::runtime_error>(SendLocalDatagram, "x", "x"), "Too many open files : socket()");
 }
 
 TEST(TextShimTest, SizesAreNotLookedAt) {

@@ -1,14 +1,13 @@
-#include "utils/time_range.h"
-
 #include <climits>
+#include <cstdlib>
 #include <ctime>
-#include <stdexcept>
-#include <string>
 #include <tuple>
 
 #include <gtest/gtest.h>
 
+#include "tests/support/file_trees.h"
 #include "utils/clock.h"
+#include "utils/time_range.h"
 #include "utils/time_text.h"
 
 namespace MiscUtils {
@@ -17,13 +16,18 @@ namespace {
 using T = TimeVal32;
 using R = TimeRange;
 
-TEST(TimeVal32Test, CarriesAndBorrowsOneSecondAndWraps) {
+TEST(TimeVal32Test, CarriesOneSecondAndWraps) {
     EXPECT_EQ((T{1, 500000} + T{2, 499999}), (T{3, 999999}));
     EXPECT_EQ((T{1, 500000} + T{2, 500000}), (T{4, 0}));
     EXPECT_EQ((T{0, 1500000} + T{INT_MAX, 1500000}), (T{INT_MIN, 2000000}));
     EXPECT_EQ((T{3, 100} - T{1, 100}), (T{2, 0}));
     EXPECT_EQ((T{INT_MIN, 0} - T{0, 1}), (T{INT_MAX, 999999}));
     EXPECT_TRUE((T{-1, 999999} < T{0, -1}) && (T{0, -1} < T{0, 0}));
+    R range;
+    range.Set({(1LL << 32) + 5, (1LL << 33) - 1}, {7, 8});
+    EXPECT_EQ(range, (R{{5, -1}, {7, 8}}));
+    range.Clear();
+    EXPECT_EQ(range, R{});
 }
 
 TEST(TimeRangeTest, OperationsThatChangeARange) {
@@ -50,19 +54,12 @@ TEST(TimeRangeTest, OperationsThatChangeARange) {
         {"intersect", kTens, cut, {{10, 2}, {20, 1}}, {{10, 2}, {20, 1}}},
         {"intersect with none", kTens, cut, {{30, 0}, {40, 0}}, {{30, 0}, {20, 2}}},
         {"widen", kTens, widen, {{11, 0}, {}}, {{-1, 1}, {31, 2}}},
-        {"widen by 2^32 - 1", kTens, widen, {{-1, 0}, {}}, {{11, 1}, {19, 2}}},
-        {"wrap", {{INT_MIN, 1}, {INT_MAX, 2}}, widen, {{1, 0}, {}}, {{INT_MAX, 1}, {INT_MIN, 2}}},
-    };
+        {"wrap", {{INT_MIN, 1}, {INT_MAX, 2}}, widen, {{1, 0}, {}}, {{INT_MAX, 1}, {INT_MIN, 2}}}};
     for (const auto& [name, before, operation, other, after] : rows) {
         R range = before;
         operation(range, other);
         EXPECT_TRUE(range == after) << name << range.DurationText() << range.SqlBetween();
     }
-    R range;
-    range.Set({(1LL << 32) + 5, (1LL << 33) - 1}, {7, 8});
-    EXPECT_EQ(range, (R{{5, -1}, {7, 8}}));
-    range.Clear();
-    EXPECT_EQ(range, R{});
 }
 
 TEST(TimeRangeTest, NowAgreesWithTheSystemsSeconds) {
@@ -94,10 +91,8 @@ TEST(TimeRangeTest, QuestionsAtTheEnds) {
 TEST(TimeRangeTest, LengthAndTexts) {
     const std::tuple<R, std::int32_t, const char*, const char*> rows[] = {
         {{{100, 900000}, {3761, 100000}}, 3661, "01h 01m 00s 200000u", " BETWEEN 100 AND 3761 "},
-        {{{0, 0}, {360000, 0}}, 360000, "100h 00m 00s 000000u", " BETWEEN 0 AND 360000 "},
         {{{3661, 0}, {0, 1}}, -3661, "-1h -1m -1s 000001u", " BETWEEN 3661 AND 0 "},
-        {{{1, 0}, {INT_MIN, 0}}, INT_MAX, "596523h 14m 07s 000000u", " BETWEEN 1 AND -2147483648 "},
-    };
+        {{{1, 0}, {INT_MIN, 0}}, INT_MAX, "596523h 14m 07s 000000u", " BETWEEN 1 AND -2147483648 "}};
     for (const auto& [range, seconds, duration, sql] : rows) {
         EXPECT_EQ(range.Seconds(), seconds);
         EXPECT_EQ(range.DurationText(), duration);
@@ -109,34 +104,99 @@ TEST(TimeRangeTest, SetFromTexts) {
     const auto texts = &R::SetFromText;
     const auto seconds = &R::SetFromSecondsText;
     const std::string reversed = "TO  timestamp earlier than FROM timestamp ";
+    const std::string fine = "no error";
     const std::string bad = "Timestamps not in DD-MM-YYYY-HH:MM or DD-MM-YYYY format \nFrom = [";
     T start;
     ASSERT_TRUE(ParseDateTime(start, "1-1-2021"));
     const std::tuple<decltype(texts), const char*, const char*, R, std::string> rows[] = {
-        {texts, "1-1-2021", "1-1-2021-00:01", {start, start + T{60, 0}}, ""},
-        {texts, "1-1-2021", "1-1-2021", {start, start}, ""},
+        {texts, "1-1-2021", "1-1-2021-00:01", {start, start + T{60, 0}}, fine},
+        {texts, "1-1-2021", "1-1-2021", {start, start}, fine},
         {texts, "1-1-2021", "31-12-2020", {start, start - T{86400, 0}}, reversed},
         {texts, "2021/1/1", "1-1-2021", {{1, 1}, {2, 2}}, bad + "2021/1/1]\nTo   = [1-1-2021]"},
         {texts, "1-1-2021", "", {start, {2, 2}}, bad + "1-1-2021]\nTo   = []"},
-        {texts, nullptr, "1-1-2021", {{1, 1}, {2, 2}}, bad},
         {texts, "1-1-2021", nullptr, {start, {2, 2}}, bad + "1-1-2021]\nTo   = ["},
-        {seconds, "0", "0", {{0, 1}, {0, 2}}, ""},
-        {seconds, " -7x", "4294967304 y", {{-7, 1}, {8, 2}}, ""},
+        {seconds, "0", "0", {{0, 1}, {0, 2}}, fine},
+        {seconds, " -7x", "4294967304 y", {{-7, 1}, {8, 2}}, fine},
         {seconds, "0", "2147483648", {{0, 1}, {INT_MIN, 2}}, reversed},
         {seconds, "abc", "9", {{0, 1}, {2, 2}}, "Invalid FROM timestamp seconds"},
         {seconds, nullptr, "9", {{0, 1}, {2, 2}}, "Invalid FROM timestamp seconds"},
-        {seconds, "5", "", {{5, 1}, {0, 2}}, "Invalid TO  timestamp seconds"},
-    };
+        {seconds, "5", "", {{5, 1}, {0, 2}}, "Invalid TO  timestamp seconds"}};
     for (const auto& [set, from, to, after, expected] : rows) {
         R range{{1, 1}, {2, 2}};
-        std::string fault;
-        try {
-            (range.*set)(from, to);
-        } catch (const std::invalid_argument& error) {
-            fault = error.what();
-        }
-        EXPECT_EQ(fault, expected);
+        EXPECT_EQ(ErrorOf<std::invalid_argument>([&] { (range.*set)(from, to); }), expected);
         EXPECT_TRUE(range == after) << testing::PrintToString(from) << range.SqlBetween();
+    }
+}
+
+constexpr auto kUtc = "UTC0";
+constexpr auto kLordHowe = "LHST-10:30LHDT-11,M10.1.0,M4.1.0";  // half an hour of daylight saving
+
+void Enter(const char* zone) {
+    setenv("TZ", zone, 1);
+    tzset();
+}
+
+std::string AllTexts(const TimeVal32& time) {
+    int clock[3] = {-1, -1, -1};
+    LocalHourMinSec(time, clock[0], clock[1], clock[2]);
+    return AscTime(time) + "/" + AscTimeZone(time) + "/" + AscTimeUsec(time) + "/" + Rfc2822Time(time) + "/" +
+           ClockTimeUsec(time) + "/" + DateHourMinute(time) + "/" + DateHourMinuteDashed(time) + "/" +
+           DateHourMinuteForFileName(time) + "/" + DateCompact(time) + "/" + std::to_string(LocalHour(time)) + "=" +
+           std::to_string(clock[0]) + ":" + std::to_string(clock[1]) + ":" + std::to_string(clock[2]);
+}
+
+TEST(TimeTextTest, LayoutsInTwoZones) {
+    const std::tuple<const char*, std::int32_t, std::int32_t, const char*> rows[] = {
+        {kLordHowe, 1794797083, 123,  // summer
+         "Mon Nov 16 13:44:43 2026/Mon Nov 16 13:44:43 2026 LHDT/Mon Nov 16 13:44:43 2026-000123/"
+         "Mon, 16 Nov 2026 13:44:43 +1100/13:44:43-000123/16-11-2026-13:44/16-11-2026-13-44/"
+         "16-11-2026-13-44/16112026/13=13:44:43"},
+        {kLordHowe, 1594000000, -1,  // winter
+         "Mon Jul  6 12:16:40 2020/Mon Jul  6 12:16:40 2020 LHST/Mon Jul  6 12:16:40 2020-"
+         "4294967295/Mon, 06 Jul 2020 12:16:40 +1030/12:16:40--00001/06-07-2020-12:16/"
+         "06-07-2020-12-16/06-07-2020-12-16/06072020/12=12:16:40"},
+        {kUtc, INT_MIN, 1000000,
+         "Fri Dec 13 20:45:52 1901/Fri Dec 13 20:45:52 1901 UTC/Fri Dec 13 20:45:52 1901-1000000/"
+         "Fri, 13 Dec 1901 20:45:52 +0000/20:45:52-1000000/13-12-1901-20:45/13-12-1901-20-45/"
+         "13-12-1901-20-45/13121901/20=20:45:52"}};
+    for (const auto& [zone, seconds, microseconds, texts] : rows) {
+        Enter(zone);
+        EXPECT_EQ(AllTexts({seconds, microseconds}), texts);
+    }
+}
+
+TEST(TimeTextTest, ParsesDateTimeInStandardTimeAndCTimeInLocalTime) {
+    constexpr T kUntouched{7, 8};
+    constexpr std::int32_t kRefused = 7;
+    const std::tuple<bool (*)(T&, const char*), const char*, const char*, std::int32_t> rows[] = {
+        {ParseDateTime, kUtc, "01-01-2021-00:00", 1609459200},
+        {ParseDateTime, kLordHowe, "01-01-2021-00:00", 1609459200 - 37800},  // summer
+        {ParseDateTime, kLordHowe, "06-07-2020-12:16", 1594037760 - 37800},
+        {ParseDateTime, kUtc, "5-3-21", 1614902400},
+        {ParseDateTime, kUtc, "1-1-99", -224058496},  // of 2099, cut to 32 bits
+        {ParseDateTime, kUtc, "1-1-100", 1118082944},
+        {ParseDateTime, kUtc, "01-02-2020-10", 1580551200},
+        {ParseDateTime, kUtc, " 01- 02- 2020-10:00 and so on", 1580551200},
+        {ParseDateTime, kUtc, "32-13-2020", 1612137600},  // 1 February 2021
+        {ParseDateTime, kUtc, "0--1-2020", 1572480000},   // 31 October 2019
+        {ParseDateTime, kUtc, "1--2000--2147483648", -1},
+        {ParseDateTime, kUtc, "33-01-2020", kRefused},
+        {ParseDateTime, kUtc, "01-14-2020", kRefused},
+        {ParseDateTime, kUtc, "01--2147483648-2020", kRefused},
+        {ParseDateTime, kUtc, "2021/01/01", kRefused},
+        {ParseDateTime, kUtc, "01-02", kRefused},
+        {ParseDateTime, kUtc, nullptr, kRefused},
+        {ParseCTime, kUtc, "Mon Nov 16 02:44:43 UTC 2026", 1794797083},
+        {ParseCTime, kLordHowe, "Mon Jul 6 12:16:40 LHST 2020", 1594000000},
+        {ParseCTime, kLordHowe, "Sun Nov 16 02:44:43 XYZ 2026 wrong day", 1794757483},  // summer
+        {ParseCTime, kLordHowe, "Tue Jan 19 14:14:08 UTC 2038", INT_MIN},               // past 32 bits
+        {ParseCTime, kUtc, "Mon Nov 16 02:44:43 2026 UTC", kRefused},
+        {ParseCTime, kUtc, nullptr, kRefused}};
+    for (const auto& [parse, zone, text, seconds] : rows) {
+        Enter(zone);
+        T time = kUntouched;
+        EXPECT_EQ(parse(time, text), seconds != kRefused) << testing::PrintToString(text);
+        EXPECT_EQ(time, seconds == kRefused ? kUntouched : (T{seconds, 0})) << testing::PrintToString(text);
     }
 }
 

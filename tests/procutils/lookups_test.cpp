@@ -1,0 +1,168 @@
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <tuple>
+
+#include <gtest/gtest.h>
+
+#include "procutils/find_files.h"
+#include "procutils/interface_rates.h"
+#include "procutils/path_parts.h"
+#include "procutils/scoped_cwd.h"
+#include "procutils/str_tokenizer.h"
+#include "tests/support/file_trees.h"
+#include "tests/support/limits.h"
+#ifdef __SANITIZE_ADDRESS__
+#include <sanitizer/lsan_interface.h>
+#endif
+
+namespace velora::utils::proc {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Each token with its length, then the last token.
+std::string Described(const StrTokenizer& tokenizer) {
+    std::string text;
+    std::size_t index = 0;
+    tokenizer.ForEach([&](const char* token) {
+        text.append(token).append(std::to_string(tokenizer.TokenLength(index++))).append("|");
+    });
+    EXPECT_EQ(tokenizer.Count(), index);
+    EXPECT_EQ(tokenizer.Token(index), nullptr);
+    EXPECT_EQ(tokenizer.TokenLength(index), 0U);
+    ErrorOf<std::out_of_range>([&] { text += tokenizer.Last(); });
+    return text;
+}
+
+TEST(StrTokenizerTest, SplitsByASetOrByOneCharacter) {
+    const std::tuple<const char*, StrTokenizer, std::string> rows[] = {
+        {"blanks all around", {"  ls   -l  ", " "}, "ls5|-l4|-l"},
+        {"two delimiters in the set", {"a\t b", " \t"}, "a3|b1|b"},
+        {"only delimiters", {"   ", " "}, ""},
+        {"empty text", {"", " "}, ""},
+        {"bytes with none behind", {"a b cut", 3, " "}, "a2|b1|b"},
+        {"bytes with a zero", {"a b\0c d", 7, " "}, "a2|b5|b"},
+        {"one character", {"a,,b", ','}, "a2|1|b1|b"},
+        {"one character at both ends", {",a,", ','}, "1|a2|0|"},
+        {"empty text by one character", {"", ','}, "0|"}};
+    for (const auto& [name, tokenizer, described] : rows) {
+        EXPECT_EQ(Described(tokenizer), described) << name;
+    }
+    EXPECT_THROW(static_cast<void>(StrTokenizer("", " ").Last()), std::out_of_range);
+    EXPECT_THROW(StrTokenizer("a", " ").ForEach(nullptr), std::bad_function_call);
+}
+
+TEST(StrTokenizerTest, CopiesLiveOnTheirOwnWithFiveZerosBehindTheText) {
+    auto source = std::make_unique<StrTokenizer>("one two", " ");
+    const StrTokenizer copy(*source);
+    StrTokenizer assigned("x", " ");
+    assigned = *source;
+    EXPECT_EQ(std::string(source->Token(1), 8), std::string("two\0\0\0\0\0", 8));
+    source.reset();
+    EXPECT_EQ(Described(copy), "one4|two3|two");
+    EXPECT_EQ(Described(assigned), "one4|two3|two");
+}
+
+TEST(PathPartsDeathTest, DividesAPath) {
+    const std::string longest = std::string(1022, 'd') + "/f";
+    const std::tuple<std::string, std::string, std::string> rows[] = {
+        {"/usr/lib", "/usr", "lib"}, {"/usr/", "/", "usr"}, {"usr", ".", "usr"},
+        {"a/b//", "a", "b"},         {"/", "/", "/"},       {"", ".", "."}};
+    for (const auto& [path, directory, last] : rows) {
+        EXPECT_EQ(DirName(path), directory) << path;
+        EXPECT_EQ(BaseName(path), last) << path;
+    }
+    EXPECT_TRUE(DirName(longest) == std::string(1022, 'd') && BaseName("d" + longest) == "f");
+    EXPECT_EXIT(static_cast<void>(DirName("d" + longest)), testing::KilledBySignal(SIGABRT),
+                "1025 bytes does not fit into 1025");
+}
+
+TEST(ScopedCwdTest, EntersADirectoryOrThatOfAFileAndComesBack) {
+    const TempDir scratch;
+    const fs::path start = fs::current_path();
+    const auto errorIn = [](const std::string& path) {
+        return ErrorOf<std::runtime_error>([&path] { EXPECT_TRUE((ScopedCWD(path), fs::exists("file"))); });
+    };
+    EXPECT_EQ(errorIn(scratch.Write("file", "")), "no error");
+    EXPECT_EQ(errorIn(scratch.Path()), "no error");
+    EXPECT_EQ(errorIn("/missing"), "No such file or directory : Invalid path to scopedcwd:/missing");
+    fs::permissions(scratch.Path(), fs::perms::none);
+    EXPECT_TRUE(HoldsForOrdinaryUser([&] {
+        return errorIn(scratch.Path()) == "Permission denied : ScopedCWD Unable to chdir to lib " &&
+               fs::current_path() == start;
+    }));
+    fs::permissions(scratch.Path(), fs::perms::owner_all);
+    EXPECT_EQ(fs::current_path(), start);
+}
+
+TEST(FindFilesTest, FindsNamesDownToADepth) {
+    const TempDir scratch;
+    Plant(scratch, "a.x= a.y= q.x! socket.x% d.x/ d.x/b.x= d.x/e/ d.x/e/c= d.x/e/f.x/ l.x>d.x/e");
+    const std::tuple<const char*, int, const char*> rows[] = {{"\\.x$", 0, "a.x socket.x"},
+                                                              {"\\.x$", 1, "a.x d.x d.x/b.x l.x socket.x"},
+                                                              {"^[cf]", -1, "d.x/e/c d.x/e/f.x l.x/c l.x/f.x"},
+                                                              {"/|velora|^\\.", -1, ""}};
+    const auto before = OpenDescriptors();
+    for (const auto& [pattern, depth, names] : rows) {
+        Tree found;
+        EXPECT_TRUE(FindFiles(scratch.Path(), pattern, depth, [&](const std::string& path) {
+            EXPECT_TRUE(found.insert(path.substr(scratch.Path().size() + 1)).second);
+        }));
+        EXPECT_EQ(found, Words(names)) << pattern;
+    }
+    std::string calls;  // a directory after its contents, and with a callable of its own
+    FindFiles(scratch / "d.x", "[ce]", 1,
+              [&, count = 0](const std::string& path) mutable { calls += path.back() + std::to_string(++count); });
+    EXPECT_EQ(calls, "c1e1");
+    EXPECT_THROW(FindFiles(scratch / "d.x", "c", -1, nullptr), std::bad_function_call);
+    EXPECT_FALSE(FindFiles(scratch / "missing", ".", 0, nullptr));
+    EXPECT_EQ(OpenDescriptors(), before);
+#ifdef __SANITIZE_ADDRESS__
+    const __lsan::ScopedDisabler theDirectoryStaysOpen;
+#endif
+    EXPECT_FALSE(FindFiles(scratch.Path(), "(", 0, nullptr));
+    EXPECT_EQ(OpenDescriptors(), before + 1);
+}
+
+// What ip 6.1.0 prints for "<name> <received> <transmitted> ..."; two names bring another line.
+std::string Reading(const std::string& counters) {
+    std::istringstream words(counters);
+    std::ostringstream reading;
+    for (std::string name, received, sent; words >> name >> received >> sent;) {
+        reading << "4: " << name << ": <BROADCAST,MULTICAST,UP,LOWER_UP> mtu 1400 qdisc noop\n"
+                << "    link/ether 02:fc:00:00:00:01 brd ff:ff:ff:ff:ff:ff\n"
+                << (name == "aliased" ? "    alias an alias\n" : "")
+                << "    RX:  bytes packets errors dropped  missed   mcast           \n"
+                << "    " << received << "     598      0       0       0       0 \n"
+                << "    TX:  bytes packets errors dropped carrier collsns           \n"
+                << "    " << sent << "     323      0       0       0       0 \n"
+                << (name == "renamed" ? "    altname uplink\n" : "");
+    }
+    return reading.str();
+}
+
+TEST(InterfaceRatesTest, ReportsTheDifferenceOfTwoReadings) {
+    const std::tuple<const char*, const char*, int, std::uint32_t, const char*> rows[] = {
+        {"lo 0 7 eth0 1000 5", "lo 1 7 eth0 3000 6", 2, 2000000, "eth0  8000    4\nlo  4    0\n"},
+        {"cut 0 10", "cut 1 9", 3, 3000000, "cut  2    -2\n"},
+        {"gone 1 2", "va@vb 3 4", 1, 1000000, "gone  1    2\nva@vb  24    32\n"},
+        {"a 0 0 b 1 2", "a 1 1 aliased 9 9 b 9 9", 1, 1000000, "a  8    8\nb  1    2\n"},
+        {"a 0 0", "renamed 1 1 a 9 9", 1, 1000000, "a  0    0\nrenamed  8    8\n"},
+        {"aliased 1 1 a 1 1", "", 1, 1000000, ""},
+        {"a 9223372036854775807 0", "a 0 9223372036854775807", 1, 1000000, "a  8    -8\n"},
+        {"a 9223372036854775808 0", "", 4295, 32704, ""}};
+    for (const auto& [first, second, interval, expectedPause, report] : rows) {
+        std::string reading = Reading(first);
+        const auto pause = [&, then = second, wanted = expectedPause](std::uint32_t microseconds) {
+            EXPECT_EQ(microseconds, wanted);
+            reading = Reading(then);
+        };
+        EXPECT_EQ(detail::InterfaceRatesFrom([&] { return reading; }, pause, interval), report);
+    }
+    const std::string here = InterfaceRates(1);
+    EXPECT_TRUE(here.starts_with("lo  ") || here.find("\nlo  ") != std::string::npos) << here;
+}
+
+}  // namespace
+}  // namespace velora::utils::proc

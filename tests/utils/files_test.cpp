@@ -1,0 +1,176 @@
+#include <ctime>
+#include <functional>
+#include <tuple>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <pty.h>
+
+#include "tests/support/file_trees.h"
+#include "tests/support/limits.h"
+#include "utils/disk_space.h"
+#include "utils/file_contents.h"
+#include "utils/ownership.h"
+#include "utils/path_tests.h"
+#include "utils/scope_guards.h"
+#include "utils/stdout_terminal.h"
+
+namespace MiscUtils {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string Pattern(std::size_t size) {
+    std::string text;
+    while (text.size() < size) {
+        text += static_cast<char>(text.size() % 251);
+    }
+    return text;
+}
+
+TEST(FileContentsTest, CopyReplacesAndAppendAddsAroundEveryBlockBound) {
+    const TempDir scratch;
+    for (const std::size_t size : {0U, 1U, 4095U, 4096U, 4097U, 8193U}) {
+        const std::string source = scratch.Write("source", Pattern(size));
+        const std::string target = scratch.Write("target", "old");
+        EXPECT_TRUE(AppendFileContents(source, target));
+        EXPECT_EQ(ReadWholeFile(target), "old" + Pattern(size));
+        EXPECT_TRUE(CopyFileContents(source, target));
+        EXPECT_EQ(TempDir::ReadPath(target), Pattern(size));
+    }
+}
+
+TEST(FileContentsTest, NewFilesHaveOneModeAndFailuresLeaveNothingBehind) {
+    const std::function<bool(const std::string& source, const std::string& target)> calls[] = {
+        CopyFileContents, AppendFileContents, [](auto&, auto& target) { return WriteStringToFile("new", target); },
+        [](auto&, auto& target) { return WriteStringAt("new", target, 100); }};
+    for (const auto& call : calls) {
+        const TempDir scratch;
+        const std::string source = scratch.Write("source", "new");
+        const std::ptrdiff_t openBefore = OpenDescriptors();
+        const ScopedUmask privateFiles(077);
+        EXPECT_TRUE(!call(source, scratch / "missing/target") && errno == ENOENT);
+        EXPECT_TRUE(!call(source, scratch.Path()) && errno == EISDIR);
+        EXPECT_TRUE(call(source, scratch / "target"));
+        EXPECT_EQ(scratch.Read("target"), "new");
+        EXPECT_EQ(fs::status(scratch / "target").permissions(), fs::perms{0644});
+        EXPECT_EQ(umask(077), 077U);
+        EXPECT_EQ(OpenDescriptors(), openBefore);
+    }
+}
+
+TEST(FileContentsTest, CopyAndAppendReportWhatFails) {
+    const TempDir scratch;
+    const std::string source = scratch.Write("source", Pattern(12288));
+    const std::string target = scratch.Write("target", "old");
+    const std::ptrdiff_t openBefore = OpenDescriptors();
+    for (const auto& call : {CopyFileContents, AppendFileContents}) {
+        EXPECT_TRUE(!call(scratch / "missing", scratch / "never") && errno == ENOENT);
+        EXPECT_TRUE(!call(scratch / "missing", target) && errno == ENOENT);
+        EXPECT_TRUE(!call(scratch.Path(), scratch / "from-directory") && errno == EISDIR);
+    }
+    EXPECT_EQ(TempDir::ReadPath(target), "old");
+    EXPECT_FALSE(fs::exists(scratch / "never"));
+    EXPECT_TRUE(!AppendFileContents(source, source) && errno == EINVAL);
+    {  // a short write passes
+        scratch.Write("source", Pattern(4120));
+        const ScopedLimit fullDisk(RLIMIT_FSIZE, 4096 + 10);
+        EXPECT_TRUE(CopyFileContents(source, target) && scratch.Read("target") == Pattern(4096 + 10));
+    }
+    EXPECT_TRUE(CopyFileContents(target, target) && fs::is_empty(target));
+    EXPECT_EQ(OpenDescriptors(), openBefore);
+}
+
+TEST(FileContentsTest, WriteAddsAndWriteAtOverwrites) {
+    const TempDir scratch;
+    const std::string path = scratch / "file";
+    const std::tuple<const char*, off_t, std::string> rows[] = {
+        {"XY", 4, "0123XY"}, {"X", 6, {"01234\0X", 7}}, {"X", -1, "X1234"}};
+    for (const auto& [text, offset, contents] : rows) {
+        scratch.Write("file", "01234");
+        EXPECT_TRUE(WriteStringAt(text, path, offset));
+        EXPECT_EQ(TempDir::ReadPath(path), contents);
+    }
+    EXPECT_TRUE(WriteStringToFile({"a\0b", 3}, path));
+    EXPECT_EQ(TempDir::ReadPath(path), std::string("X1234a\0b", 8));
+    const ScopedLimit nothingOpens(RLIMIT_NOFILE, DescriptorsAllowing(0));
+    EXPECT_TRUE(!WriteStringAt("text", path, 0) && errno == EBADF);
+}
+
+TEST(FileContentsTest, ReadNamesWhatItCannotRead) {
+    EXPECT_TRUE(ReadWholeFile("/proc/self/cmdline").ends_with('\0'));
+    const std::ptrdiff_t openBefore = OpenDescriptors();
+    EXPECT_EQ(ErrorOf<std::runtime_error>(ReadWholeFile, "/missing"), "No such file or directory : /missing");
+    EXPECT_EQ(ErrorOf<std::runtime_error>(ReadWholeFile, "/proc"), "Is a directory : /proc");
+    EXPECT_EQ(OpenDescriptors(), openBefore);
+}
+
+TEST(PathTestsTest, AnswerForEveryTypeOfFile) {
+    const TempDir scratch;
+    Plant(scratch, "file=abc empty= dir/ socket% to-file>file to-dir>dir dangling>no");
+    const std::pair<const char*, const char*> rows[] = {{"file", "regular 3"},          {"empty", "regular empty 0"},
+                                                        {"to-file", "regular link 3"},  {"dir", "directory -"},
+                                                        {"to-dir", "directory link -"}, {"socket", "socket -"},
+                                                        {"dangling", "link -"},         {"missing", "-"}};
+    for (const auto& [name, answers] : rows) {
+        const std::string path = scratch / name;
+        std::string given = IsRegularFile(path) ? "regular " : "";
+        given.append(IsDirectory(path) ? "directory " : "").append(IsSocket(path) ? "socket " : "");
+        given.append(IsSymlink(path) ? "link " : "").append(IsEmptyFile(path) ? "empty " : "");
+        const std::uint64_t size = GetFileSize(path);
+        given += size == ~std::uint64_t{0} ? "-" : std::to_string(size);
+        EXPECT_EQ(given, answers) << name;
+    }
+    const timespec times[] = {{.tv_sec = 5, .tv_nsec = 0}, {.tv_sec = 7, .tv_nsec = 9}};
+    ASSERT_EQ(utimensat(AT_FDCWD, (scratch / "file").c_str(), times, 0), 0);
+    EXPECT_EQ(GetModifyTime(scratch / "file"), 7);
+    EXPECT_NEAR(GetChangeTime(scratch / "file"), static_cast<double>(std::time(nullptr)), 5);
+    EXPECT_EQ(GetModifyTime(scratch / "missing") + GetChangeTime(scratch / "missing"), 0);
+}
+
+TEST(DiskSpaceTest, PercentIsOfTheSpaceThatCanBeUsed) {
+    EXPECT_EQ(FreePercentOfBlocks(100, 100, 0), 0U);  // no division by zero
+    EXPECT_EQ(FreePercentOfBlocks(100, 30, 20), 22U);
+    EXPECT_EQ(FreePercentOfBlocks(200, 199, 199), 99U);
+    const auto space = fs::space("/");
+    std::uint64_t total = 0;
+    std::uint64_t available = 0;
+    EXPECT_TRUE(GetDiskSpace("/", total, available) && total == space.capacity);
+    // Others write to the disk meanwhile: near is all that can be asked for.
+    EXPECT_NEAR(static_cast<double>(available), static_cast<double>(space.available), 1U << 30);
+    EXPECT_LE(GetDiskFreePercent("/") - FreePercentOfBlocks(total, space.free, available) + 1, 2U);
+    EXPECT_FALSE(GetDiskSpace("/missing", total, available));
+    EXPECT_EQ(total + available + GetDiskFreePercent("/missing"), 0U);
+}
+
+TEST(OwnershipTest, LeavesTheRightOwnerAloneAndChangesAnotherAsRoot) {
+    const TempDir scratch;
+    Plant(scratch, "file= dir/ link>dir pipe!");
+    bool changed = true;
+    for (const std::string name : {"file", "dir", "link", "pipe", "missing"}) {
+        const bool right = ChownIfNeeded(scratch / name, geteuid(), getegid(), changed);
+        EXPECT_EQ(right, name != "pipe" && name != "missing") << name;
+        EXPECT_FALSE(std::exchange(changed, true)) << name;
+    }
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "only root may give files away: the rest is left out";
+    }
+    for (const uid_t uid : {0U, 1U}) {
+        EXPECT_TRUE(ChownIfNeeded(scratch / "link", uid, 2, changed) && changed);
+        EXPECT_TRUE(ChownIfNeeded(scratch / "dir", uid, 2, changed) && !changed);
+    }
+    EXPECT_TRUE(HoldsForOrdinaryUser([&] { return !ChownIfNeeded("/", 65534, 65534, changed) && !changed; }));
+}
+
+TEST(StdoutTerminalTest, IsATerminalInAChildThatHasOne) {
+    int controller = -1;
+    const pid_t child = forkpty(&controller, nullptr, nullptr, nullptr);
+    if (child == 0) {
+        _exit(IsStdoutTerminal() ? 0 : 1);
+    }
+    int status = -1;
+    EXPECT_TRUE(waitpid(child, &status, 0) == child && status == 0 && close(controller) == 0);
+}
+
+}  // namespace
+}  // namespace MiscUtils
