@@ -19,25 +19,23 @@ bool IsUsage(const std::string& errors) {
 using Arguments = std::vector<std::string>;
 
 TEST(CommandLineTest, AnswersAMalformedLineWithTheUsage) {
-    const Arguments rows[] = {
-        {},
-        {"a"},
-        {"a", "b"},
-        {"-out", "x"},
-        {"-squish", "x"},
-        {"-squish", "-out", "x"},
-        {"-squish10", "-out", "x"},
-        {"-r", "sub", "-out", "x"},
-        {"-squish", "-r", "-out", "x"},
-        {"-squish", "-squish10", "-r", "x"},
-        {"a", "b", "-out", "x", "extra"},
-        {"a", "-out", "b", "x"},
-        {"a", "b", "x"},
-        {"a", "--version", "x"},
-        {"-r", "sub", "a", "b", "x"},
-        {"-squish", "-squish10", "-r", "sub", "x"},
-        {"a", "-OUT", "x"},
-    };
+    const Arguments rows[] = {{},
+                              {"a"},
+                              {"a", "b"},
+                              {"-out", "x"},
+                              {"-squish", "x"},
+                              {"-squish", "-out", "x"},
+                              {"-squish10", "-out", "x"},
+                              {"-r", "sub", "-out", "x"},
+                              {"-squish", "-r", "-out", "x"},
+                              {"-squish", "-squish10", "-r", "x"},
+                              {"a", "b", "-out", "x", "extra"},
+                              {"a", "-out", "b", "x"},
+                              {"a", "b", "x"},
+                              {"a", "--version", "x"},
+                              {"-r", "sub", "a", "b", "x"},
+                              {"-squish", "-squish10", "-r", "sub", "x"},
+                              {"a", "-OUT", "x"}};
     for (const Arguments& arguments : rows) {
         ToolRun run;
         std::filesystem::create_directory(run.directory.Path("sub"));

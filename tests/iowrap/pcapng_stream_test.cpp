@@ -83,14 +83,6 @@ TEST_F(PcapNgStreamTest, DeliversNoMoreThanWasCaptured) {
     EXPECT_EQ(std::string(buffer.data(), 5), "four-");
 }
 
-TEST_F(PcapNgStreamTest, EndsWithoutAnErrorWhereTheFileIsCut) {
-    const std::string bytes = PcapNgBuilder().Packet(0, "first").Packet(1, "second").Bytes();
-    Open(bytes.substr(0, bytes.size() - 10));
-    EXPECT_EQ(Next(), "0.0 5/5 first");
-    EXPECT_EQ(Next(), "");
-    EXPECT_LT(m_Stream.Prefetch(), 0);
-}
-
 TEST_F(PcapNgStreamTest, KeepsTheErrorOfAFailedOpen) {
     EXPECT_FALSE(m_Stream.Open(m_Directory.Path("missing").c_str(), "rb"));
     EXPECT_EQ(m_Stream.GetError(), ENOENT);
