@@ -3,36 +3,29 @@
 zmodload zsh/zpty
 work=$(mktemp -d)
 trap 'zpty -d shell; rm -rf $work' EXIT
-mkdir $work/home
+mkdir -p $work/home/sub/deep
 cd $work/home
-mkdir -p sub/deep
-touch a.pcap b.GZ notes.txt sub/inner.cap sub/inner.log
+touch a.pcap b.GZ notes.txt sub/inner.{cap,log}
 
 # Ctrl-X writes down what the line has become, and empties it.
 zpty shell "TERM=dumb zsh -f -i"
 zpty -w shell "fpath=($1 \$fpath); autoload -Uz compinit; compinit -u -D
 tell() { print -r -- \"\$BUFFER|\" >$work/new; mv $work/new $work/line; BUFFER= }; zle -N tell
-bindkey '^X' tell; bindkey '^I' complete-word; setopt no_beep; print ready >$work/line"
+bindkey '^X' tell; bindkey '^I' complete-word; print ready >$work/line"
+await_line() { repeat 100; do [[ -e $work/line ]] && return; sleep 0.1; done }
 
 failures=0
 for text expected in \
-  --ver '--version ' \
-  '-squish -' '-squish -r ' \
-  '-r s' '-r sub/' \
-  '-r sub i' '-r sub inner.cap ' \
+  --ver '--version ' '-squish -' '-squish -r ' '-r s' '-r sub/' '-r sub i' '-r sub inner.cap ' \
   '-squish10 -r sub inner.cap -out ' '-squish10 -r sub inner.cap -out deep/' \
-  'a' 'a.pcap ' 'b' 'b.GZ ' 'n' 'n' 'sub/i' 'sub/inner.cap ' \
-  'a.pcap -' 'a.pcap -out ' \
-  'a.pcap -out ' 'a.pcap -out sub/' \
-  'a.pcap -out x a' 'a.pcap -out x a'
+  a 'a.pcap ' b 'b.GZ ' n n 'a.pcap -' 'a.pcap -out ' 'a.pcap -out x a' 'a.pcap -out x a'
 do
-  repeat 100; do [[ -e $work/line ]] && break; sleep 0.1; done  # of the row before
+  await_line  # of the row before
   rm -f $work/line
   zpty -w -n shell "seamtool $text"$'\t\x18'
-  repeat 100; do [[ -e $work/line ]] && break; sleep 0.1; done
-  actual=$(cat $work/line 2>/dev/null)
-  [[ $actual == "seamtool $expected|" ]] && continue
-  print "\"$text\": expected \"$expected\" but got \"$actual\""
+  await_line
+  [[ $(cat $work/line) == "seamtool $expected|" ]] && continue
+  print "\"$text\": expected \"$expected\" but got \"$(cat $work/line)\""
   (( ++failures ))
 done
 exit $(( failures != 0 ))

@@ -1,5 +1,5 @@
-// A program of somebody else's, built on the installed library: it merges two captures and lets a
-// program compare the outcome with two files: consumer FIRST SECOND OUTPUT SAME OTHER
+// A program of somebody else's, built on the installed library: it merges two captures and lets cmp
+// compare the outcome with two files: consumer FIRST SECOND OUTPUT SAME OTHER
 
 #include <cstdio>
 #include <string>
@@ -11,21 +11,14 @@
 #include "logging/logger.h"
 #include "procutils/runexe/run_exe.h"
 
-int main(int argc, char** argv) {
-    if (argc != 6) {
-        return 2;
-    }
+int main(int /*argc*/, char** argv) {
     MergeJob job(argv[3], {argv[1], argv[2]});
     const bool isMerged = Merge(job);
     unlink(VeloLogger::GlobalLogger.FileName().c_str());
-
+    const std::string compare = "cmp " + job.outputPath + " ";
     std::string output;
-    const auto compare = [&](const std::string& path) {
-        return velora::utils::proc::RunExe("cmp " + job.outputPath + " " + path, output);
-    };
-    const int same = compare(argv[4]);
-    const int other = compare(argv[5]);
-    std::printf("merged %d, records %ju, same %d, other %d\n", isMerged,
-                static_cast<std::uintmax_t>(job.packetsWritten), same, other);
-    return 0;
+    const int same = velora::utils::proc::RunExe(compare + argv[4], output);
+    const int other = velora::utils::proc::RunExe(compare + argv[5], output);
+    std::printf("merged %d, records %d, same %d, other %d\n", isMerged, static_cast<int>(job.packetsWritten), same,
+                other);
 }
