@@ -1,20 +1,22 @@
+// A file is written, added to, copied and read.
 #include <iostream>
+#include <stdexcept>
 
 #include "utils/file_contents.h"
 #include "utils/path_tests.h"
-#include "utils/text_edit.h"
+#include "utils/temp_file.h"
 
 int main() {
-    using namespace MiscUtils;
-    if (!WriteStringToFile("one\n", "example.txt") || !WriteStringToFile("two\n", "example.txt")) {
-        return 1;  // errno says why
+    MiscUtils::WriteFile("first\n", "notes.txt");
+    if (!MiscUtils::WriteStringToFile("second\n", "notes.txt") ||
+        !MiscUtils::CopyFileContents("notes.txt", "copy.txt")) {
+        return 1;
     }
-    std::string text = ReadWholeFile("example.txt");
-    ReplaceAll(text, "\n", "; ");
-    std::cout << text << GetFileSize("example.txt") << " bytes\n";
-    std::remove("example.txt");
-    std::cout << (IsRegularFile("example.txt") ? "still there\n" : "gone\n");
+    std::cout << MiscUtils::ReadWholeFile("copy.txt") << MiscUtils::GetFileSize("copy.txt")
+              << " bytes\n";
+    try {
+        std::cout << MiscUtils::ReadWholeFile("missing.txt");
+    } catch (const std::runtime_error& error) {
+        std::cout << error.what() << "\n";
+    }
 }
-// Output:
-// one; two; 8 bytes
-// gone

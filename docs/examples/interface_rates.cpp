@@ -1,20 +1,18 @@
+// What the interfaces carry in one second, a line an interface.
 #include "procutils/interface_rates.h"
 
 #include <iostream>
-#include <sstream>
+#include <string>
+
+#include "procutils/str_tokenizer.h"
 
 int main() {
-    // One line an interface: name, received and transmitted bits per second over one second.
-    std::istringstream report(velora::utils::proc::InterfaceRates(1));
-    std::string name;
-    long received = 0;
-    long transmitted = 0;
-    while (report >> name >> received >> transmitted) {
-        if (name == "lo") {
-            std::cout << "loopback: "
-                      << (received == transmitted ? "as much in as out\n" : "odd\n");
+    const std::string report = velora::utils::proc::InterfaceRates(1);
+    const velora::utils::proc::StrTokenizer lines(report.c_str(), "\n");
+    lines.ForEach([](const char* line) {
+        const velora::utils::proc::StrTokenizer words(line, " ");
+        if (words.Count() == 3 && std::string(words.Token(0)).starts_with("lo")) {
+            std::cout << "loopback has two rates\n";
         }
-    }
+    });
 }
-// Output:
-// loopback: as much in as out

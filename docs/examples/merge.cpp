@@ -1,22 +1,22 @@
-#include <cstdio>
+// Merges two captures, and squishes them into another file.
+#include <iostream>
 
-#include "impex/impex_libpcap.h"
+#include "impex/squish.h"
 #include "impex/time_ordered_merge.h"
 
-int main() {
-    MergeJob job("example.pcap", {SAMPLES "/web.pcap", SAMPLES "/dns.pcapng"});
-    if (!Merge(job)) {
+int main(int argc, char** argv) {
+    if (argc != 3) {
+        return 1;
+    }
+    MergeJob merged("merged.pcap", {argv[1], argv[2]});
+    if (!Merge(merged)) {
         return 1;  // the log says why
     }
-    CImpex_Libpcap input;
-    PacketHeader* header = nullptr;
-    std::uint8_t* data = nullptr;
-    if (input.OpenInput(job.outputPath) && input.ReadNext(&header, &data)) {
-        const HeaderBlock ownedHeader(header);  // give the two blocks back
-        const DataBlock ownedData(data);
-        std::printf("%lu records, the first of %u bytes\n", job.packetsWritten, header->caplen);
+    std::cout << "merged: " << merged.packetsWritten << " records\n";
+
+    MergeJob squished("squished.pcap", {argv[1], argv[2]});
+    if (!Squish(squished, 0)) {
+        return 1;
     }
-    std::remove("example.pcap");
+    std::cout << "squished: " << squished.packetsWritten << " records\n";
 }
-// Output:
-// 326 records, the first of 74 bytes

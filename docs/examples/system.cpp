@@ -1,22 +1,26 @@
+// The space left, and an owner for a descriptor.
+#include <cerrno>
+#include <cstdint>
 #include <iostream>
-#include <stdexcept>
 
-#include "utils/file_contents.h"
-#include "utils/local_datagram.h"
-#include "utils/path_tests.h"
-#include "utils/temp_file.h"
+#include <fcntl.h>
+
+#include "utils/disk_space.h"
+#include "utils/errno_text.h"
+#include "utils/host_name.h"
+#include "utils/scope_guards.h"
 
 int main() {
-    const std::string path = MiscUtils::MakeTempFile("./example.XXXXXX.conf");
-    MiscUtils::WriteFile("level=8\n", path.c_str());
-    std::cout << MiscUtils::ReadWholeFile(path);
-    std::remove(path.c_str());
-    try {
-        MiscUtils::SendLocalDatagram("./no-such-socket", "hello");
-    } catch (const std::runtime_error& error) {
-        std::cout << error.what() << '\n';
+    std::uint64_t total = 0;
+    std::uint64_t available = 0;
+    if (!MiscUtils::GetDiskSpace(".", total, available)) {
+        throw MiscUtils::ErrnoError(errno, "GetDiskSpace");
+    }
+    std::cout << "available <= total: " << (available <= total) << "\n"
+              << "host has a name: " << !MiscUtils::HostName().empty() << "\n";
+
+    const MiscUtils::UniqueFd file(open("missing", O_RDONLY));
+    if (!file) {
+        std::cout << MiscUtils::ErrnoError(errno, "open()").what() << "\n";
     }
 }
-// Output:
-// level=8
-// No such file or directory : sendto()

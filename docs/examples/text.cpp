@@ -1,24 +1,26 @@
+// Bytes, addresses and identifiers as text.
 #include <array>
+#include <cstdint>
 #include <iostream>
 
 #include "utils/byte_quantity.h"
 #include "utils/guid.h"
 #include "utils/hex_text.h"
 #include "utils/net_address_text.h"
+#include "utils/text_edit.h"
 
 int main() {
-    const MiscUtils::Guid guid =
-        MiscUtils::ParseGuidOrThrow("{6b29fc40-ca47-1067-b31d-00dd010662da}");
-    std::array<char, 39> text{};
-    std::cout << MiscUtils::GuidToString(guid, text.data(), text.size()) << '\n';
-
-    std::array<unsigned char, 4> address{};
-    if (MiscUtils::ParseIp("192.168.1.10", address.data()) == 1) {
-        std::cout << MiscUtils::IpToString(address.data(), text.data(), text.size()) << '\n';
+    std::array<std::uint8_t, 4> address{};
+    if (MiscUtils::ParseIp("192.168.1.10", address.data()) != 1) {
+        return 1;
     }
-    std::cout << MiscUtils::BytesToHex("seam") << ' ' << MiscUtils::FormatByteSize(1048577) << '\n';
+    std::cout << MiscUtils::FormatByteSize(1536) << "\n"
+              << MiscUtils::BytesToHex({reinterpret_cast<const char*>(address.data()), 4}) << "\n";
+
+    MiscUtils::Guid guid;
+    std::cout << MiscUtils::ParseGuid("{6b29fc40-ca47-1067-b31d-00dd010662da}", guid) << "\n";
+
+    std::string path = "/var//captures//a.pcap";
+    MiscUtils::ReplaceAll(path, "//", "/");
+    std::cout << path << (MiscUtils::EndsWith(path, ".pcap") ? " is a capture\n" : "\n");
 }
-// Output:
-// {6B29FC40-CA47-1067-B31D-00DD010662DA}
-// 192.168.1.10
-// 7365616D 1.00 MB

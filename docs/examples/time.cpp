@@ -1,19 +1,19 @@
-#include <cstdlib>
+// A range of time from user text, and what may be asked of it.
 #include <iostream>
 
 #include "utils/time_range.h"
 #include "utils/time_text.h"
 
 int main() {
-    setenv("TZ", "UTC0", 1);
-    MiscUtils::TimeRange range;
-    range.SetFromText("16-11-2026-02:44", "16-11-2026-03:45");  // throws when it is no such text
-    std::cout << range.DurationText() << "\n[" << range.SqlBetween() << "]\n";
+    MiscUtils::TimeRange night;
+    night.SetFromText("16-11-2026-22:00", "17-11-2026-06:00");
+    std::cout << night.DurationText() << "\n";
 
-    const MiscUtils::TimeVal32 inside = range.from + MiscUtils::TimeVal32{43, 123};
-    std::cout << MiscUtils::AscTimeUsec(inside) << (range.Contains(inside) ? " is inside\n" : "\n");
+    MiscUtils::TimeVal32 packet;
+    if (!MiscUtils::ParseDateTime(packet, "17-11-2026-02:44")) {
+        return 1;
+    }
+    std::cout << MiscUtils::AscTimeUsec(packet + MiscUtils::TimeVal32{43, 123}) << "\n"
+              << (night.Contains(packet) ? "in the night" : "by day") << "\n"
+              << "SELECT * FROM flows WHERE start" << night.SqlBetween() << ";\n";
 }
-// Output:
-// 01h 01m 00s 000000u
-// [ BETWEEN 1794797040 AND 1794800700 ]
-// Mon Nov 16 02:44:43 2026-000123 is inside
