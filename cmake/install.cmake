@@ -15,6 +15,7 @@ get_property(libraries GLOBAL PROPERTY VELORA_LIBRARIES)
 
 install(TARGETS seamtool)
 install(FILES docs/seamtool.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(DIRECTORY docs/man3 DESTINATION ${CMAKE_INSTALL_MANDIR} FILES_MATCHING PATTERN "*.3")
 install(FILES completion/seamtool.bash
   DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME seamtool)
 install(FILES completion/_seamtool DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
