@@ -93,7 +93,7 @@ TEST(KilledRunTest, LeavesABeginningOfWholeWrites) {
     const std::string output = run.directory.Path("x");
     run.whileRunning = [&output](int process) {
         std::error_code ignored;
-        for (int wait = 0; wait < 20000; ++wait) {
+        for (int wait = 0; wait < 200000; ++wait) {
             const auto size = std::filesystem::file_size(output, ignored);
             if (!ignored && size > 100000) {
                 break;
