@@ -17,10 +17,10 @@
 #include "utils/time_val32.h"
 
 struct InputCursor {
-    std::unique_ptr<CImpex_Libpcap> reader;
-    HeaderBlock header;  // of the next record to write
-    DataBlock data;      // its header->caplen captured bytes
-    std::string path;
+    std::unique_ptr<CImpex_Libpcap> reader;  // open
+    HeaderBlock header;                      // of the next record to write
+    DataBlock data;                          // its header->caplen captured bytes
+    std::string path;                        // as the command line has it
 
     // The squish's own; zero in a merge.
     MiscUtils::TimeVal32 currentTime;  // raw time of the record held

@@ -9,6 +9,7 @@
 #include <vector>
 
 struct MergeJob {
+    // Takes both paths by value; nothing is looked at or created yet.
     MergeJob(std::string output, std::vector<std::string> inputs)
         : outputPath(std::move(output)), inputPaths(std::move(inputs)) {}
 
@@ -19,5 +20,6 @@ struct MergeJob {
     std::uint64_t packetsWritten = 0;
     std::uint64_t bytesWritten = 0;  // captured lengths, without headers
 
+    // Zeros, for counters to come.
     std::array<std::uint64_t, 2> reserved{};
 };

@@ -19,9 +19,12 @@ struct PacketHeader {
 };
 static_assert(sizeof(PacketHeader) == 24);
 
+// Gives a block back to the scalable allocator.
 struct ScalableFree {
+    // `block` is not null.
     void operator()(void* block) const noexcept;
 };
 
+// The owners of a record's two blocks.
 using HeaderBlock = std::unique_ptr<PacketHeader, ScalableFree>;
 using DataBlock = std::unique_ptr<std::uint8_t[], ScalableFree>;

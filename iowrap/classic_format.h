@@ -18,22 +18,25 @@ inline constexpr std::uint32_t kMagicSwapped = 0xD4C3B2A1;
 // The first four bytes of a pcap-ng file: its Section Header Block type, the same in both orders.
 inline constexpr std::uint32_t kMagicPcapNg = 0x0A0D0D0A;
 
+// What the writer puts into a file header.
 inline constexpr std::uint16_t kVersionMajor = 2;
 inline constexpr std::uint16_t kVersionMinor = 4;
-inline constexpr std::uint32_t kSnapLen = 65535;  // what the writer declares
+inline constexpr std::uint32_t kSnapLen = 65535;
 inline constexpr std::uint32_t kLinkTypeEthernet = 1;
 
+// The global header, as it lies in a file of this machine's byte order.
 struct FileHeader {
-    std::uint32_t magic;
-    std::uint16_t versionMajor;
-    std::uint16_t versionMinor;
-    std::int32_t thisZone;  // seconds between local time and UTC; 0 in practice
-    std::uint32_t sigFigs;  // accuracy of timestamps; 0 in practice
-    std::uint32_t snapLen;  // largest captured length, bytes
-    std::uint32_t linkType;
+    std::uint32_t magic;         // kMagic
+    std::uint16_t versionMajor;  // 2
+    std::uint16_t versionMinor;  // 4
+    std::int32_t thisZone;       // seconds between local time and UTC; 0 in practice
+    std::uint32_t sigFigs;       // accuracy of timestamps; 0 in practice
+    std::uint32_t snapLen;       // largest captured length, bytes
+    std::uint32_t linkType;      // a LINKTYPE_ number: what the captured bytes begin with
 };
 static_assert(sizeof(FileHeader) == 24);
 
+// What stands before the captured bytes of each record.
 struct RecordHeader {
     std::int32_t tsSec;     // seconds since 1970-01-01 UTC
     std::int32_t tsUsec;    // microseconds within the second
@@ -42,6 +45,7 @@ struct RecordHeader {
 };
 static_assert(sizeof(RecordHeader) == 16);
 
+// The four bytes in reverse order.
 constexpr std::uint32_t Swapped(std::uint32_t value) {
     return __builtin_bswap32(value);
 }
@@ -57,6 +61,7 @@ constexpr FileHeader Swapped(const FileHeader& header) {
             Swapped(header.linkType)};
 }
 
+// The same for the header of a record.
 constexpr RecordHeader Swapped(const RecordHeader& header) {
     return {static_cast<std::int32_t>(Swapped(static_cast<std::uint32_t>(header.tsSec))),
             static_cast<std::int32_t>(Swapped(static_cast<std::uint32_t>(header.tsUsec))),

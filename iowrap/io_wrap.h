@@ -43,6 +43,6 @@ class CIOWrap {
     [[nodiscard]] virtual std::int32_t GetError() const { return m_Error; }
 
  protected:
-    std::int32_t m_Error = 0;
-    std::string m_ErrorText;  // the pcap-ng variant's own words for m_Error
+    std::int32_t m_Error = 0;  // what GetError tells
+    std::string m_ErrorText;   // the pcap-ng variant's own words for m_Error
 };

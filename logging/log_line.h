@@ -28,6 +28,7 @@ class LogLine {
     // Whether what is inserted will be written.
     [[nodiscard]] bool IsEnabled() const { return m_pLogger != nullptr; }
 
+    // Adds what a standard stream makes of `value`; nothing when the line is not enabled.
     template <typename Value>
     LogLine& operator<<(const Value& value) {
         if (IsEnabled()) {

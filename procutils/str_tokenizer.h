@@ -45,6 +45,7 @@ class StrTokenizer {
     StrTokenizer& operator=(StrTokenizer&&) = default;
     virtual ~StrTokenizer() = default;
 
+    // How many tokens there are.
     [[nodiscard]] std::size_t Count() const noexcept { return offsets.size(); }
 
     // Token number `index`, counted from 0; null from Count() on.

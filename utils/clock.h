@@ -15,6 +15,7 @@ namespace MiscUtils {
 // Stores the time of the call in `out`.
 void GetTimeOfDay(TimeVal32& out);
 
+// The time of the call.
 [[nodiscard]] TimeVal32 Now();
 
 // The seconds of Now(), widened with their sign: they wrap in 2038 as those of Now() do.

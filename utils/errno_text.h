@@ -20,10 +20,11 @@ namespace MiscUtils {
 // A number that the system does not know gives the system's own wording for it, such as
 // "Unknown error -5"; 0 gives "Success". errno itself is left as it was.
 struct ErrnoText {
+    // Any number will do.
     explicit ErrnoText(int errorNumber);
 
-    std::string text;
-    std::int32_t code;
+    std::string text;   // the system's words
+    std::int32_t code;  // the error number
 };
 
 // The exception of the utility library for a failed system call: its text is the error text,

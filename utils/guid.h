@@ -18,11 +18,12 @@
 namespace MiscUtils {
 
 struct Guid {
-    std::uint32_t Data1 = 0;
-    std::uint16_t Data2 = 0;
-    std::uint16_t Data3 = 0;
-    std::array<std::uint8_t, 8> Data4{};
+    std::uint32_t Data1 = 0;              // the first group of the text
+    std::uint16_t Data2 = 0;              // the second
+    std::uint16_t Data3 = 0;              // the third
+    std::array<std::uint8_t, 8> Data4{};  // the fourth, two bytes, and the fifth, six
 
+    // Equal in every field.
     friend bool operator==(const Guid&, const Guid&) = default;
 };
 static_assert(sizeof(Guid) == 16);

@@ -14,6 +14,7 @@
 
 namespace MiscUtils {
 
+// The type of what the path, its links followed, leads to.
 [[nodiscard]] bool IsRegularFile(const std::string& path);
 [[nodiscard]] bool IsDirectory(const std::string& path);
 [[nodiscard]] bool IsSocket(const std::string& path);

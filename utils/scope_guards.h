@@ -39,10 +39,13 @@ class ScopedErrno {
 // Owns a file descriptor; a negative number is "none". Moving leaves the source with none.
 class UniqueFd {
  public:
+    // Holds nothing, or the descriptor that is now this object's to close.
     UniqueFd() noexcept = default;
     explicit UniqueFd(int fd) noexcept : m_Fd(fd) {}
     UniqueFd(const UniqueFd&) = delete;
     UniqueFd& operator=(const UniqueFd&) = delete;
+
+    // The other one holds nothing afterwards; what this one held is closed.
     UniqueFd(UniqueFd&& other) noexcept : m_Fd(other.Release()) {}
     UniqueFd& operator=(UniqueFd&& other) noexcept {
         Reset(other.Release());
@@ -50,6 +53,7 @@ class UniqueFd {
     }
     ~UniqueFd() { Reset(); }
 
+    // The descriptor, which stays owned; -1, and false, when there is none.
     [[nodiscard]] int Get() const noexcept { return m_Fd; }
     explicit operator bool() const noexcept { return m_Fd >= 0; }
 
@@ -99,6 +103,7 @@ using UniqueDir = std::unique_ptr<DIR, detail::CloseDir>;
 // thread creates meanwhile gets it too, so the scope is kept to the one call that needs it.
 class ScopedUmask {
  public:
+    // `mask` has the permission bits that new files do not get.
     explicit ScopedUmask(mode_t mask) noexcept : m_Previous(umask(mask)) {}
     ~ScopedUmask() { umask(m_Previous); }
     ScopedUmask(const ScopedUmask&) = delete;

@@ -24,18 +24,22 @@
 namespace MiscUtils {
 
 struct TimeRange {
-    TimeVal32 from;
-    TimeVal32 to;
+    TimeVal32 from;  // the first time within
+    TimeVal32 to;    // the last
 
+    // Equal in both ends.
     friend bool operator==(const TimeRange&, const TimeRange&) = default;
 
     // Seconds and microseconds are each cut to 32 bits.
     void Set(const timeval& newFrom, const timeval& newTo);
+
+    // Both ends anew: to whole seconds, to the time of the call, to zero.
     void SetSeconds(std::int32_t fromSec, std::int32_t toSec);
     void SetNow();
     void Clear();
 
-    // Stretches the range to include `time`; a range whose `from` is zero becomes that one time.
+    // Stretches the range to include `time`, or the time of the call; a range whose `from` is zero
+    // becomes that one time.
     void Extend(const TimeVal32& time);
     void ExtendNow();
 

@@ -11,13 +11,14 @@
 namespace MiscUtils {
 
 struct TimeVal32 {
-    std::int32_t sec = 0;
+    std::int32_t sec = 0;   // since 1970-01-01 UTC
     std::int32_t usec = 0;  // 0..999999 in valid data; captures may hold anything
 
     // By seconds, then by microseconds, as signed numbers.
     // NOLINTNEXTLINE(modernize-use-nullptr): a false alarm on what the compiler generates
     friend constexpr auto operator<=>(const TimeVal32&, const TimeVal32&) = default;
 
+    // Both fields 0: "unset", where an operation says so.
     [[nodiscard]] constexpr bool IsZero() const { return sec == 0 && usec == 0; }
 };
 
@@ -45,6 +46,7 @@ constexpr TimeVal32 operator+(const TimeVal32& a, const TimeVal32& b) {
     return sum;
 }
 
+// See the sum.
 constexpr TimeVal32 operator-(const TimeVal32& a, const TimeVal32& b) {
     TimeVal32 difference{detail::WrappingSubtract(a.sec, b.sec),
                          detail::WrappingSubtract(a.usec, b.usec)};

@@ -17,6 +17,7 @@ ssize_t AppendFrom(int fd, std::size_t limit, std::string& text);
 // caller's; select(2) watches only those below FD_SETSIZE (1024).
 class OutputCollector {
  public:
+    // The reading ends of the two pipes.
     OutputCollector(int outputFd, int errorFd) : m_OutputFd(outputFd), m_ErrorFd(errorFd) {}
 
     // Waits up to 100 ms for something to read, and reads at most 1023 bytes from each pipe that
@@ -28,6 +29,7 @@ class OutputCollector {
     // pipe: <error text>", or the same of stderr.
     [[nodiscard]] bool Pass();
 
+    // What has come so far.
     [[nodiscard]] const std::string& Output() const { return m_Output; }
     [[nodiscard]] const std::string& Errors() const { return m_Errors; }
 
