@@ -16,12 +16,12 @@ std::int64_t Low32(std::int64_t value) {
 }
 
 Time Plus(Time a, Time b) {
-    Time sum{Low32(a.sec + b.sec), Low32(a.usec + b.usec)};
+    const Time sum{Low32(a.sec + b.sec), Low32(a.usec + b.usec)};
     return sum.usec > 999999 ? Time{Low32(sum.sec + 1), sum.usec - 1000000} : sum;
 }
 
 Time Minus(Time a, Time b) {
-    Time rest{Low32(a.sec - b.sec), Low32(a.usec - b.usec)};
+    const Time rest{Low32(a.sec - b.sec), Low32(a.usec - b.usec)};
     return rest.usec < 0 ? Time{Low32(rest.sec - 1), rest.usec + 1000000} : rest;
 }
 
@@ -29,107 +29,106 @@ bool Less(Time a, Time b) {
     return a.sec != b.sec ? a.sec < b.sec : a.usec < b.usec;
 }
 
-struct Head {
-    std::size_t input = 0;
-    std::size_t next = 0;
-    Time start{};
-    Time shift{};
-};
-
 Time TimeOf(const ModelRecord& record) {
     return {record.sec, record.usec};
 }
 
-// Takes the head with the least key, the first of equals, until no input is left.
-void Interleave(const std::vector<ModelInput>& inputs, ModelResult& result, const std::function<Time(const Head&)>& key,
-                const std::function<void(const Head&)>& write, const std::function<void(Head&)>& advanced) {
-    std::vector<Head> heads;
-    for (std::size_t input = 0; input < inputs.size(); ++input) {
-        if (!inputs[input].empty()) {
-            heads.push_back({input, 0, TimeOf(inputs[input][0]), {0, 0}});
-        }
-    }
-    while (!heads.empty()) {
-        std::size_t best = 0;
-        for (std::size_t other = 1; other < heads.size(); ++other) {
-            if (Less(key(heads[other]), key(heads[best]))) {
-                best = other;
+// An input that has a record left.
+struct Head {
+    std::size_t input;
+    const ModelInput* records;
+    std::size_t next = 0;
+    Time shift{0, 0};
+
+    [[nodiscard]] const ModelRecord& Record() const { return (*records)[next]; }
+    [[nodiscard]] Time Start() const { return TimeOf(records->front()); }
+};
+
+class Model {
+ public:
+    explicit Model(const std::vector<ModelInput>& inputs) {
+        for (std::size_t input = 0; input < inputs.size(); ++input) {
+            if (!inputs[input].empty()) {
+                m_Heads.push_back({input, &inputs[input]});
             }
         }
-        write(heads[best]);
-        if (++heads[best].next < inputs[heads[best].input].size()) {
-            advanced(heads[best]);
-        } else {
-            result.finished.push_back(heads[best].input);
-            heads.erase(heads.begin() + static_cast<std::ptrdiff_t>(best));
-        }
     }
-}
+
+    // Takes the head with the least key, the first of equals, until no input is left.
+    ModelResult Interleave(const std::function<Time(const Head&)>& key, const std::function<void(const Head&)>& write,
+                           const std::function<void(Head&, Time before)>& advanced) {
+        while (!m_Heads.empty()) {
+            std::size_t best = 0;
+            for (std::size_t other = 1; other < m_Heads.size(); ++other) {
+                best = Less(key(m_Heads[other]), key(m_Heads[best])) ? other : best;
+            }
+            Head& head = m_Heads[best];
+            write(head);
+            const Time before = TimeOf(head.Record());
+            if (++head.next < head.records->size()) {
+                advanced(head, before);
+            } else {
+                m_Result.finished.push_back(head.input);
+                m_Heads.erase(m_Heads.begin() + static_cast<std::ptrdiff_t>(best));
+            }
+        }
+        m_Result.file = m_File.Bytes();
+        return m_Result;
+    }
+
+    void Append(Time time, const ModelRecord& record) {
+        m_File.Record(static_cast<std::int32_t>(time.sec), static_cast<std::int32_t>(time.usec),
+                      static_cast<std::uint32_t>(record.data.size()), record.origLen, record.data);
+        m_Result.packets += 1;
+        m_Result.bytes += record.data.size();
+    }
+
+    [[nodiscard]] Time Base() const { return m_Heads.empty() ? Time{0, 0} : m_Heads[0].Start(); }
+
+ private:
+    std::vector<Head> m_Heads;
+    CaptureBuilder m_File;
+    ModelResult m_Result;
+};
 
 }  // namespace
 
 ModelResult ModelMerge(const std::vector<ModelInput>& inputs) {
-    ModelResult result;
-    CaptureBuilder file;
-    const auto record = [&](const Head& head) { return inputs[head.input][head.next]; };
-    Interleave(
-        inputs, result,
-        [&](const Head& head) {
-            return Time{record(head).sec, 0};
+    Model model(inputs);
+    return model.Interleave(
+        [](const Head& head) {
+            return Time{head.Record().sec, 0};
         },
-        [&](const Head& head) {
-            const ModelRecord& r = record(head);
-            file.Record(r.sec, r.usec, static_cast<std::uint32_t>(r.data.size()), r.origLen, r.data);
-            result.packets += 1;
-            result.bytes += r.data.size();
-        },
-        [](Head&) {});
-    result.file = file.Bytes();
-    return result;
+        [&](const Head& head) { model.Append(TimeOf(head.Record()), head.Record()); }, [](Head&, Time) {});
 }
 
 ModelResult ModelSquish(const std::vector<ModelInput>& inputs, int extraCopies) {
-    ModelResult result;
-    CaptureBuilder file;
-    Time base{};
-    for (auto input = inputs.rbegin(); input != inputs.rend(); ++input) {
-        base = input->empty() ? base : TimeOf(input->front());
-    }
-    const auto record = [&](const Head& head) { return inputs[head.input][head.next]; };
-    const auto write = [&](const Head& head) {
-        ModelRecord r = record(head);
-        const Time out = Minus(Plus(Plus(TimeOf(r), base), head.shift), head.start);
-        const auto append = [&] {
-            file.Record(static_cast<std::int32_t>(out.sec), static_cast<std::int32_t>(out.usec),
-                        static_cast<std::uint32_t>(r.data.size()), r.origLen, r.data);
-            result.packets += 1;
-            result.bytes += r.data.size();
-        };
-        append();
-        if (extraCopies == 0 || r.data.size() < 32 || r.data.substr(12, 2) != std::string("\x08\0", 2)) {
+    Model model(inputs);
+    const auto write = [&, base = model.Base()](const Head& head) {
+        ModelRecord record = head.Record();
+        const Time out = Minus(Plus(Plus(TimeOf(record), base), head.shift), head.Start());
+        model.Append(out, record);
+        std::string& data = record.data;
+        if (extraCopies == 0 || data.size() < 32 || data.substr(12, 2) != std::string("\x08\0", 2)) {
             return;
         }
-        const bool source = r.data.substr(26, 2) == "\xC0\xA8";
-        const bool destination = r.data.substr(30, 2) == "\xC0\xA8";
+        const bool source = data.substr(26, 2) == "\xC0\xA8";
+        const bool destination = data.substr(30, 2) == "\xC0\xA8";
         for (char network = 0; network < 10; ++network) {
             const std::string prefix = {10, network};
-            r.data = source ? r.data.replace(26, 2, prefix) : r.data;
-            r.data = destination ? r.data.replace(30, 2, prefix) : r.data;
-            append();
+            data = source ? data.replace(26, 2, prefix) : data;
+            data = destination ? data.replace(30, 2, prefix) : data;
+            model.Append(out, record);
         }
     };
-    Interleave(
-        inputs, result, [&](const Head& head) { return Plus(Minus(TimeOf(record(head)), head.start), head.shift); },
-        write,
-        [&](Head& head) {
-            const Time before = TimeOf(inputs[head.input][head.next - 1]);
-            const Time now = TimeOf(record(head));
+    return model.Interleave(
+        [](const Head& head) { return Plus(Minus(TimeOf(head.Record()), head.Start()), head.shift); }, write,
+        [](Head& head, Time before) {
+            const Time now = TimeOf(head.Record());
             if (Less(now, before)) {
                 head.shift = Minus(Plus(before, head.shift), now);
             } else if (Less(Plus(before, head.shift), now)) {
                 head.shift = {0, 0};
             }
         });
-    result.file = file.Bytes();
-    return result;
 }

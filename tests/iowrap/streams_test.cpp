@@ -1,6 +1,4 @@
 #include <cerrno>
-#include <filesystem>
-#include <functional>
 #include <memory>
 
 #include <bzlib.h>
@@ -10,87 +8,82 @@
 #include "iowrap/gzip_stream.h"
 #include "iowrap/plain_stream.h"
 #include "tests/support/capture_builder.h"
-#include "tests/support/temp_dir.h"
+#include "tests/support/file_trees.h"
 
 namespace {
 
-std::size_t OpenDescriptors() {
-    return static_cast<std::size_t>(
-        std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator()));
-}
-
 struct Variant {
     const char* name;
-    std::function<std::unique_ptr<CIOWrap>()> make;
-    std::function<std::string(std::string_view)> store;
-    bool readsNothing;  // whether a request for 0 bytes succeeds
+    std::unique_ptr<CIOWrap> (*make)();
+    std::string stored;  // "abcdefghij"
+    bool readsNothing;   // whether a request for 0 bytes succeeds
 };
 
-const Variant kVariants[] = {
-    {"plain", [] { return std::make_unique<CIOWrap_Plain>(); },
-     [](std::string_view bytes) { return std::string(bytes); }, false},
-    {"gzip", [] { return std::make_unique<CIOWrap_GZip>(); }, Gzip, true},
-    {"bzip2", [] { return std::make_unique<CIOWrap_BZip2>(); }, [](std::string_view bytes) { return Bzip2(bytes); },
-     true},
-};
+template <typename Stream>
+std::unique_ptr<CIOWrap> Make() {
+    return std::make_unique<Stream>();
+}
 
-class StreamTest : public testing::TestWithParam<Variant> {
+class StreamTest : public testing::Test {
  protected:
+    // What the next `count` bytes are; "no" when they cannot be read.
+    static std::string Next(CIOWrap& stream, std::uint32_t count) {
+        std::string bytes(64, '?');
+        return stream.Read(bytes.data(), count) ? bytes.substr(0, count) : "no";
+    }
+
+    void Open(CIOWrap& stream, const std::string& bytes) {
+        ASSERT_TRUE(stream.Open(m_Directory.Write("file", bytes).c_str(), "rb"));
+    }
+
     TempDir m_Directory;
-    std::unique_ptr<CIOWrap> m_pStream = GetParam().make();
-    char m_Buffer[64] = {};
 };
 
-TEST_P(StreamTest, ReadsExactCountsAndMeetsTheEnd) {
-    const std::string path = m_Directory.Write("file", GetParam().store("abcdefghij"));
-    ASSERT_TRUE(m_pStream->Open(path.c_str(), "rb"));
-    EXPECT_TRUE(m_pStream->Read(m_Buffer, 4));
-    EXPECT_EQ(std::string(m_Buffer, 4), "abcd");
-    EXPECT_EQ(m_pStream->Read(m_Buffer, 0), GetParam().readsNothing);
-    EXPECT_FALSE(m_pStream->IsEOF());
-    EXPECT_TRUE(m_pStream->Read(m_Buffer, 5));
-    EXPECT_EQ(std::string(m_Buffer, 5), "efghi");
-    EXPECT_FALSE(m_pStream->Read(m_Buffer, 2)) << "one byte is left";
-    EXPECT_TRUE(m_pStream->IsEOF());
-    EXPECT_GE(m_pStream->Prefetch(), 0);
-}
-
-TEST_P(StreamTest, RewindsByCloseAndOpen) {
-    const std::string path = m_Directory.Write("file", GetParam().store("abcdefghij"));
-    const std::size_t before = OpenDescriptors();
-    for (int round = 0; round < 3; ++round) {
-        ASSERT_TRUE(m_pStream->Open(path.c_str(), "rb"));
-        ASSERT_TRUE(m_pStream->Read(m_Buffer, 6));
-        EXPECT_EQ(std::string(m_Buffer, 6), "abcdef");
-        m_pStream->Close();
-        m_pStream->Close();
-        EXPECT_EQ(OpenDescriptors(), before);
+TEST_F(StreamTest, ReadsExactCountsMeetsTheEndAndRewinds) {
+    const Variant variants[] = {{"plain", Make<CIOWrap_Plain>, "abcdefghij", false},
+                                {"gzip", Make<CIOWrap_GZip>, Gzip("abcdefghij"), true},
+                                {"bzip2", Make<CIOWrap_BZip2>, Bzip2("abcdefghij"), true}};
+    const auto before = OpenDescriptors();
+    for (const Variant& variant : variants) {
+        SCOPED_TRACE(variant.name);
+        std::unique_ptr<CIOWrap> stream = variant.make();
+        for (int round = 0; round < 2; ++round) {
+            Open(*stream, variant.stored);
+            EXPECT_EQ(Next(*stream, 4), "abcd");
+            stream->Close();
+            stream->Close();
+            EXPECT_EQ(OpenDescriptors(), before);
+        }
+        Open(*stream, variant.stored);
+        EXPECT_EQ(Next(*stream, 4), "abcd");
+        EXPECT_EQ(Next(*stream, 0), variant.readsNothing ? "" : "no");
+        EXPECT_FALSE(stream->IsEOF());
+        EXPECT_EQ(Next(*stream, 5), "efghi");
+        EXPECT_EQ(Next(*stream, 2), "no") << "one byte is left";
+        EXPECT_TRUE(stream->IsEOF());
+        EXPECT_GE(stream->Prefetch(), 0);
+        stream.reset();
+        EXPECT_EQ(OpenDescriptors(), before) << "the destructor closes";
     }
-    ASSERT_TRUE(m_pStream->Open(path.c_str(), "rb"));
-    m_pStream.reset();
-    EXPECT_EQ(OpenDescriptors(), before) << "the destructor closes";
 }
 
-INSTANTIATE_TEST_SUITE_P(Variants, StreamTest, testing::ValuesIn(kVariants),
-                         [](const auto& row) { return std::string(row.param.name); });
-
-TEST(GZipStreamTest, EndsCleanlyWhereTheFileWasCutAndFailsOnDamage) {
-    const TempDir directory;
+TEST_F(StreamTest, GzipEndsCleanlyWhereTheFileWasCutAndFailsOnDamage) {
     const std::string content(100000, 'x');
     std::string bytes = Gzip(content);
-    char buffer[64];
     CIOWrap_GZip cut;
-    ASSERT_TRUE(cut.Open(directory.Write("cut", bytes.substr(0, bytes.size() / 2)).c_str(), "rb"));
-    while (cut.Read(buffer, sizeof buffer)) {
+    Open(cut, bytes.substr(0, bytes.size() / 2));
+    while (Next(cut, 64) != "no") {
     }
     EXPECT_TRUE(cut.IsEOF());
+    EXPECT_EQ(Next(cut, 0x80000000U), "no");
+    EXPECT_FALSE(cut.IsEOF()) << "what zlib refuses is not the end";
     EXPECT_EQ(cut.GetError(), 0);
 
     bytes[bytes.size() - 6] ^= 0x55;  // the checksum behind the data
     CIOWrap_GZip damaged;
-    ASSERT_TRUE(damaged.Open(directory.Write("damaged", bytes).c_str(), "rb"));
+    Open(damaged, bytes);
     std::size_t delivered = 0;
-    while (damaged.Read(buffer, 1)) {
+    while (Next(damaged, 1) != "no") {
         ++delivered;
     }
     EXPECT_GT(delivered, content.size() / 2) << "all but what zlib inflates in one go";
@@ -99,56 +92,37 @@ TEST(GZipStreamTest, EndsCleanlyWhereTheFileWasCutAndFailsOnDamage) {
     EXPECT_EQ(damaged.GetError(), 0);
 
     CIOWrap_GZip plain;
-    ASSERT_TRUE(plain.Open(directory.Write("plain", "not compressed").c_str(), "rb"));
-    ASSERT_TRUE(plain.Read(buffer, 14));
-    EXPECT_EQ(std::string(buffer, 14), "not compressed");
+    Open(plain, "not compressed");
+    EXPECT_EQ(Next(plain, 14), "not compressed");
 }
 
-TEST(BZip2StreamTest, TakesTheStreamEndForTheEndEvenWithTheLastBytes) {
-    const TempDir directory;
-    char buffer[64];
-    CIOWrap_BZip2 stream;
-    const std::string path = directory.Write("two", Bzip2("abcdef") + Bzip2("ghijkl"));
-    ASSERT_TRUE(stream.Open(path.c_str(), "rb"));
-    ASSERT_TRUE(stream.Read(buffer, 4));
-    EXPECT_FALSE(stream.IsEOF());
-    EXPECT_FALSE(stream.Read(buffer, 2));
-    EXPECT_TRUE(stream.IsEOF());
-    EXPECT_EQ(stream.GetError(), 0);
-    EXPECT_FALSE(stream.Read(buffer, 2)) << "the second stream is not read";
-    EXPECT_TRUE(stream.IsEOF());
-}
-
-TEST(BZip2StreamTest, KeepsTheLibrarysCodeAsError) {
-    struct Row {
-        const char* name;
-        std::string bytes;
-        std::uint32_t count;
-        int error;
-    };
-    const Row rows[] = {
-        {"not bzip2", "no bzip2 file", 4, BZ_DATA_ERROR_MAGIC},
-        {"empty", "", 4, BZ_UNEXPECTED_EOF},
-        {"cut", Bzip2(std::string(500, 'x')).substr(0, 20), 4, BZ_UNEXPECTED_EOF},
-        {"more than an int", Bzip2("abc"), 0x80000000U, BZ_PARAM_ERROR},
-    };
-    for (const Row& row : rows) {
-        const TempDir directory;
-        char buffer[64];
+// The end of the first stream is the end, even when it comes with the last bytes that were asked for.
+TEST_F(StreamTest, Bzip2EndsWithTheStreamAndKeepsTheLibrarysCodeAsError) {
+    // Columns: the file, what is read first, and the size and the code of the second.
+    const std::tuple<std::string, std::string, std::uint32_t, int> rows[] = {
+        {Bzip2("abcdef"), "abcd", 2, BZ_OK},
+        {Bzip2("abcdef") + Bzip2("ghijkl"), "abcd", 2, BZ_OK},
+        {Bzip2("abcdef"), "abcd", 0x80000000U, BZ_PARAM_ERROR},
+        {Bzip2(std::string(500, 'x')).substr(0, 20), "", 4, BZ_UNEXPECTED_EOF},
+        {"no bzip2 file", "", 4, BZ_DATA_ERROR_MAGIC},
+        {"", "", 4, BZ_UNEXPECTED_EOF}};
+    for (const auto& [bytes, first, count, error] : rows) {
+        SCOPED_TRACE(bytes);
         CIOWrap_BZip2 stream;
-        ASSERT_TRUE(stream.Open(directory.Write("file", row.bytes).c_str(), "rb")) << row.name;
-        EXPECT_FALSE(stream.Read(buffer, row.count)) << row.name;
-        EXPECT_FALSE(stream.IsEOF()) << row.name;
-        EXPECT_EQ(stream.GetError(), row.error) << row.name;
+        Open(stream, bytes);
+        EXPECT_EQ(Next(stream, static_cast<std::uint32_t>(first.size())), first);
+        EXPECT_FALSE(stream.IsEOF());
+        EXPECT_EQ(Next(stream, count), "no");
+        EXPECT_EQ(stream.IsEOF(), error == BZ_OK);
+        EXPECT_EQ(stream.GetError(), error);
+        EXPECT_EQ(Next(stream, 2), "no") << "a second stream is not read";
     }
 }
 
-TEST(PlainStreamTest, ReportsTheSystemsErrorOfAFailedRead) {
-    const TempDir directory;
-    char buffer[4];
+TEST_F(StreamTest, PlainReportsTheSystemsErrorOfAFailedRead) {
     CIOWrap_Plain stream;
-    ASSERT_TRUE(stream.Open(directory.Path().c_str(), "rb")) << "a directory opens";
-    EXPECT_FALSE(stream.Read(buffer, sizeof buffer));
+    ASSERT_TRUE(stream.Open(m_Directory.Path().c_str(), "rb")) << "a directory opens";
+    EXPECT_EQ(Next(stream, 4), "no");
     EXPECT_FALSE(stream.IsEOF());
     EXPECT_EQ(stream.GetError(), EISDIR);
 }

@@ -12,19 +12,10 @@ std::string Raw(const Value& value) {
     return {reinterpret_cast<const char*>(&value), sizeof value};
 }
 
-std::string BigEndian32(std::uint32_t value) {
-    return Raw(ClassicFormat::Swapped(value));
-}
-
 }  // namespace
 
 CaptureBuilder& CaptureBuilder::BigEndian() {
     m_Swap = true;
-    return *this;
-}
-
-CaptureBuilder& CaptureBuilder::Magic(std::uint32_t magic) {
-    m_Header.magic = magic;
     return *this;
 }
 
@@ -41,8 +32,7 @@ CaptureBuilder& CaptureBuilder::Record(std::int32_t sec, std::int32_t usec, std:
 CaptureBuilder& CaptureBuilder::Record(std::int32_t sec, std::int32_t usec, std::uint32_t inclLen,
                                        std::uint32_t origLen, std::string_view data) {
     const ClassicFormat::RecordHeader header{sec, usec, inclLen, origLen};
-    m_Records += Raw(m_Swap ? Swapped(header) : header);
-    m_Records += data;
+    m_Records.append(Raw(m_Swap ? Swapped(header) : header)).append(data);
     return *this;
 }
 
@@ -76,14 +66,12 @@ void PcapNgBuilder::Block(std::uint32_t type, std::string body) {
 std::string Gzip(std::string_view bytes) {
     z_stream stream{};
     std::string out(compressBound(bytes.size()) + 64, '\0');
-    if (deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY) != Z_OK) {
-        throw std::runtime_error("deflateInit2");
-    }
     stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes.data()));
     stream.avail_in = static_cast<uInt>(bytes.size());
     stream.next_out = reinterpret_cast<Bytef*>(out.data());
     stream.avail_out = static_cast<uInt>(out.size());
-    if (deflate(&stream, Z_FINISH) != Z_STREAM_END) {
+    if (deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY) != Z_OK ||
+        deflate(&stream, Z_FINISH) != Z_STREAM_END) {
         throw std::runtime_error("deflate");
     }
     out.resize(stream.total_out);
@@ -103,10 +91,8 @@ std::string Bzip2(std::string_view bytes, int blockSize) {
 }
 
 std::string Frame(std::uint16_t type, std::uint32_t source, std::uint32_t destination, std::size_t size, char fill) {
-    std::string frame(12, '\x02');
-    frame += static_cast<char>(type >> 8);
-    frame += static_cast<char>(type & 0xFF);
-    frame += std::string(12, fill) + BigEndian32(source) + BigEndian32(destination);
+    std::string frame = std::string(12, '\x02') + Raw(__builtin_bswap16(type)) + std::string(12, fill) +
+                        Raw(ClassicFormat::Swapped(source)) + Raw(ClassicFormat::Swapped(destination));
     frame.resize(size, fill);
     return frame;
 }

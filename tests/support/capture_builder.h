@@ -13,7 +13,6 @@ class CaptureBuilder {
  public:
     // These shape the global header, so they come before the records.
     CaptureBuilder& BigEndian();
-    CaptureBuilder& Magic(std::uint32_t magic);
     CaptureBuilder& LinkType(std::uint32_t linkType);
 
     CaptureBuilder& Record(std::int32_t sec, std::int32_t usec, std::string_view data);

@@ -9,9 +9,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <utility>
 
-#include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -65,17 +66,9 @@ Function Real(Function /*same type*/, const char* name) {
 
 __attribute__((destructor)) void Report() {
     g_which = 0;
-    int descriptors = -1;  // the directory's own
-    DIR* const directory = opendir("/proc/self/fd");
-    for (const dirent* entry = readdir(directory); entry != nullptr; entry = readdir(directory)) {
-        descriptors += entry->d_name[0] != '.' ? 1 : 0;
-    }
-    closedir(directory);
+    const auto descriptors = std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}) - 1;  // its own
     if (const char* const path = std::getenv("SEAMTOOL_FAULT_REPORT")) {
-        if (std::FILE* const file = std::fopen(path, "w")) {
-            std::fprintf(file, "%d %d", *g_failed, descriptors);
-            std::fclose(file);
-        }
+        std::ofstream(path) << *g_failed << ' ' << descriptors;
     }
 }
 

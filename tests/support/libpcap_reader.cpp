@@ -6,12 +6,12 @@
 
 #include "tests/support/capture_builder.h"
 
-std::string RewrittenFromLibpcap(const std::string& path, std::string* error) {
+std::string RewrittenFromLibpcap(const std::string& path) {
     char openError[PCAP_ERRBUF_SIZE] = "";
     const std::unique_ptr<pcap_t, decltype(&pcap_close)> capture(pcap_open_offline(path.c_str(), openError),
                                                                  pcap_close);
     if (!capture) {
-        return error != nullptr ? "" : openError;
+        return openError;
     }
     CaptureBuilder copy;
     copy.LinkType(static_cast<std::uint32_t>(pcap_datalink(capture.get())));
@@ -22,10 +22,5 @@ std::string RewrittenFromLibpcap(const std::string& path, std::string* error) {
         copy.Record(static_cast<std::int32_t>(header->ts.tv_sec), static_cast<std::int32_t>(header->ts.tv_usec),
                     header->caplen, header->len, {reinterpret_cast<const char*>(data), header->caplen});
     }
-    const std::string problem = status == PCAP_ERROR_BREAK ? "" : pcap_geterr(capture.get());
-    if (error == nullptr) {
-        return copy.Bytes() + problem;
-    }
-    *error = problem;
-    return copy.Bytes();
+    return copy.Bytes() + (status == PCAP_ERROR_BREAK ? "" : pcap_geterr(capture.get()));
 }

@@ -6,5 +6,5 @@
 
 // Reads a capture with libpcap and returns the bytes of a classic little-endian Ethernet capture of
 // the records it delivered: those of the file itself when libpcap reads the file as it was meant.
-// What it reports at the end goes to `error`, or behind the bytes when that is null.
-[[nodiscard]] std::string RewrittenFromLibpcap(const std::string& path, std::string* error = nullptr);
+// What libpcap complains of, if anything, stands behind them.
+[[nodiscard]] std::string RewrittenFromLibpcap(const std::string& path);

@@ -5,15 +5,17 @@
 #include <string>
 #include <vector>
 
+using Lines = std::vector<std::string>;
+
 // The lines of a log file from `offset` on, each as "<tag> <message>" with the blanks that pad the
 // tag, without colours and time. A line that is not whole or has another shape is kept as it is.
-[[nodiscard]] std::vector<std::string> LogLines(const std::string& path, std::size_t offset = 0);
+[[nodiscard]] Lines LogLines(const std::string& path, std::size_t offset = 0);
 
 // What this process has logged to the global logger since the object was made.
 class LogTail {
  public:
     LogTail();
-    [[nodiscard]] std::vector<std::string> Lines() const;
+    [[nodiscard]] ::Lines Lines() const;
 
  private:
     std::string m_Path;

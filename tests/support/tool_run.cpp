@@ -1,40 +1,16 @@
 #include "tests/support/tool_run.h"
 
 #include <algorithm>
+#include <sstream>
 
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "tests/support/log_text.h"
-
-namespace {
-
-std::vector<char*> Pointers(std::vector<std::string>& texts) {
-    std::vector<char*> pointers;
-    for (std::string& text : texts) {
-        pointers.push_back(text.data());
-    }
-    pointers.push_back(nullptr);
-    return pointers;
-}
-
-void Redirect(const std::string& path, int descriptor) {
-    const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    dup2(file, descriptor);
-    close(file);
-}
-
-}  // namespace
-
-std::vector<std::string> ToolResult::LogWith(const std::string& prefix) const {
-    std::vector<std::string> lines;
-    for (const std::string& line : log) {
-        if (line.starts_with(prefix)) {
-            lines.push_back(line);
-        }
-    }
+Lines ToolResult::LogWith(const std::string& prefix) const {
+    Lines lines;
+    std::ranges::copy_if(log, std::back_inserter(lines), [&](const auto& line) { return line.starts_with(prefix); });
     return lines;
 }
 
@@ -43,62 +19,45 @@ std::ostream& operator<<(std::ostream& out, const ToolResult& result) {
         << "\n--- output\n"
         << result.output << "--- errors\n"
         << result.errors << "--- log\n";
-    for (const std::string& line : result.log) {
-        out << line << '\n';
-    }
+    std::ranges::copy(result.log, std::ostream_iterator<std::string>(out, "\n"));
     return out;
 }
 
-ToolResult ToolRun::operator()(const std::vector<std::string>& arguments) const {
+ToolResult ToolRun::operator()(const std::string& arguments) const {
     const TempDir streams;
-    std::vector<std::string> argv{SEAMTOOL_PATH};
-    argv.insert(argv.end(), arguments.begin(), arguments.end());
-    const std::string witness = "SEAMTOOL_LOG_WITNESS=" + streams.Path("witness");
-    std::vector<std::string> env = environment;
-    for (const std::string setting :
-         {witness.c_str(), "LD_PRELOAD=" LOG_WITNESS_PATH, "UBSAN_OPTIONS=print_stacktrace=1",
-          // A failed allocation answers null, as the system's does, and freed blocks do not pile up.
-          "ASAN_OPTIONS=verify_asan_link_order=0:allocator_may_return_null=1:quarantine_size_mb=1"}) {
-        const std::string name = setting.substr(0, setting.find('=') + 1);
-        if (std::ranges::none_of(environment, [&](const auto& own) { return own.starts_with(name); })) {
-            env.push_back(setting);
-        }
-    }
-    const std::vector<char*> argvPointers = Pointers(argv);
-    const std::vector<char*> envPointers = Pointers(env);
+    std::istringstream words(arguments);
+    Lines texts{std::istream_iterator<std::string>(words), {}};
+    texts.insert(texts.begin(), SEAMTOOL_PATH);
+    std::vector<char*> argv(texts.size() + 1);
+    std::ranges::transform(texts, argv.begin(), [](std::string& text) { return text.data(); });
 
     const pid_t child = fork();
     if (child == 0) {
-        Redirect(streams.Path("output"), STDOUT_FILENO);
-        Redirect(streams.Path("errors"), STDERR_FILENO);
+        dup2(open(streams.Path("output").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600), STDOUT_FILENO);
+        dup2(open(streams.Path("errors").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600), STDERR_FILENO);
+        clearenv();
+        for (const auto& [name, value] : environment) {
+            setenv(name.c_str(), value.c_str(), 1);
+        }
+        setenv("SEAMTOOL_LOG_WITNESS", streams.Path("witness").c_str(), 1);
         if (chdir(directory.Path().c_str()) == 0) {
-            if (prepare) {
-                prepare();
-            }
-            execve(SEAMTOOL_PATH, argvPointers.data(), envPointers.data());
+            prepare();
+            execv(SEAMTOOL_PATH, argv.data());
         }
         _exit(126);
-    }
-    if (whileRunning) {
-        whileRunning(child);
     }
     int status = 0;
     rusage usage{};
     wait4(child, &status, 0, &usage);
 
-    ToolResult result;
-    result.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    result.signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
-    result.output = streams.Read("output");
-    result.errors = streams.Read("errors");
-    result.peakKilobytes = usage.ru_maxrss;
-    for (const std::string& argument : argv) {
-        result.command += "'" + argument + "' ";
-    }
     const std::string logPath = streams.Read("witness");
-    if (!logPath.empty()) {
-        result.log = LogLines(logPath);
-        unlink(logPath.c_str());
-    }
-    return result;
+    const Lines log = LogLines(logPath);
+    unlink(logPath.c_str());
+    return {.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : -1,
+            .signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0,
+            .output = streams.Read("output"),
+            .errors = streams.Read("errors"),
+            .log = log,
+            .peakKilobytes = usage.ru_maxrss,
+            .command = "seamtool " + arguments};
 }
