@@ -53,7 +53,8 @@ TEST(CommandLineTest, RunsTheRightAlgorithm) {
     const auto changing = [](const std::string& error) { return "Error changing directory to " + error + "\n"; };
     const std::string done = "DEBUG Impex(PCAP) Merger: Done pkts=";
     const std::string twoDone = done + "2 bytes=120 f=x";
-    const std::string noOutput = ": Unable to open output file ";
+    const std::string noMerge = "ERROR Impex(PCAP) Merger: Unable to open output file ";
+    const std::string noSquish = "ERROR Impex(PCAP) Squisher: Unable to open output file ";
     const Row rows[] = {
         {"in late -out x", 0, "", twoDone, "merge"},
         {"in -out x", 0, "", done + "1 bytes=60 f=x", "single"},
@@ -74,14 +75,10 @@ TEST(CommandLineTest, RunsTheRightAlgorithm) {
         {"in .gz -out x", 0, "", done + "1 bytes=60 f=x", "single"},
         {"missing in -out exists", 254, ignoring("missing") + "Output file already exists, wont overwrite exists\n", "",
          "none"},
-        {"in late -out no/x", 253, "Failed to merge files into no/x\n", "ERROR Impex(PCAP) Merger" + noOutput + "no/x",
-         "none"},
-        {"in -out /dev/full", 253, "Failed to merge files into /dev/full\n",
-         "ERROR Impex(PCAP) Merger" + noOutput + "/dev/full", "none"},
-        {"-squish in late -out sub", 253, "Failed to squish files into sub\n",
-         "ERROR Impex(PCAP) Squisher" + noOutput + "sub", "none"},
-        {"-squish10 in late -out sub", 253, "Failed to squish x10   files into sub\n",
-         "ERROR Impex(PCAP) Squisher" + noOutput + "sub", "none"},
+        {"in late -out no/x", 253, "Failed to merge files into no/x\n", noMerge + "no/x", "none"},
+        {"in -out /dev/full", 253, "Failed to merge files into /dev/full\n", noMerge + "/dev/full", "none"},
+        {"-squish in late -out sub", 253, "Failed to squish files into sub\n", noSquish + "sub", "none"},
+        {"-squish10 in late -out sub", 253, "Failed to squish x10   files into sub\n", noSquish + "sub", "none"},
         {"-r gone in -out x", 255, changing("gone e: No such file or directory"), "", "none"},
         {"-squish -r gone in -out x", 255, changing("-r e: No such file or directory"), "", "none"},
         {"-squish -squish10 -r gone in -out x", 255, changing("-squish10 e: No such file or directory"), "", "none"},

@@ -73,6 +73,7 @@ TEST_P(FaultSweepTest, EndsInOrder) {
             if (m_Failed < 0) {
                 // Only exhausted memory may end the process, at any point.
                 ASSERT_TRUE(call == "malloc" && result.signal == SIGABRT) << fault << "\n" << result;
+                ASSERT_TRUE(file.empty() || file.starts_with(CaptureBuilder().Bytes())) << fault;
                 continue;
             }
             ASSERT_TRUE(result.exitStatus == 0 || result.exitStatus == 253) << fault << "\n" << result;

@@ -59,27 +59,21 @@ std::int32_t Open(const std::string& file, const std::string& bytes, Lines expec
 }
 
 TEST(OpenInputTest, ChecksTheFirstRecord) {
-    struct Row {
-        std::int32_t sec;
-        std::int32_t usec;
-        std::uint32_t inclLen;
-        std::uint32_t origLen;
-        int code;  // 0: accepted
-    };
-    const Row rows[] = {
+    // Columns: seconds, microseconds, captured and original length; and the code of the refusal, 0 for none.
+    const std::tuple<std::int32_t, std::int32_t, std::uint32_t, std::uint32_t, int> rows[] = {
         {0, 0, 60, 60, 0},         {0, 0, 61, 60, 1},         {0, 0, ~0U, 60, 1},        {0, 0, 96, 1514, 0},
         {-1, 0, 60, 60, 2},        {INT32_MIN, 0, 60, 60, 2}, {INT32_MAX, 0, 60, 60, 0}, {0, 1000000, 60, 60, 0},
         {0, 1000001, 60, 60, 2},   {0, -1, 60, 60, 0},        {0, 0, 65535, 65535, 4},   {0, 0, 65536, 65536, 3},
         {0, 0, 16383, 16383, 0},   {0, 0, 16384, 16384, 4},   {0, 0, 96, 16383, 0},      {0, 0, 96, 16384, 4},
         {0, 0, 96, 0x80000000, 4}, {0, 0, 0, 0, 0},           {-1, 0, 61, 60, 1},        {-1, 0, 70000, 70000, 2}};
-    for (const Row& row : rows) {
-        SCOPED_TRACE(testing::Message() << row.sec << "." << row.usec << " " << row.inclLen << "/" << row.origLen);
+    for (const auto& [sec, usec, inclLen, origLen, code] : rows) {
+        SCOPED_TRACE(testing::Message() << sec << "." << usec << " " << inclLen << "/" << origLen);
         for (const bool isBig : {false, true}) {
             Lines log = {isBig ? kBig : kLittle};
-            if (row.code != 0) {
-                log.push_back("ERROR Corrupted PCAP file (Code " + std::to_string(row.code) + ")");
+            if (code != 0) {
+                log.push_back("ERROR Corrupted PCAP file (Code " + std::to_string(code) + ")");
             }
-            Open("in", Builder(isBig).Record(row.sec, row.usec, row.inclLen, row.origLen, "").Bytes(), log);
+            Open("in", Builder(isBig).Record(sec, usec, inclLen, origLen, "").Bytes(), log);
         }
     }
 }

@@ -12,13 +12,6 @@
 
 namespace {
 
-struct Variant {
-    const char* name;
-    std::unique_ptr<CIOWrap> (*make)();
-    std::string stored;  // "abcdefghij"
-    bool readsNothing;   // whether a request for 0 bytes succeeds
-};
-
 template <typename Stream>
 std::unique_ptr<CIOWrap> Make() {
     return std::make_unique<Stream>();
@@ -40,23 +33,25 @@ class StreamTest : public testing::Test {
 };
 
 TEST_F(StreamTest, ReadsExactCountsMeetsTheEndAndRewinds) {
-    const Variant variants[] = {{"plain", Make<CIOWrap_Plain>, "abcdefghij", false},
-                                {"gzip", Make<CIOWrap_GZip>, Gzip("abcdefghij"), true},
-                                {"bzip2", Make<CIOWrap_BZip2>, Bzip2("abcdefghij"), true}};
+    // Columns: name, class, a file of it that holds "abcdefghij", and what a request for 0 bytes gives.
+    const std::tuple<const char*, std::unique_ptr<CIOWrap> (*)(), std::string, const char*> variants[] = {
+        {"plain", Make<CIOWrap_Plain>, "abcdefghij", "no"},
+        {"gzip", Make<CIOWrap_GZip>, Gzip("abcdefghij"), ""},
+        {"bzip2", Make<CIOWrap_BZip2>, Bzip2("abcdefghij"), ""}};
     const auto before = OpenDescriptors();
-    for (const Variant& variant : variants) {
-        SCOPED_TRACE(variant.name);
-        std::unique_ptr<CIOWrap> stream = variant.make();
+    for (const auto& [name, make, stored, nothing] : variants) {
+        SCOPED_TRACE(name);
+        std::unique_ptr<CIOWrap> stream = make();
         for (int round = 0; round < 2; ++round) {
-            Open(*stream, variant.stored);
+            Open(*stream, stored);
             EXPECT_EQ(Next(*stream, 4), "abcd");
             stream->Close();
             stream->Close();
             EXPECT_EQ(OpenDescriptors(), before);
         }
-        Open(*stream, variant.stored);
+        Open(*stream, stored);
         EXPECT_EQ(Next(*stream, 4), "abcd");
-        EXPECT_EQ(Next(*stream, 0), variant.readsNothing ? "" : "no");
+        EXPECT_EQ(Next(*stream, 0), nothing);
         EXPECT_FALSE(stream->IsEOF());
         EXPECT_EQ(Next(*stream, 5), "efghi");
         EXPECT_EQ(Next(*stream, 2), "no") << "one byte is left";
@@ -98,16 +93,16 @@ TEST_F(StreamTest, GzipEndsCleanlyWhereTheFileWasCutAndFailsOnDamage) {
 
 // The end of the first stream is the end, even when it comes with the last bytes that were asked for.
 TEST_F(StreamTest, Bzip2EndsWithTheStreamAndKeepsTheLibrarysCodeAsError) {
-    // Columns: the file, what is read first, and the size and the code of the second.
-    const std::tuple<std::string, std::string, std::uint32_t, int> rows[] = {
-        {Bzip2("abcdef"), "abcd", 2, BZ_OK},
-        {Bzip2("abcdef") + Bzip2("ghijkl"), "abcd", 2, BZ_OK},
-        {Bzip2("abcdef"), "abcd", 0x80000000U, BZ_PARAM_ERROR},
-        {Bzip2(std::string(500, 'x')).substr(0, 20), "", 4, BZ_UNEXPECTED_EOF},
-        {"no bzip2 file", "", 4, BZ_DATA_ERROR_MAGIC},
-        {"", "", 4, BZ_UNEXPECTED_EOF}};
-    for (const auto& [bytes, first, count, error] : rows) {
-        SCOPED_TRACE(bytes);
+    // Columns: name, file, what is read first, and the size and the code of the second.
+    const std::tuple<const char*, std::string, std::string, std::uint32_t, int> rows[] = {
+        {"the end", Bzip2("abcdef"), "abcd", 2, BZ_OK},
+        {"two streams", Bzip2("abcdef") + Bzip2("ghijkl"), "abcd", 2, BZ_OK},
+        {"more than an int", Bzip2("abcdef"), "abcd", 0x80000000U, BZ_PARAM_ERROR},
+        {"cut", Bzip2(std::string(500, 'x')).substr(0, 20), "", 4, BZ_UNEXPECTED_EOF},
+        {"not bzip2", "no bzip2 file", "", 4, BZ_DATA_ERROR_MAGIC},
+        {"empty", "", "", 4, BZ_UNEXPECTED_EOF}};
+    for (const auto& [name, bytes, first, count, error] : rows) {
+        SCOPED_TRACE(name);
         CIOWrap_BZip2 stream;
         Open(stream, bytes);
         EXPECT_EQ(Next(stream, static_cast<std::uint32_t>(first.size())), first);
