@@ -1,6 +1,7 @@
 #include "logging/logger.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdarg>
 #include <ctime>
 #include <set>
@@ -26,6 +27,7 @@ int CallLogV(CVeloLogger& logger, int level, const char* format, ...) {
 }
 
 TEST(LoggerTest, WritesEachLevelWithItsColourAndTag) {
+    using clock = std::chrono::system_clock;
     const std::string red = "\033[31m";
     const std::string blue = "\033[34m";
     const std::string green = "\033[32m";
@@ -38,11 +40,11 @@ TEST(LoggerTest, WritesEachLevelWithItsColourAndTag) {
         SCOPED_TRACE(level);
         const TempDir directory;
         CVeloLogger logger(directory / "log");
-        const std::time_t before = std::time(nullptr);
+        const std::time_t before = clock::to_time_t(clock::now());  // std::time would lag by a tick
         EXPECT_EQ(logger.Write(level, "50% of %s"), 1);
         // The time is one of those between two readings of the clock, as local time.
         std::set<std::string> times;
-        for (std::time_t second = before; second <= std::time(nullptr); ++second) {
+        for (std::time_t second = before; second <= clock::to_time_t(clock::now()); ++second) {
             char text[64];
             std::strftime(text, sizeof text, "%a %b %e %H:%M:%S %Y.", std::localtime(&second));
             times.insert(colour + text);
