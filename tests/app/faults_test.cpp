@@ -27,7 +27,7 @@ class FaultsTest : public testing::Test {
         m_Run.directory.Write("plain", classic.Bytes());
         m_Run.directory.Write("zipped.gz", Gzip(classic.Bytes()));
         m_Run.directory.Write("zipped.bz2", Bzip2(classic.Bytes() + "x"));
-        m_Run.directory.Write("next", next.Packet(kRecords * 1000000, "").Bytes());
+        m_Run.directory.Write("next", next.Packet(kRecords * std::uint64_t{1000000}, "").Bytes());
         m_Run.prepare = [] { alarm(20); };  // against a hang
         EXPECT_EQ(RunWith("none 1").exitStatus, 0);
         m_Whole = m_Run.directory.Read("x");
@@ -103,7 +103,7 @@ INSTANTIATE_TEST_SUITE_P(Calls, FaultSweepTest, testing::ValuesIn(kCalls),
 // What is in the file when the k-th write fails: all the writes but that one, and none of the data behind a
 // header that was not written. Each record is two writes, also the last, which has no data.
 TEST_F(FaultsTest, KeepsAllThatWasWritten) {
-    for (std::size_t record = 0; record <= 4 * kRecords; ++record) {
+    for (std::size_t record = 0; record <= std::size_t{4} * kRecords; ++record) {
         const std::size_t start = 24 + record * 22;
         const std::size_t end = std::min(start + 22, m_Whole.size());
         for (const std::size_t part : {0U, 1U}) {

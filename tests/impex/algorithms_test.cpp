@@ -46,12 +46,12 @@ class RandomInputs {
     }
 
     void Make() {
-        enum { kPlain, kBig, kGzip, kBzip2, kNext };
-        const int form = Between(kPlain, kNext);
-        const bool isWild = form != kNext && Between(0, 2) == 0;
+        enum { Plain, Big, Gzipped, Bzipped, Next };
+        const int form = Between(Plain, Next);
+        const bool isWild = form != Next && Between(0, 2) == 0;
         CaptureBuilder classic;
         classic.LinkType(OneOf({0, 1, 12, 101, 113}));
-        if (form == kBig) {
+        if (form == Big) {
             classic.BigEndian();
         }
         PcapNgBuilder next;
@@ -60,21 +60,20 @@ class RandomInputs {
             ModelRecord record = MakeRecord(isWild && !records.empty());
             const auto captured = static_cast<std::uint32_t>(record.data.size());
             classic.Record(record.sec, record.usec, captured, record.origLen, record.data);
-            if (form == kNext) {
-                next.Packet(static_cast<std::uint64_t>(record.sec * 1000000 + record.usec), record.data);
+            if (form == Next) {
+                next.Packet(static_cast<std::uint64_t>(record.sec) * 1000000 + static_cast<std::uint64_t>(record.usec),
+                            record.data);
                 record.origLen = captured;
             }
             records.push_back(record);
         }
-        const char* const suffix = form == kGzip ? ".gz" : form == kBzip2 ? ".bz2" : "";
-        const std::string bytes = form == kNext ? next.Bytes() : classic.Bytes();
-        paths.push_back(m_Directory.Write("input" + std::to_string(paths.size()) + suffix, form == kGzip ? Gzip(bytes)
-                                                                                           : form == kBzip2
-                                                                                               ? Bzip2(bytes)
-                                                                                               : bytes));
-        if (form == kBzip2 && !records.empty()) {
+        const char* const suffix = form == Gzipped ? ".gz" : form == Bzipped ? ".bz2" : "";
+        const std::string bytes = form == Next ? next.Bytes() : classic.Bytes();
+        const std::string stored = form == Gzipped ? Gzip(bytes) : form == Bzipped ? Bzip2(bytes) : bytes;
+        paths.push_back(m_Directory.Write("input" + std::to_string(paths.size()) + suffix, stored));
+        if (form == Bzipped && !records.empty()) {
             records.pop_back();  // its last byte comes with the end of the stream
-        } else if (form == kPlain || form == kBig) {
+        } else if (form == Plain || form == Big) {
             // stdio reports no item for a payload of no bytes: the input ends there.
             const auto isEmpty = [](const ModelRecord& record) { return record.data.empty(); };
             records.erase(std::ranges::find_if(records, isEmpty), records.end());
