@@ -91,7 +91,7 @@ TEST(FileContentsTest, WriteAddsAndWriteAtOverwrites) {
         EXPECT_TRUE(WriteStringAt(text, path, offset));
         EXPECT_EQ(TempDir::ReadPath(path), contents);
     }
-    EXPECT_TRUE(WriteStringToFile({"a\0b", 3}, path));
+    EXPECT_TRUE(WriteStringToFile({"a\0b", 3}, path) && WriteStringToFile("", path));
     EXPECT_EQ(TempDir::ReadPath(path), std::string("X1234a\0b", 8));
     const ScopedLimit nothingOpens(RLIMIT_NOFILE, DescriptorsAllowing(0));
     EXPECT_TRUE(!WriteStringAt("text", path, 0) && errno == EBADF);
