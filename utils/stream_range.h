@@ -19,7 +19,7 @@ namespace MiscUtils {
 // the two apart.
 //
 // The search reads blocks of 4096 bytes, so a longer needle is never found. An empty one is found
-// at once where the stream stands.
+// at once where the stream stands. In a stream without positions, such as a pipe, none is found.
 [[nodiscard]] std::uint64_t FindInStream(std::FILE* stream, const void* needle, std::size_t length);
 
 // Copies a range of `in` to the position of `out`. Always true: when `in` ends early, or cannot be

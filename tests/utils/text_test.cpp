@@ -178,6 +178,9 @@ TEST(StreamRangeTest, FindsTheFirstMatchInAnyBlockAndAlwaysComesToAnEnd) {
         EXPECT_EQ(FindInStream(stream.get(), needle.data(), needle.size()), expected) << text;
         EXPECT_EQ(std::ftell(stream.get()), positionAfter) << text;
     }
+    std::FILE* const pipe = popen("echo abc", "r");
+    EXPECT_EQ(FindInStream(pipe, "b", 1), 0U) << "a pipe cannot go back to the match";
+    pclose(pipe);
 }
 
 TEST(StreamRangeTest, CopiesAndReadsRangesThatFit) {

@@ -115,6 +115,7 @@ TEST(TimeRangeTest, SetFromTexts) {
         {texts, "2021/1/1", "1-1-2021", {{1, 1}, {2, 2}}, bad + "2021/1/1]\nTo   = [1-1-2021]"},
         {texts, "1-1-2021", "", {start, {2, 2}}, bad + "1-1-2021]\nTo   = []"},
         {texts, "1-1-2021", nullptr, {start, {2, 2}}, bad + "1-1-2021]\nTo   = ["},
+        {texts, nullptr, "1-1-2021", {{1, 1}, {2, 2}}, bad},
         {seconds, "0", "0", {{0, 1}, {0, 2}}, fine},
         {seconds, " -7x", "4294967304 y", {{-7, 1}, {8, 2}}, fine},
         {seconds, "0", "2147483648", {{0, 1}, {INT_MIN, 2}}, reversed},
