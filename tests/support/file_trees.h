@@ -1,10 +1,11 @@
-// What tests of files share: trees as text, and a count of the process's open descriptors.
+// What tests of files share: trees as text, and a watch over the process's open descriptors.
 
 #pragma once
 
 #include <set>
 #include <sstream>
 
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include "tests/support/temp_dir.h"
@@ -34,9 +35,24 @@ inline void Plant(const TempDir& where, const std::string& tree) {
     }
 }
 
+// Text without two equal blocks, so that no block can stand for another.
+inline std::string Pattern(std::size_t size) {
+    std::string text;
+    while (text.size() < size) {
+        text += static_cast<char>(text.size() % 251);
+    }
+    return text;
+}
+
 inline std::ptrdiff_t OpenDescriptors() {
     return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
 }
+
+// The directory of a test that leaves no more descriptors open than it found.
+struct ScratchDir : TempDir {
+    ~ScratchDir() { EXPECT_EQ(OpenDescriptors(), m_Before); }
+    std::ptrdiff_t m_Before = OpenDescriptors();
+};
 
 // The text of the Error that the call throws; "no error" when it returns.
 template <typename Error, typename Call, typename... Arguments>

@@ -20,23 +20,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string Pattern(std::size_t size) {
-    std::string text;
-    while (text.size() < size) {
-        text += static_cast<char>(text.size() % 251);
-    }
-    return text;
-}
-
 TEST(FileContentsTest, CopyReplacesAndAppendAddsAroundEveryBlockBound) {
-    const TempDir scratch;
+    const ScratchDir scratch;
     for (const std::size_t size : {0U, 1U, 4095U, 4096U, 4097U, 8193U}) {
         const std::string source = scratch.Write("source", Pattern(size));
         const std::string target = scratch.Write("target", "old");
         EXPECT_TRUE(AppendFileContents(source, target));
-        EXPECT_EQ(ReadWholeFile(target), "old" + Pattern(size));
+        EXPECT_EQ(TempDir::ReadPath(target), "old" + Pattern(size));
         EXPECT_TRUE(CopyFileContents(source, target));
-        EXPECT_EQ(TempDir::ReadPath(target), Pattern(size));
+        EXPECT_EQ(ReadWholeFile(target), Pattern(size));
     }
 }
 
@@ -45,9 +37,8 @@ TEST(FileContentsTest, NewFilesHaveOneModeAndFailuresLeaveNothingBehind) {
         CopyFileContents, AppendFileContents, [](auto&, auto& target) { return WriteStringToFile("new", target); },
         [](auto&, auto& target) { return WriteStringAt("new", target, 100); }};
     for (const auto& call : calls) {
-        const TempDir scratch;
+        const ScratchDir scratch;
         const std::string source = scratch.Write("source", "new");
-        const std::ptrdiff_t openBefore = OpenDescriptors();
         const ScopedUmask privateFiles(077);
         EXPECT_TRUE(!call(source, scratch / "missing/target") && errno == ENOENT);
         EXPECT_TRUE(!call(source, scratch.Path()) && errno == EISDIR);
@@ -55,34 +46,26 @@ TEST(FileContentsTest, NewFilesHaveOneModeAndFailuresLeaveNothingBehind) {
         EXPECT_EQ(scratch.Read("target"), "new");
         EXPECT_EQ(fs::status(scratch / "target").permissions(), fs::perms{0644});
         EXPECT_EQ(umask(077), 077U);
-        EXPECT_EQ(OpenDescriptors(), openBefore);
     }
 }
 
 TEST(FileContentsTest, CopyAndAppendReportWhatFails) {
-    const TempDir scratch;
-    const std::string source = scratch.Write("source", Pattern(12288));
+    const ScratchDir scratch;
+    const std::string source = scratch.Write("source", Pattern(4120));
     const std::string target = scratch.Write("target", "old");
-    const std::ptrdiff_t openBefore = OpenDescriptors();
     for (const auto& call : {CopyFileContents, AppendFileContents}) {
-        EXPECT_TRUE(!call(scratch / "missing", scratch / "never") && errno == ENOENT);
         EXPECT_TRUE(!call(scratch / "missing", target) && errno == ENOENT);
         EXPECT_TRUE(!call(scratch.Path(), scratch / "from-directory") && errno == EISDIR);
     }
     EXPECT_EQ(TempDir::ReadPath(target), "old");
-    EXPECT_FALSE(fs::exists(scratch / "never"));
     EXPECT_TRUE(!AppendFileContents(source, source) && errno == EINVAL);
-    {  // a short write passes
-        scratch.Write("source", Pattern(4120));
-        const ScopedLimit fullDisk(RLIMIT_FSIZE, 4096 + 10);
-        EXPECT_TRUE(CopyFileContents(source, target) && scratch.Read("target") == Pattern(4096 + 10));
-    }
     EXPECT_TRUE(CopyFileContents(target, target) && fs::is_empty(target));
-    EXPECT_EQ(OpenDescriptors(), openBefore);
+    const ScopedLimit fullDisk(RLIMIT_FSIZE, 4096 + 10);  // a short write passes
+    EXPECT_TRUE(CopyFileContents(source, target) && scratch.Read("target") == Pattern(4096 + 10));
 }
 
 TEST(FileContentsTest, WriteAddsAndWriteAtOverwrites) {
-    const TempDir scratch;
+    const ScratchDir scratch;
     const std::string path = scratch / "file";
     const std::tuple<const char*, off_t, std::string> rows[] = {
         {"XY", 4, "0123XY"}, {"X", 6, {"01234\0X", 7}}, {"X", -1, "X1234"}};
@@ -98,15 +81,14 @@ TEST(FileContentsTest, WriteAddsAndWriteAtOverwrites) {
 }
 
 TEST(FileContentsTest, ReadNamesWhatItCannotRead) {
+    const ScratchDir nothingStaysOpen;
     EXPECT_TRUE(ReadWholeFile("/proc/self/cmdline").ends_with('\0'));
-    const std::ptrdiff_t openBefore = OpenDescriptors();
     EXPECT_EQ(ErrorOf<std::runtime_error>(ReadWholeFile, "/missing"), "No such file or directory : /missing");
     EXPECT_EQ(ErrorOf<std::runtime_error>(ReadWholeFile, "/proc"), "Is a directory : /proc");
-    EXPECT_EQ(OpenDescriptors(), openBefore);
 }
 
 TEST(PathTestsTest, AnswerForEveryTypeOfFile) {
-    const TempDir scratch;
+    const ScratchDir scratch;
     Plant(scratch, "file=abc empty= dir/ socket% to-file>file to-dir>dir dangling>no");
     const std::pair<const char*, const char*> rows[] = {{"file", "regular 3"},          {"empty", "regular empty 0"},
                                                         {"to-file", "regular link 3"},  {"dir", "directory -"},
@@ -131,7 +113,6 @@ TEST(PathTestsTest, AnswerForEveryTypeOfFile) {
 TEST(DiskSpaceTest, PercentIsOfTheSpaceThatCanBeUsed) {
     EXPECT_EQ(FreePercentOfBlocks(100, 100, 0), 0U);  // no division by zero
     EXPECT_EQ(FreePercentOfBlocks(100, 30, 20), 22U);
-    EXPECT_EQ(FreePercentOfBlocks(200, 199, 199), 99U);
     const auto space = fs::space("/");
     std::uint64_t total = 0;
     std::uint64_t available = 0;
@@ -144,7 +125,7 @@ TEST(DiskSpaceTest, PercentIsOfTheSpaceThatCanBeUsed) {
 }
 
 TEST(OwnershipTest, LeavesTheRightOwnerAloneAndChangesAnotherAsRoot) {
-    const TempDir scratch;
+    const ScratchDir scratch;
     Plant(scratch, "file= dir/ link>dir pipe!");
     bool changed = true;
     for (const std::string name : {"file", "dir", "link", "pipe", "missing"}) {
@@ -166,7 +147,7 @@ TEST(StdoutTerminalTest, IsATerminalInAChildThatHasOne) {
     int controller = -1;
     const pid_t child = forkpty(&controller, nullptr, nullptr, nullptr);
     if (child == 0) {
-        _exit(IsStdoutTerminal() ? 0 : 1);
+        _exit(close(STDIN_FILENO) == 0 && IsStdoutTerminal() ? 0 : 1);
     }
     int status = -1;
     EXPECT_TRUE(waitpid(child, &status, 0) == child && status == 0 && close(controller) == 0);
