@@ -12,9 +12,6 @@
 #include "procutils/str_tokenizer.h"
 #include "tests/support/file_trees.h"
 #include "tests/support/limits.h"
-#ifdef __SANITIZE_ADDRESS__
-#include <sanitizer/lsan_interface.h>
-#endif
 
 namespace velora::utils::proc {
 namespace {
@@ -38,13 +35,10 @@ std::string Described(const StrTokenizer& tokenizer) {
 TEST(StrTokenizerTest, SplitsByASetOrByOneCharacter) {
     const std::tuple<const char*, StrTokenizer, std::string> rows[] = {
         {"blanks all around", {"  ls   -l  ", " "}, "ls5|-l4|-l"},
-        {"two delimiters in the set", {"a\t b", " \t"}, "a3|b1|b"},
         {"only delimiters", {"   ", " "}, ""},
-        {"empty text", {"", " "}, ""},
-        {"bytes with none behind", {"a b cut", 3, " "}, "a2|b1|b"},
+        {"bytes with none behind", {"a\t b cut", 4, " \t"}, "a3|b1|b"},
         {"bytes with a zero", {"a b\0c d", 7, " "}, "a2|b5|b"},
-        {"one character", {"a,,b", ','}, "a2|1|b1|b"},
-        {"one character at both ends", {",a,", ','}, "1|a2|0|"},
+        {"one character", {",a,,b,", ','}, "1|a2|1|b2|0|"},
         {"empty text by one character", {"", ','}, "0|"}};
     for (const auto& [name, tokenizer, described] : rows) {
         EXPECT_EQ(Described(tokenizer), described) << name;
@@ -79,7 +73,7 @@ TEST(PathPartsDeathTest, DividesAPath) {
 }
 
 TEST(ScopedCwdTest, EntersADirectoryOrThatOfAFileAndComesBack) {
-    const TempDir scratch;
+    const ScratchDir scratch;
     const fs::path start = fs::current_path();
     const auto errorIn = [](const std::string& path) {
         return ErrorOf<std::runtime_error>([&path] { EXPECT_TRUE((ScopedCWD(path), fs::exists("file"))); });
@@ -97,13 +91,12 @@ TEST(ScopedCwdTest, EntersADirectoryOrThatOfAFileAndComesBack) {
 }
 
 TEST(FindFilesTest, FindsNamesDownToADepth) {
-    const TempDir scratch;
-    Plant(scratch, "a.x= a.y= q.x! socket.x% d.x/ d.x/b.x= d.x/e/ d.x/e/c= d.x/e/f.x/ l.x>d.x/e");
-    const std::tuple<const char*, int, const char*> rows[] = {{"\\.x$", 0, "a.x socket.x"},
-                                                              {"\\.x$", 1, "a.x d.x d.x/b.x l.x socket.x"},
+    const ScratchDir scratch;
+    Plant(scratch, ".a.x= a.y= q.x! socket.x% d.x/ d.x/b.x= d.x/e/ d.x/e/c= d.x/e/f.x/ l.x>d.x/e");
+    const std::tuple<const char*, int, const char*> rows[] = {{"\\.x$", 0, ".a.x socket.x"},
+                                                              {"\\.x$", 1, ".a.x d.x d.x/b.x l.x socket.x"},
                                                               {"^[cf]", -1, "d.x/e/c d.x/e/f.x l.x/c l.x/f.x"},
-                                                              {"/|velora|^\\.", -1, ""}};
-    const auto before = OpenDescriptors();
+                                                              {"/|velora|^\\.+$", -1, ""}};
     for (const auto& [pattern, depth, names] : rows) {
         Tree found;
         EXPECT_TRUE(FindFiles(scratch.Path(), pattern, depth, [&](const std::string& path) {
@@ -117,27 +110,20 @@ TEST(FindFilesTest, FindsNamesDownToADepth) {
     EXPECT_EQ(calls, "c1e1");
     EXPECT_THROW(FindFiles(scratch / "d.x", "c", -1, nullptr), std::bad_function_call);
     EXPECT_FALSE(FindFiles(scratch / "missing", ".", 0, nullptr));
-    EXPECT_EQ(OpenDescriptors(), before);
-#ifdef __SANITIZE_ADDRESS__
-    const __lsan::ScopedDisabler theDirectoryStaysOpen;
-#endif
-    EXPECT_FALSE(FindFiles(scratch.Path(), "(", 0, nullptr));
-    EXPECT_EQ(OpenDescriptors(), before + 1);
+    EXPECT_TRUE(HoldsForOrdinaryUser([before = OpenDescriptors()] {  // a process of its own: the directory stays open
+        return !FindFiles("/", "(", 0, nullptr) && OpenDescriptors() == before + 1;
+    }));
 }
 
-// What ip 6.1.0 prints for "<name> <received> <transmitted> ..."; two names bring another line.
+// What ip 6.1.0 prints for "<name> <received> <transmitted> ...", with fewer columns; one name brings another line.
 std::string Reading(const std::string& counters) {
     std::istringstream words(counters);
     std::ostringstream reading;
     for (std::string name, received, sent; words >> name >> received >> sent;) {
-        reading << "4: " << name << ": <BROADCAST,MULTICAST,UP,LOWER_UP> mtu 1400 qdisc noop\n"
-                << "    link/ether 02:fc:00:00:00:01 brd ff:ff:ff:ff:ff:ff\n"
-                << (name == "aliased" ? "    alias an alias\n" : "")
-                << "    RX:  bytes packets errors dropped  missed   mcast           \n"
-                << "    " << received << "     598      0       0       0       0 \n"
-                << "    TX:  bytes packets errors dropped carrier collsns           \n"
-                << "    " << sent << "     323      0       0       0       0 \n"
-                << (name == "renamed" ? "    altname uplink\n" : "");
+        reading << "4: " << name << ": <UP,LOWER_UP> mtu 1400\n    link/ether 02:fc:00:00:00:01\n";
+        reading << (name == "aliased" ? "    alias an alias\n" : "");
+        reading << "    RX:  bytes packets errors\n    " << received << "     598      0 \n";
+        reading << "    TX:  bytes packets errors\n    " << sent << "     323      0 \n";
     }
     return reading.str();
 }
@@ -148,7 +134,6 @@ TEST(InterfaceRatesTest, ReportsTheDifferenceOfTwoReadings) {
         {"cut 0 10", "cut 1 9", 3, 3000000, "cut  2    -2\n"},
         {"gone 1 2", "va@vb 3 4", 1, 1000000, "gone  1    2\nva@vb  24    32\n"},
         {"a 0 0 b 1 2", "a 1 1 aliased 9 9 b 9 9", 1, 1000000, "a  8    8\nb  1    2\n"},
-        {"a 0 0", "renamed 1 1 a 9 9", 1, 1000000, "a  0    0\nrenamed  8    8\n"},
         {"aliased 1 1 a 1 1", "", 1, 1000000, ""},
         {"a 9223372036854775807 0", "a 0 9223372036854775807", 1, 1000000, "a  8    -8\n"},
         {"a 9223372036854775808 0", "", 4295, 32704, ""}};
