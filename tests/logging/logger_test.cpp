@@ -4,12 +4,10 @@
 #include <chrono>
 #include <cstdarg>
 #include <ctime>
-#include <set>
 #include <thread>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "tests/support/log_text.h"
@@ -26,8 +24,18 @@ int CallLogV(CVeloLogger& logger, int level, const char* format, ...) {
     return result;
 }
 
-TEST(LoggerTest, WritesEachLevelWithItsColourAndTag) {
-    using clock = std::chrono::system_clock;
+std::string SecondOfTheClock() {
+    using std::chrono::system_clock;
+    const std::time_t second = system_clock::to_time_t(system_clock::now());  // std::time would lag by a tick
+    return {std::ctime(&second), 24};
+}
+
+struct LoggerOnFileTest : testing::Test {
+    TempDir directory;
+    CVeloLogger logger{directory / "log"};
+};
+
+TEST_F(LoggerOnFileTest, WritesEachLevelWithItsColourAndTag) {
     const std::string red = "\033[31m";
     const std::string blue = "\033[34m";
     const std::string green = "\033[32m";
@@ -38,33 +46,22 @@ TEST(LoggerTest, WritesEachLevelWithItsColourAndTag) {
         {11, "", "ILLEG"}};
     for (const auto& [level, colour, tag] : rows) {
         SCOPED_TRACE(level);
-        const TempDir directory;
-        CVeloLogger logger(directory / "log");
-        const std::time_t before = clock::to_time_t(clock::now());  // std::time would lag by a tick
+        logger.Open(directory / std::to_string(level));
+        const std::string before = colour + SecondOfTheClock() + ".";
         EXPECT_EQ(logger.Write(level, "50% of %s"), 1);
-        // The time is one of those between two readings of the clock, as local time.
-        std::set<std::string> times;
-        for (std::time_t second = before; second <= clock::to_time_t(clock::now()); ++second) {
-            char text[64];
-            std::strftime(text, sizeof text, "%a %b %e %H:%M:%S %Y.", std::localtime(&second));
-            times.insert(colour + text);
-        }
-        const std::string line = directory.Read("log");
-        EXPECT_TRUE(times.contains(line.substr(0, colour.size() + 25))) << line;
-        const std::string rest = line.substr(colour.size() + 25);
-        EXPECT_EQ(rest.find_first_not_of("0123456789"), 6U) << line;
-        EXPECT_EQ(rest.substr(6), " " + tag + " 50% of %s" + (colour.empty() ? "" : "\033[m") + "\n");
+        const std::string after = colour + SecondOfTheClock() + ".";
+        const std::string line = directory.Read(std::to_string(level));
+        EXPECT_TRUE(line.starts_with(before) || line.starts_with(after)) << line;
+        EXPECT_EQ(line.find_first_not_of("0123456789", before.size()), before.size() + 6) << line;
+        EXPECT_EQ(line.substr(before.size() + 6), " " + tag + " 50% of %s" + (colour.empty() ? "" : "\033[m") + "\n");
     }
 }
 
-TEST(LoggerTest, AdmitsMessagesUpToItsThreshold) {
+TEST_F(LoggerOnFileTest, AdmitsMessagesUpToItsThreshold) {
     const std::pair<const char*, void (CVeloLogger::*)(const char*, ...)> operations[] = {
         {"EMERG ", &CVeloLogger::Emerg},  {"FATAL ", &CVeloLogger::Fatal}, {"ALERT ", &CVeloLogger::Alert},
         {"CRIT  ", &CVeloLogger::Crit},   {"ERROR ", &CVeloLogger::Error}, {"WARN  ", &CVeloLogger::Warn},
         {"NOTIC ", &CVeloLogger::Notice}, {"INFO  ", &CVeloLogger::Info},  {"DEBUG ", &CVeloLogger::Debug}};
-    const TempDir directory;
-    CVeloLogger logger(directory / "log");
-    EXPECT_EQ(logger.GetLevel(), 5) << "a logger on a caller's file";
     for (int threshold = -1; threshold <= 9; ++threshold) {
         logger.SetLevel(threshold);
         logger.Open(directory / std::to_string(threshold));
@@ -81,22 +78,14 @@ TEST(LoggerTest, AdmitsMessagesUpToItsThreshold) {
     }
 }
 
-TEST(LoggerTest, CutsFormattedMessagesAt511AndNoOthers) {
-    const TempDir directory;
-    CVeloLogger logger(directory / "log");
-    Lines expected;
-    for (const std::size_t length : {510U, 511U, 512U, 600U}) {
-        const std::string message(length, 'x');
-        logger.Error("%s", message.c_str());
-        *logger.Stream(Level::kError) << message;
-        expected.insert(expected.end(), {"ERROR " + message.substr(0, 511), "ERROR " + message});
-    }
-    EXPECT_EQ(LogLines(directory / "log"), expected);
+TEST_F(LoggerOnFileTest, CutsFormattedMessagesAt511AndNoOthers) {
+    const std::string message(512, 'x');
+    logger.Error("%s", message.c_str());
+    *logger.Stream(Level::kError) << message;
+    EXPECT_EQ(LogLines(directory / "log"), (Lines{"ERROR " + message.substr(1), "ERROR " + message}));
 }
 
-TEST(LoggerTest, CompletesALineOnce) {
-    const TempDir directory;
-    CVeloLogger logger(directory / "log");
+TEST_F(LoggerOnFileTest, CompletesALineOnce) {
     {
         const auto line = logger.Stream(Level::kWarn);
         *line << "pkts=" << 120 << ",bytes=" << std::uint64_t{73450};
@@ -112,9 +101,10 @@ TEST(LoggerTest, WithoutAStreamTakesEverythingAndWritesNothing) {
     CVeloLogger unopened;
     CVeloLogger unknownMode(static_cast<LoggerMode>(3));
     CVeloLogger badPath(std::string("/nonexistent/log"));
-    EXPECT_EQ(unopened.GetLevel(), 8);
-    EXPECT_EQ(unknownMode.GetLevel(), 8);
-    for (const auto& [logger, name] : {std::pair{&unopened, ""}, {&unknownMode, ""}, {&badPath, "/nonexistent/log"}}) {
+    const std::tuple<CVeloLogger*, const char*, int> rows[] = {
+        {&unopened, "", 8}, {&unknownMode, "", 8}, {&badPath, "/nonexistent/log", 5}};
+    for (const auto& [logger, name, level] : rows) {
+        EXPECT_EQ(logger->GetLevel(), level);
         EXPECT_EQ(logger->Write(Level::kEmerg, "text"), 0);
         EXPECT_EQ(CallLogV(*logger, Level::kEmerg, "%d", 1), 0);
         logger->Emerg("text");
@@ -138,8 +128,6 @@ TEST(LoggerTest, CloseDeletesAnEmptyFileAndTheDestructorNone) {
         logger.Close();
         EXPECT_TRUE(logger.Open(directory / "kept"));
         EXPECT_FALSE(logger.Open("/nonexistent/log"));
-        EXPECT_EQ(logger.FileName(), "/nonexistent/log");
-        EXPECT_EQ(logger.Write(Level::kEmerg, "nowhere"), 0);
         EXPECT_TRUE(logger.Open(directory / "written"));
         logger.Emerg("appended");
         EXPECT_TRUE(logger.Open(directory / "kept too"));
@@ -157,9 +145,7 @@ TEST(LoggerTest, ModesChooseTheStream) {
         EXPECT_TRUE(path.starts_with("/tmp/Velo.log.") && path.size() == 20) << path;
         temporary.Debug("all levels");
     }
-    struct stat status {};
-    ASSERT_EQ(stat(path.c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777, 0600U);
+    EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms{0600});
     EXPECT_EQ(LogLines(path), Lines{"DEBUG all levels"});
     unlink(path.c_str());
 
@@ -196,20 +182,14 @@ TEST(LoggerTest, TakesDescriptorZeroForAFailure) {
         testing::ExitedWithCode(0), "");
 }
 
-TEST(LoggerTest, LinesOfManyThreadsNeverMix) {
-    const TempDir directory;
-    CVeloLogger logger(directory / "log");
-    std::set<std::string> expected;
+TEST_F(LoggerOnFileTest, LinesOfManyThreadsNeverMix) {
+    const std::string text(300, 'x');
     std::vector<std::thread> threads;
     for (int thread = 0; thread < 8; ++thread) {
-        const std::string text = std::to_string(thread) + std::string(300, 'x');
-        for (int line = 0; line < 200; ++line) {
-            expected.insert({"ERROR s" + text + std::to_string(line), "ERROR f" + text + std::to_string(line)});
-        }
-        threads.emplace_back([&logger, &directory, thread, text] {
+        threads.emplace_back([&, thread] {
             for (int line = 0; line < 200; ++line) {
-                *logger.Stream(Level::kError) << "s" << text << line;
-                logger.Error("f%s%d", text.c_str(), line);
+                *logger.Stream(Level::kError) << text;
+                logger.Error("%s", text.c_str());
                 if (thread == 0 && line % 50 == 0) {
                     logger.SetLevel(5 + line % 2);
                     logger.Open(directory / "log");
@@ -219,10 +199,9 @@ TEST(LoggerTest, LinesOfManyThreadsNeverMix) {
     }
     std::ranges::for_each(threads, &std::thread::join);
     const Lines lines = LogLines(directory / "log");
-    const std::set<std::string> seen(lines.begin(), lines.end());
-    // A line that met the short moment of reopening is lost as a whole; none may be damaged.
-    EXPECT_TRUE(std::ranges::includes(expected, seen));
-    EXPECT_GT(seen.size(), expected.size() / 2);
+    // A line of another thread that met the moment of reopening is lost as a whole; none may be damaged.
+    EXPECT_EQ(std::ranges::count(lines, "ERROR " + text), std::ssize(lines));
+    EXPECT_GE(lines.size(), 2U * 200U) << "those of the thread that reopens";
 }
 
 }  // namespace
