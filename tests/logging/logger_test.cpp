@@ -10,8 +10,9 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include "tests/support/file_trees.h"
 #include "tests/support/log_text.h"
-#include "tests/support/temp_dir.h"
+#include "utils/scope_guards.h"
 
 namespace VeloLogger {
 namespace {
@@ -152,8 +153,14 @@ TEST(LoggerTest, ModesChooseTheStream) {
     CVeloLogger null(LoggerMode::NullDevice);
     EXPECT_EQ(null.FileName(), "/dev/null");
     EXPECT_EQ(null.Write(Level::kDebug, "text"), 1);
-    null.Close();
-    EXPECT_TRUE(std::filesystem::exists("/dev/null"));
+}
+
+TEST(LoggerTest, CloseKeepsAnEmptyFileThatIsNotRegular) {
+    const ScratchDir scratch;
+    Plant(scratch, "pipe!");  // not the null device, which root would lose to a fault
+    const MiscUtils::UniqueFd reader(open((scratch / "pipe").c_str(), O_RDONLY | O_NONBLOCK));
+    CVeloLogger(scratch / "pipe").Close();
+    EXPECT_TRUE(std::filesystem::is_fifo(scratch / "pipe"));
 }
 
 TEST(LoggerTest, StandardErrorIsClosedByCloseAndNotByTheDestructor) {
