@@ -129,6 +129,8 @@ TEST(LoggerTest, CloseDeletesAnEmptyFileAndTheDestructorNone) {
         logger.Close();
         EXPECT_TRUE(logger.Open(directory / "kept"));
         EXPECT_FALSE(logger.Open("/nonexistent/log"));
+        EXPECT_EQ(logger.FileName(), "/nonexistent/log");
+        EXPECT_EQ(logger.Write(Level::kEmerg, "nowhere"), 0);
         EXPECT_TRUE(logger.Open(directory / "written"));
         logger.Emerg("appended");
         EXPECT_TRUE(logger.Open(directory / "kept too"));
