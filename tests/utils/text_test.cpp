@@ -45,14 +45,11 @@ TEST(TextTest, UnboundedFormattersIgnoreTheSize) {
 }
 
 TEST(TextTest, ParseGuid) {
-    const std::pair<const char*, Guid> rows[] = {{"{6B29FC40-CA47-1067-B31D-00DD010662DA}", kGuid},
-                                                 {"{6b29fc40-ca47-1067-b31d-00dd010662daFF}-{", kGuid},
-                                                 {"{6B29FC40-CA47-1067-B31D-00DD010662DA", kGuid},
-                                                 {"{1-2-3-0405-060708090AB}", kSmall},
-                                                 {"{6B29FC40-CA47-1067-B31D-00DD010662}", kUntouched},
-                                                 {"6B29FC40-CA47-1067-B31D-00DD010662DA", kUntouched},
-                                                 {"{6B29FC40- CA47-1067-B31D-00DD010662DA}", kUntouched},
-                                                 {"{6B29FC40-CA47-1067-B31D-00DD010662DA}G", kUntouched}};
+    const std::pair<const char*, Guid> rows[] = {
+        {"{6B29FC40-CA47-1067-B31D-00DD010662DA}", kGuid},     {"{6B29FC40-CA47-1067-B31D-00DD010662DA", kGuid},
+        {"{6b29fc40-ca47-1067-b31d-00dd010662daFF}-{", kGuid}, {"{1-2-3-0405-060708090AB}", kSmall},
+        {"{6B29FC40-CA47-1067-B31D-00DD010662}", kUntouched},  {"{6B29FC40- CA47-1067-B31D-00DD010662DA}", kUntouched},
+        {"6B29FC40-CA47-1067-B31D-00DD010662DA", kUntouched},  {"{6B29FC40-CA47-1067-B31D-00DD010662DA}G", kUntouched}};
     for (const auto& [text, expected] : rows) {
         Guid guid = kUntouched;
         EXPECT_EQ(ParseGuid(text, guid), expected == kUntouched ? 0 : 1) << text;
@@ -65,12 +62,9 @@ TEST(TextTest, ParseGuid) {
 TEST(TextDeathTest, IpAddresses) {
     const std::string padding(120, ' ');
     const std::string untouched = "9.9.9.9";
-    const std::pair<std::string, std::string> rows[] = {{"255.255.255.255", "255.255.255.255"},
-                                                        {"1.2.3.256", untouched},
-                                                        {"1.2.3", untouched},
-                                                        {"1.2.3.-1", untouched},
-                                                        {" 010. +2.3.4x", "10.2.3.4"},
-                                                        {padding + "1.2.3.4", "1.2.3.4"}};
+    const std::pair<std::string, std::string> rows[] = {
+        {padding + "1.2.3.4", "1.2.3.4"}, {" 010. +2.3.4x", "10.2.3.4"}, {"255.255.255.255", "255.255.255.255"},
+        {"1.2.3.-1", untouched},          {"1.2.3.256", untouched},      {"1.2.3", untouched}};
     for (const auto& [text, expected] : rows) {
         unsigned char address[4] = {9, 9, 9, 9};
         char back[16];
