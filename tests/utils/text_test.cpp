@@ -166,10 +166,10 @@ TEST(StreamRangeTest, CopiesAndReadsRangesThatFit) {
     constexpr std::uint64_t kHuge = ~std::uint64_t{0};
     const std::string text = Pattern(9000);
     const std::tuple<std::uint64_t, std::uint64_t, std::size_t, std::size_t, bool> rows[] = {
-        {0, 0, 9000, 9000, true},        {0, 0, 8999, 9000, false},     {8999, 0, 0, 1, false},
-        {1, 4097, 4096, 4096, true},     {1, 4098, 4096, 4097, false},  {8000, 9500, 1500, 1000, true},
-        {8000, 9500, 1499, 1000, false}, {20, 10, 9, 0, true},          {9001, 0, 9, 0, true},
-        {8999, kHuge, 9000, 1, false},   {kHuge - 9, kHuge, 9, 0, true}};
+        {0, 0, 9000, 9000, true},       {0, 0, 8999, 9000, false},       {8999, 0, 0, 1, false},
+        {1, 4097, 4096, 4096, true},    {1, 4098, 4097, 4097, true},     {1, 4098, 4096, 4097, false},
+        {8000, 9500, 1500, 1000, true}, {8000, 9500, 1499, 1000, false}, {20, 10, 9, 0, true},
+        {9001, 0, 9, 0, true},          {8999, kHuge, 9000, 1, false},   {kHuge - 9, kHuge, 9, 0, true}};
     for (const auto& [from, to, capacity, expectedLength, fits] : rows) {
         SCOPED_TRACE(std::to_string(from) + " to " + std::to_string(to));
         const std::string expected = text.substr(from % 9001, expectedLength);
