@@ -51,7 +51,7 @@ TEST(TimeRangeTest, OperationsThatChangeARange) {
         {"adopt into 0.000001", {{0, 1}, {1, 0}}, adopt, kTens, {{0, 1}, {20, 2}}},
         {"adopt earlier", kTens, adopt, {{9, 0}, {9, 0}}, {{9, 0}, {20, 2}}},
         {"intersect with none", kTens, cut, {{30, 0}, {40, 0}}, {{30, 0}, {20, 2}}},
-        {"widen", {{INT_MIN, 1}, {INT_MAX, 2}}, widen, {{1, 0}, {}}, {{INT_MAX, 1}, {INT_MIN, 2}}}};
+        {"widen", {{INT_MIN, 1}, {INT_MAX, 2}}, widen, {{3, 0}, {}}, {{INT_MAX - 2, 1}, {INT_MIN + 2, 2}}}};
     for (const auto& [name, before, operation, other, after] : rows) {
         R range = before;
         operation(range, other);
