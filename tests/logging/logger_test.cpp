@@ -141,6 +141,7 @@ TEST(LoggerTest, CloseDeletesAnEmptyFileAndTheDestructorNone) {
 }
 
 TEST(LoggerTest, ModesChooseTheStream) {
+    const ScratchDir nothingStaysOpen;
     std::string path;
     {
         CVeloLogger temporary(LoggerMode::TemporaryFile);
