@@ -96,6 +96,7 @@ TEST(LocalDatagramDeathTest, ArrivesWholeOrSaysWhichCallFailed) {
     const std::string name(108, 'n');
     EXPECT_EQ(ErrorOf<std::runtime_error>(SendLocalDatagram, name.substr(1), "x"),
               "No such file or directory : sendto()");
+    EXPECT_EXIT(SendLocalDatagram(name, "x"), testing::KilledBySignal(SIGABRT), "108 bytes");
     EXPECT_EXIT(SendLocalDatagram(name + "n", "x"), testing::KilledBySignal(SIGABRT),
                 "109 bytes does not fit into 108");
     const ScopedLimit nothingOpens(RLIMIT_NOFILE, DescriptorsAllowing(0));
