@@ -1,5 +1,6 @@
 #include "tests/support/capture_builder.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 #include <bzlib.h>
@@ -50,10 +51,11 @@ PcapNgBuilder::PcapNgBuilder(std::uint16_t linkType, std::uint8_t ticksPerSecond
     Block(1, Raw(linkType) + Raw(std::uint16_t{0}) + Raw(std::uint32_t{65535}) + resolution);
 }
 
-PcapNgBuilder& PcapNgBuilder::Packet(std::uint64_t ticks, std::string_view data) {
-    const auto length = static_cast<std::uint32_t>(data.size());
+PcapNgBuilder& PcapNgBuilder::Packet(std::uint64_t ticks, std::string_view data, std::uint32_t length) {
+    const auto captured = static_cast<std::uint32_t>(data.size());
     Block(6, Raw(std::uint32_t{0}) + Raw(static_cast<std::uint32_t>(ticks >> 32)) +
-                 Raw(static_cast<std::uint32_t>(ticks)) + Raw(length) + Raw(length) + std::string(data));
+                 Raw(static_cast<std::uint32_t>(ticks)) + Raw(captured) + Raw(std::max(captured, length)) +
+                 std::string(data));
     return *this;
 }
 

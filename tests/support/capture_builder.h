@@ -33,7 +33,8 @@ class PcapNgBuilder {
  public:
     // `ticksPerSecondPower` is the resolution: 6 for microseconds, 9 for nanoseconds.
     explicit PcapNgBuilder(std::uint16_t linkType = 1, std::uint8_t ticksPerSecondPower = 6);
-    PcapNgBuilder& Packet(std::uint64_t ticks, std::string_view data);
+    // `length` is that on the wire, unless the data is longer.
+    PcapNgBuilder& Packet(std::uint64_t ticks, std::string_view data, std::uint32_t length = 0);
     [[nodiscard]] const std::string& Bytes() const { return m_Bytes; }
 
  private:
