@@ -14,7 +14,7 @@ TEST(CommandLineTest, AnswersAMalformedLineWithTheUsage) {
     for (const char* const arguments :
          {"", "a", "a b", "-out x", "-squish x", "-squish -out x", "-squish10 -out x", "-r sub -out x",
           "-squish -r -out x", "-squish -squish10 -r x", "a b -out x extra", "a -out b x", "a b x", "a --version x",
-          "-r sub a b x", "-squish -squish10 -r sub x", "a -OUT x"}) {
+          "-r sub a b x", "-squish -squish10 -r sub x", "a -outs x"}) {
         ToolRun run;
         std::filesystem::create_directory(run.directory.Path("sub"));
         run.directory.Write("a", CaptureBuilder().Bytes());
@@ -66,13 +66,13 @@ TEST(CommandLineTest, RunsTheRightAlgorithm) {
         {"-squish -r sub in late -out x", 0, "", twoDone, "squish", "sub/x"},
         {"-squish -squish10 -r sub in late -out x", 0, "", twoDone, "squish", "sub/x"},
         {"in missing sub late -out x", 0, ignoring("missing") + ignoring("sub"), twoDone, "merge"},
-        {"in -squish -out late -out x", 0, ignoring("-squish") + ignoring("-out"), twoDone, "merge"},
+        {"in -squish10 -out late -out x", 0, ignoring("-squish10") + ignoring("-out"), twoDone, "merge"},
         {"missing -out x", 0, ignoring("missing"), done + "0 bytes=0 f=x", "empty"},
         {"-r sub a -out x", 0, ignoring("a"), done + "0 bytes=0 f=x", "empty", "sub/x"},
         // A suffix counts only behind something: these are plain files, one of which holds gzip.
-        {"in .bz2 -out x", 0, "", twoDone, "merge"},
-        {"in .bzip2 -out x", 0, "", twoDone, "merge"},
+        {".bz2 .bzip2 -out x", 0, "", twoDone, "merge"},
         {"in .gz -out x", 0, "", done + "1 bytes=60 f=x", "single"},
+        {"in z.gz -out x", 0, "", twoDone, "merge"},
         {"missing in -out exists", 254, ignoring("missing") + "Output file already exists, wont overwrite exists\n", "",
          "none"},
         {"in late -out no/x", 253, "Failed to merge files into no/x\n", noMerge + "no/x", "none"},
@@ -107,7 +107,8 @@ TEST(CommandLineTest, RunsTheRightAlgorithm) {
             run.directory.Write(folder + "late", late);
         }
         run.directory.Write(".gz", Gzip(late));
-        run.directory.Write(".bz2", late);
+        run.directory.Write("z.gz", Gzip(late));
+        run.directory.Write(".bz2", single.Bytes());
         run.directory.Write(".bzip2", late);
         run.directory.Write("exists", "not to be touched");
         const ToolResult result = run(row.arguments);
@@ -124,7 +125,7 @@ TEST(CommandLineTest, EndsAbnormallyWhenNothingCanBeSquished) {
     const std::string skipped = "INFO  Impex(PCAP) Squisher: Skipping empty PCAP - file header only empty";
     for (const auto& [arguments, log] : {std::pair{"-squish empty missing -out x", skipped},
                                          {"-squish10 empty missing -out x", skipped},
-                                         {"-squish -squish10 -out x", ""}}) {
+                                         {"-squish -squish10 -r . -out x", ""}}) {
         ToolRun run;
         run.directory.Write("empty", CaptureBuilder().Bytes());
         const ToolResult result = run(arguments);

@@ -7,7 +7,6 @@
 #include "impex/time_ordered_merge.h"
 #include "tests/impex/naive_model.h"
 #include "tests/support/capture_builder.h"
-#include "tests/support/libpcap_reader.h"
 #include "tests/support/log_text.h"
 #include "tests/support/temp_dir.h"
 
@@ -49,10 +48,7 @@ class RandomInputs {
         const int form = Between(Plain, Next);
         const bool isWild = form != Next && Between(0, 2) == 0;
         CaptureBuilder classic;
-        classic.LinkType(OneOf({0, 1, 12, 101, 113}));
-        if (form == Big) {
-            classic.BigEndian();
-        }
+        classic.BigEndian(form == Big).LinkType(OneOf({0, 1, 12, 101, 113}));
         PcapNgBuilder next;
         ModelInput records;
         for (int left = Between(0, 12); left > 0; --left) {
@@ -92,7 +88,6 @@ void Compare(const RandomInputs& inputs, Algorithm algorithm) {
     const std::string printed = testing::internal::GetCapturedStdout();
 
     EXPECT_TRUE(directory.Read("out") == expected.file) << "the files differ";
-    EXPECT_TRUE(RewrittenFromLibpcap(job.outputPath) == expected.file) << "libpcap reads otherwise";
     EXPECT_EQ(job.packetsWritten, expected.packets);
     EXPECT_EQ(job.bytesWritten, expected.bytes);
     Lines expectedLog;

@@ -7,6 +7,7 @@
 #include "tests/support/capture_builder.h"
 #include "tests/support/file_trees.h"
 #include "tests/support/limits.h"
+#include "tests/support/log_text.h"
 #include "utils/scope_guards.h"
 
 namespace {
@@ -50,6 +51,11 @@ TEST(CaptureWriterTest, CreatesFilesForTheOwnerOnlyAndClosesThem) {
         EXPECT_EQ(status.st_mode & 07777, mode);
     }
     EXPECT_EQ(directory.Read("0"), CaptureBuilder().LinkType(113).Bytes());
+    const LogTail log;
+    EXPECT_FALSE(CImpex_Libpcap().OpenOutput("/dev/full"));
+    EXPECT_FALSE(CImpex_Libpcap().OpenOutput("/dev"));
+    EXPECT_EQ(log.Lines(), (Lines{"ERROR Cant write pcap file header",
+                                  "ERROR Cannot open filtered intermediate output  file : /devError no = 21"}));
     EXPECT_EQ(OpenDescriptors(), before);
 }
 
