@@ -123,10 +123,8 @@ TEST(FullDiskTest, LeavesWhatFittedAndLogsEachFailedWrite) {
     CaptureBuilder builder;
     builder.Record(0, 0, std::string(16000, '.'));
     const std::size_t start = builder.Bytes().size();
-    for (int record = 1; record <= 5; ++record) {
-        builder.Record(record, 0, std::string(10, 'a'));
-    }
-    for (std::size_t room = 0; room <= 5 * kSize; ++room) {
+    builder.Record(1, 0, "0123456789").Record(2, 0, "0123456789");
+    for (std::size_t room = 0; room <= 2 * kSize; ++room) {
         ToolRun run;
         run.directory.Write("in", builder.Bytes());
         run.prepare = [limit = start + room] { static const ScopedLimit kFullDisk(RLIMIT_FSIZE, limit); };
@@ -137,10 +135,16 @@ TEST(FullDiskTest, LeavesWhatFittedAndLogsEachFailedWrite) {
         // the record itself only when not a byte of its header or of its data fitted.
         const std::size_t written = room / kSize + (room % kSize > 16 ? 1 : 0);
         EXPECT_EQ(result.LogWith("ERROR"),
-                  Lines(5 - written, "ERROR Write Error to intermediate file :  Error = 27 S = File too large"))
+                  Lines(2 - written, "ERROR Write Error to intermediate file :  Error = 27 S = File too large"))
             << room;
-        EXPECT_EQ(result.log.back(), "DEBUG Impex(PCAP) Merger: Done pkts=6 bytes=16050 f=x");
+        EXPECT_EQ(result.log.back(), "DEBUG Impex(PCAP) Merger: Done pkts=3 bytes=16020 f=x");
     }
+}
+
+TEST(FullDiskTest, FailsWhenTheFileHeaderFitsInPart) {
+    ToolRun run;
+    run.prepare = [] { static const ScopedLimit kFullDisk(RLIMIT_FSIZE, 23); };
+    EXPECT_EQ(run("in -out x").exitStatus, 253);
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 // Runs of some size: what one process does with its output, its memory and its descriptors.
 
-#include <algorithm>
 #include <csignal>
 
 #include <gtest/gtest.h>
@@ -23,14 +22,8 @@ void Append(const std::string& path, int count, const CaptureBuilder& record) {
 
 TEST(WholeRunTest, ReadsEverySampleAndNothingElseReadsItsOutputDifferently) {
     ToolRun run;
-    std::string samples;
-    for (const auto& entry : std::filesystem::directory_iterator(SAMPLES_PATH)) {
-        if (entry.path().extension() != ".md") {
-            std::filesystem::copy(entry, run.directory.Path());
-            samples += entry.path().filename().string() + " ";
-        }
-    }
-    ASSERT_EQ(std::ranges::count(samples, ' '), 5);
+    std::filesystem::copy(SAMPLES_PATH, run.directory.Path());
+    const std::string samples = "bulk.pcap.bz2 dns.pcapng echo-be.pcap icmp.pcap.gz web.pcap ";
     for (const std::string mode : {"", "-squish ", "-squish10 "}) {
         std::filesystem::remove(run.directory / "x");
         const ToolResult result = run(mode + samples + "-out x");

@@ -119,6 +119,7 @@ TEST(OpenInputTest, TellsOfEachInputToItsEnd) {
         {"header only.bz2", Bzip2(empty), 0, {noHeader}},
         {"stream ends with a header.bzip2", Bzip2(first + header), 1, {kLittle, end + "pkts=1,bytes=5"}},
         {"stream ends with a payload.bz2", Bzip2(first), 0, {kLittle, kCut}},
+        {"two streams.bz2", Bzip2(first + header) + Bzip2(header), 1, {kLittle, end + "pkts=1,bytes=5"}},
         {"cut header", first + header.substr(0, 15), 1, {kLittle, end + "pkts=1,bytes=5"}},
         {"cut payload", first + claim, 1, {kLittle, kCut}},
         {"cut payload.gz", Gzip(first + claim), 1, {kLittle, kCut}},
