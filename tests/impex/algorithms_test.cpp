@@ -119,19 +119,4 @@ TEST(AlgorithmsTest, AgreeWithTheNaiveModel) {
     }
 }
 
-// The input's times, in seconds, and the output times that the shift rule gives them, worked out by hand.
-TEST(AlgorithmsTest, KeepASquishedInputFromGoingBack) {
-    const TempDir directory;
-    CaptureBuilder steps;
-    CaptureBuilder expected = CaptureBuilder().Record(1000, 0, "b");
-    MergeJob job(directory / "out", {directory.Write("base", expected.Bytes()), directory / "steps"});
-    for (const auto& [given, shown] : {std::pair{100, 1000}, {50, 1000}, {60, 1010}, {101, 1051}, {200, 1100}}) {
-        steps.Record(given, 0, "s");
-        expected.Record(shown, 0, "s");
-    }
-    directory.Write("steps", steps.Bytes());
-    ASSERT_TRUE(Squish(job, 0));
-    EXPECT_EQ(directory.Read("out"), expected.Bytes());
-}
-
 }  // namespace

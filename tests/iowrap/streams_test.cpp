@@ -11,45 +11,32 @@
 
 namespace {
 
-template <typename Stream>
-std::unique_ptr<CIOWrap> Make() {
-    return std::make_unique<Stream>();
+// What the next `count` bytes are; "no" when they cannot be read.
+std::string Next(CIOWrap& stream, std::uint32_t count) {
+    std::string bytes(64, '?');
+    return stream.Read(bytes.data(), count) ? bytes.substr(0, count) : "no";
 }
 
-class StreamTest : public testing::Test {
- protected:
-    // What the next `count` bytes are; "no" when they cannot be read.
-    static std::string Next(CIOWrap& stream, std::uint32_t count) {
-        std::string bytes(64, '?');
-        return stream.Read(bytes.data(), count) ? bytes.substr(0, count) : "no";
-    }
-
-    void Open(CIOWrap& stream, const std::string& bytes) {
-        ASSERT_TRUE(stream.Open(m_Directory.Write("file", bytes).c_str(), "rb"));
-    }
-
-    TempDir m_Directory;
-};
-
-TEST_F(StreamTest, ReadsExactCountsMeetsTheEndAndRewinds) {
-    // Columns: name, class, a file of it that holds "abcdefghij", what a request for 0 bytes gives, and whether the
+TEST(StreamTest, ReadsExactCountsMeetsTheEndAndRewinds) {
+    // Columns: name, stream, a file of it that holds "abcdefghij", what a request for 0 bytes gives, and whether the
     // end is still told of after a request for 2 GiB, which zlib refuses.
-    const std::tuple<const char*, std::unique_ptr<CIOWrap> (*)(), std::string, const char*, bool> variants[] = {
-        {"plain", Make<CIOWrap_Plain>, "abcdefghij", "no", true},
-        {"gzip", Make<CIOWrap_GZip>, Gzip("abcdefghij"), "", false},
-        {"bzip2", Make<CIOWrap_BZip2>, Bzip2("abcdefghij"), "", true}};
+    std::tuple<const char*, std::unique_ptr<CIOWrap>, std::string, const char*, bool> variants[] = {
+        {"plain", std::make_unique<CIOWrap_Plain>(), "abcdefghij", "no", true},
+        {"gzip", std::make_unique<CIOWrap_GZip>(), Gzip("abcdefghij"), "", false},
+        {"bzip2", std::make_unique<CIOWrap_BZip2>(), Bzip2("abcdefghij"), "", true}};
     const auto before = OpenDescriptors();
-    for (const auto& [name, make, stored, nothing, isStillEnd] : variants) {
+    for (auto& [name, stream, stored, nothing, isStillEnd] : variants) {
         SCOPED_TRACE(name);
-        std::unique_ptr<CIOWrap> stream = make();
+        const TempDir directory;
+        const std::string path = directory.Write("file", stored);
         for (int round = 0; round < 2; ++round) {
-            Open(*stream, stored);
+            ASSERT_TRUE(stream->Open(path.c_str(), "rb"));
             EXPECT_EQ(Next(*stream, 4), "abcd");
             stream->Close();
             stream->Close();
             EXPECT_EQ(OpenDescriptors(), before);
         }
-        Open(*stream, stored);
+        ASSERT_TRUE(stream->Open(path.c_str(), "rb"));
         EXPECT_EQ(Next(*stream, 4), "abcd");
         EXPECT_EQ(Next(*stream, 0), nothing);
         EXPECT_FALSE(stream->IsEOF());
@@ -64,9 +51,9 @@ TEST_F(StreamTest, ReadsExactCountsMeetsTheEndAndRewinds) {
     }
 }
 
-TEST_F(StreamTest, PlainReportsTheSystemsErrorOfAFailedRead) {
+TEST(StreamTest, PlainReportsTheSystemsErrorOfAFailedRead) {
     CIOWrap_Plain stream;
-    ASSERT_TRUE(stream.Open(m_Directory.Path().c_str(), "rb")) << "a directory opens";
+    ASSERT_TRUE(stream.Open("/dev", "rb")) << "a directory opens";
     EXPECT_EQ(Next(stream, 4), "no");
     EXPECT_FALSE(stream.IsEOF());
     EXPECT_EQ(stream.GetError(), EISDIR);
