@@ -22,16 +22,16 @@ namespace {
 constexpr std::size_t kPrefix = 3;
 constexpr std::size_t kLibpcapLimit = ClassicFormat::kSnapLen;  // it cuts longer records
 
-void CheckRun(MergeJob& job, const std::vector<ModelInput>& inputs, int algorithm) {
-    const int extraCopies = algorithm == 2 ? 10 : 0;
-    const ModelResult expected =
-        algorithm == 0 ? ModelMerge(inputs) : ModelSquish(inputs, extraCopies);
+void CheckRun(MergeJob& job, const std::vector<ModelInput>& inputs, Algorithm algorithm) {
+    const bool isMerge = algorithm == Algorithm::Merge;
+    const int extraCopies = algorithm == Algorithm::Squish10 ? 10 : 0;
+    const ModelResult expected = RunModel(inputs, algorithm);
     const bool isUsable = std::ranges::any_of(inputs, [](auto& input) { return !input.empty(); });
     try {
-        Check(algorithm == 0 ? Merge(job) : Squish(job, extraCopies), "the output opens");
-        Check(isUsable || algorithm == 0, "a squish needs an input");
+        Check(isMerge ? Merge(job) : Squish(job, extraCopies), "the output opens");
+        Check(isUsable || isMerge, "a squish needs an input");
     } catch (const std::out_of_range&) {
-        Check(!isUsable && algorithm != 0, "only a squish without inputs throws");
+        Check(!isUsable && !isMerge, "only a squish without inputs throws");
     }
     Check(fuzz::ReadScratch("out.pcap") == expected.file, "the output is the model's");
     Check(job.packetsWritten == expected.packets && job.bytesWritten == expected.bytes,
@@ -62,6 +62,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         inputs.push_back(input.OpenInput(path) ? fuzz::ReadRecords(input) : ModelInput());
     }
     MergeJob job(fuzz::ScratchPath("out.pcap"), paths);
-    CheckRun(job, inputs, data[0] % 3);
+    CheckRun(job, inputs, static_cast<Algorithm>(data[0] % 3));
     return 0;
 }

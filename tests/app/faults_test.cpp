@@ -119,28 +119,29 @@ TEST_F(FaultsTest, KeepsAllThatWasWritten) {
 // The limit holds for every file of the process, its log among them: so a record of filler comes first and takes
 // the output to a size that the log never reaches.
 TEST(FullDiskTest, LeavesWhatFittedAndLogsEachFailedWrite) {
-    constexpr std::size_t kSize = 16 + 10;
     CaptureBuilder builder;
     builder.Record(0, 0, std::string(16000, '.'));
     const std::size_t start = builder.Bytes().size();
-    for (int record = 1; record <= 5; ++record) {
-        builder.Record(record, 0, std::string(10, 'a'));
-    }
-    for (std::size_t room = 0; room <= 5 * kSize; ++room) {
+    const std::string bytes = builder.Record(1, 0, "0123456789").Record(2, 0, "0123456789").Bytes();
+    // A write that fits in part counts as success, so a record fails when not a byte of its header or of its data fits.
+    for (const auto& [room, failed] : {std::pair{0, 2}, {1, 2}, {15, 2}, {16, 2}, {17, 1}, {26, 1}, {42, 1}, {43, 0}}) {
         ToolRun run;
-        run.directory.Write("in", builder.Bytes());
-        run.prepare = [limit = start + room] { static const ScopedLimit kFullDisk(RLIMIT_FSIZE, limit); };
+        run.directory.Write("in", bytes);
+        const std::size_t limit = start + static_cast<std::size_t>(room);
+        run.prepare = [limit] { static const ScopedLimit kFullDisk(RLIMIT_FSIZE, limit); };
         const ToolResult result = run("in -out x");
         EXPECT_EQ(result.exitStatus, 0) << result;
-        EXPECT_EQ(run.directory.Read("x"), builder.Bytes().substr(0, start + room)) << room;
-        // A write that fits in part counts as success; each record after it fails at its header,
-        // the record itself only when not a byte of its header or of its data fitted.
-        const std::size_t written = room / kSize + (room % kSize > 16 ? 1 : 0);
-        EXPECT_EQ(result.LogWith("ERROR"),
-                  Lines(5 - written, "ERROR Write Error to intermediate file :  Error = 27 S = File too large"))
-            << room;
-        EXPECT_EQ(result.log.back(), "DEBUG Impex(PCAP) Merger: Done pkts=6 bytes=16050 f=x");
+        EXPECT_EQ(run.directory.Read("x"), bytes.substr(0, limit)) << room;
+        const std::string error = "ERROR Write Error to intermediate file :  Error = 27 S = File too large";
+        EXPECT_EQ(result.LogWith("ERROR"), Lines(static_cast<std::size_t>(failed), error)) << room;
+        EXPECT_EQ(result.log.back(), "DEBUG Impex(PCAP) Merger: Done pkts=3 bytes=16020 f=x");
     }
+}
+
+TEST(FullDiskTest, FailsWhenTheFileHeaderFitsInPart) {
+    ToolRun run;
+    run.prepare = [] { static const ScopedLimit kFullDisk(RLIMIT_FSIZE, 23); };
+    EXPECT_EQ(run("in -out x").exitStatus, 253);
 }
 
 }  // namespace

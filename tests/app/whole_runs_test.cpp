@@ -1,6 +1,5 @@
 // Runs of some size: what one process does with its output, its memory and its descriptors.
 
-#include <algorithm>
 #include <csignal>
 
 #include <gtest/gtest.h>
@@ -23,14 +22,8 @@ void Append(const std::string& path, int count, const CaptureBuilder& record) {
 
 TEST(WholeRunTest, ReadsEverySampleAndNothingElseReadsItsOutputDifferently) {
     ToolRun run;
-    std::string samples;
-    for (const auto& entry : std::filesystem::directory_iterator(SAMPLES_PATH)) {
-        if (entry.path().extension() != ".md") {
-            std::filesystem::copy(entry, run.directory.Path());
-            samples += entry.path().filename().string() + " ";
-        }
-    }
-    ASSERT_EQ(std::ranges::count(samples, ' '), 5);
+    std::filesystem::copy(SAMPLES_PATH, run.directory.Path());
+    const std::string samples = "bulk.pcap.bz2 dns.pcapng echo-be.pcap icmp.pcap.gz web.pcap ";
     for (const std::string mode : {"", "-squish ", "-squish10 "}) {
         std::filesystem::remove(run.directory / "x");
         const ToolResult result = run(mode + samples + "-out x");
@@ -62,20 +55,25 @@ TEST(WholeRunTest, TellsOfItsProgressEveryMillionRecords) {
     EXPECT_EQ(result.output, "EOF on base, bye ! \n1000000 Packets  1000000" + end + "2000000 Packets  2000000" + end);
 }
 
-TEST(WholeRunTest, UsesAsManyInputsAsTheHardLimitAllows) {
+// The standard streams are closed: what is said on them, here more than a buffer holds, must turn up in no file.
+TEST(WholeRunTest, UsesAsManyInputsAsTheHardLimitAllowsAndKeepsMessagesOutOfItsFiles) {
+    constexpr std::size_t kInputs = 300;
     ToolRun run;
-    std::string arguments;
+    run.directory.Write("in", CaptureBuilder().Record(1, 0, "x").Bytes());
+    std::string arguments = "-squish missing ";
     CaptureBuilder expected;
-    for (int input = 0; input < 200; ++input) {
-        const std::string name = "in" + std::to_string(input);
-        run.directory.Write(name, CaptureBuilder().Record(input / 2, 0, name).Bytes());
-        expected.Record(input / 2, 0, name);
-        arguments += name + " ";
+    for (std::size_t input = 0; input < kInputs; ++input) {
+        expected.Record(1, 0, "x");
+        arguments += "in ";
     }
-    run.prepare = [] { static const ScopedLimit kInputs(RLIMIT_NOFILE, 64); };
+    run.prepare = [] {
+        static const ScopedLimit kDescriptors(RLIMIT_NOFILE, 64);
+        close(STDOUT_FILENO);
+        close(STDERR_FILENO);
+    };
     const ToolResult result = run(arguments + "-out x");
     EXPECT_EQ(result.exitStatus, 0);
-    EXPECT_EQ(result.LogWith("ERROR"), Lines());
+    EXPECT_EQ(result.log.size(), 3 * kInputs + 1) << result;
     EXPECT_TRUE(run.directory.Read("x") == expected.Bytes());
 }
 
@@ -89,19 +87,6 @@ TEST(WholeRunTest, NeedsNoMoreMemoryForLongerInputs) {
         return result.peakKilobytes;
     };
     EXPECT_LT(peak(40000), peak(1000) + 4096) << "120 MB against 3 MB";
-}
-
-TEST(WholeRunTest, KeepsMessagesOutOfTheOutputWhenTheStandardStreamsAreClosed) {
-    ToolRun run;
-    run.prepare = [] {
-        close(STDOUT_FILENO);
-        close(STDERR_FILENO);
-    };
-    // What the abort says would be the second thing in the file.
-    const ToolResult result = run("-squish missing -out x");
-    EXPECT_EQ(result.signal, SIGABRT) << result;
-    EXPECT_EQ(run.directory.Read("x"), CaptureBuilder().Bytes());
-    EXPECT_TRUE(result.log.empty()) << result;
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "tests/impex/naive_model.h"
 
-#include <functional>
+#include <algorithm>
+#include <compare>
 
 #include "tests/support/capture_builder.h"
 
@@ -9,24 +10,22 @@ namespace {
 struct Time {
     std::int64_t sec;
     std::int64_t usec;
+    auto operator<=>(const Time&) const = default;
 };
 
-std::int64_t Low32(std::int64_t value) {
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(value));
+// Both fields cut to 32 bits.
+Time Cut(Time time) {
+    return {static_cast<std::int32_t>(time.sec), static_cast<std::int32_t>(time.usec)};
 }
 
 Time Plus(Time a, Time b) {
-    const Time sum{Low32(a.sec + b.sec), Low32(a.usec + b.usec)};
-    return sum.usec > 999999 ? Time{Low32(sum.sec + 1), sum.usec - 1000000} : sum;
+    const Time sum = Cut({a.sec + b.sec, a.usec + b.usec});
+    return sum.usec > 999999 ? Cut({sum.sec + 1, sum.usec - 1000000}) : sum;
 }
 
 Time Minus(Time a, Time b) {
-    const Time rest{Low32(a.sec - b.sec), Low32(a.usec - b.usec)};
-    return rest.usec < 0 ? Time{Low32(rest.sec - 1), rest.usec + 1000000} : rest;
-}
-
-bool Less(Time a, Time b) {
-    return a.sec != b.sec ? a.sec < b.sec : a.usec < b.usec;
+    const Time rest = Cut({a.sec - b.sec, a.usec - b.usec});
+    return rest.usec < 0 ? Cut({rest.sec - 1, rest.usec + 1000000}) : rest;
 }
 
 Time TimeOf(const ModelRecord& record) {
@@ -44,91 +43,61 @@ struct Head {
     [[nodiscard]] Time Start() const { return TimeOf(records->front()); }
 };
 
-class Model {
- public:
-    explicit Model(const std::vector<ModelInput>& inputs) {
-        for (std::size_t input = 0; input < inputs.size(); ++input) {
-            if (!inputs[input].empty()) {
-                m_Heads.push_back({input, &inputs[input]});
-            }
-        }
+// The record and, where it looks like IPv4, its ten copies.
+std::vector<ModelRecord> WithCopies(ModelRecord record) {
+    std::vector<ModelRecord> records = {record};
+    std::string& data = record.data;
+    if (data.size() < 32 || data.substr(12, 2) != std::string("\x08\0", 2)) {
+        return records;
     }
-
-    // Takes the head with the least key, the first of equals, until no input is left.
-    ModelResult Interleave(const std::function<Time(const Head&)>& key, const std::function<void(const Head&)>& write,
-                           const std::function<void(Head&, Time before)>& advanced) {
-        while (!m_Heads.empty()) {
-            std::size_t best = 0;
-            for (std::size_t other = 1; other < m_Heads.size(); ++other) {
-                best = Less(key(m_Heads[other]), key(m_Heads[best])) ? other : best;
-            }
-            Head& head = m_Heads[best];
-            write(head);
-            const Time before = TimeOf(head.Record());
-            if (++head.next < head.records->size()) {
-                advanced(head, before);
-            } else {
-                m_Result.finished.push_back(head.input);
-                m_Heads.erase(m_Heads.begin() + static_cast<std::ptrdiff_t>(best));
-            }
-        }
-        m_Result.file = m_File.Bytes();
-        return m_Result;
+    const bool source = data.substr(26, 2) == "\xC0\xA8";
+    const bool destination = data.substr(30, 2) == "\xC0\xA8";
+    for (char network = 0; network < 10; ++network) {
+        const std::string prefix = {10, network};
+        data = source ? data.replace(26, 2, prefix) : data;
+        data = destination ? data.replace(30, 2, prefix) : data;
+        records.push_back(record);
     }
-
-    void Append(Time time, const ModelRecord& record) {
-        m_File.Record(static_cast<std::int32_t>(time.sec), static_cast<std::int32_t>(time.usec),
-                      static_cast<std::uint32_t>(record.data.size()), record.origLen, record.data);
-        m_Result.packets += 1;
-        m_Result.bytes += record.data.size();
-    }
-
-    [[nodiscard]] Time Base() const { return m_Heads.empty() ? Time{0, 0} : m_Heads[0].Start(); }
-
- private:
-    std::vector<Head> m_Heads;
-    CaptureBuilder m_File;
-    ModelResult m_Result;
-};
+    return records;
+}
 
 }  // namespace
 
-ModelResult ModelMerge(const std::vector<ModelInput>& inputs) {
-    Model model(inputs);
-    return model.Interleave(
-        [](const Head& head) {
-            return Time{head.Record().sec, 0};
-        },
-        [&](const Head& head) { model.Append(TimeOf(head.Record()), head.Record()); }, [](Head&, Time) {});
-}
-
-ModelResult ModelSquish(const std::vector<ModelInput>& inputs, int extraCopies) {
-    Model model(inputs);
-    const auto write = [&, base = model.Base()](const Head& head) {
-        ModelRecord record = head.Record();
-        const Time out = Minus(Plus(Plus(TimeOf(record), base), head.shift), head.Start());
-        model.Append(out, record);
-        std::string& data = record.data;
-        if (extraCopies == 0 || data.size() < 32 || data.substr(12, 2) != std::string("\x08\0", 2)) {
-            return;
+ModelResult RunModel(const std::vector<ModelInput>& inputs, Algorithm algorithm) {
+    std::vector<Head> heads;
+    for (std::size_t input = 0; input < inputs.size(); ++input) {
+        if (!inputs[input].empty()) {
+            heads.push_back({input, &inputs[input]});
         }
-        const bool source = data.substr(26, 2) == "\xC0\xA8";
-        const bool destination = data.substr(30, 2) == "\xC0\xA8";
-        for (char network = 0; network < 10; ++network) {
-            const std::string prefix = {10, network};
-            data = source ? data.replace(26, 2, prefix) : data;
-            data = destination ? data.replace(30, 2, prefix) : data;
-            model.Append(out, record);
-        }
+    }
+    const Time base = heads.empty() ? Time{0, 0} : heads[0].Start();
+    const bool isMerge = algorithm == Algorithm::Merge;
+    const auto key = [isMerge](const Head& head) {
+        const Time sinceStart = Minus(TimeOf(head.Record()), head.Start());
+        return isMerge ? Time{head.Record().sec, 0} : Plus(sinceStart, head.shift);
     };
-    return model.Interleave(
-        [](const Head& head) { return Plus(Minus(TimeOf(head.Record()), head.Start()), head.shift); }, write,
-        [](Head& head, Time before) {
-            const Time now = TimeOf(head.Record());
-            if (Less(now, before)) {
-                head.shift = Minus(Plus(before, head.shift), now);
-            } else if (Less(Plus(before, head.shift), now)) {
-                head.shift = {0, 0};
-            }
-        });
+    CaptureBuilder file;
+    ModelResult result;
+    while (!heads.empty()) {
+        const auto head = std::ranges::min_element(heads, {}, key);  // the first of equals
+        const ModelRecord& record = head->Record();
+        const Time now = TimeOf(record);
+        const Time out = isMerge ? now : Minus(Plus(Plus(now, base), head->shift), head->Start());
+        for (const auto& written : algorithm == Algorithm::Squish10 ? WithCopies(record) : ModelInput{record}) {
+            file.Record(static_cast<std::int32_t>(out.sec), static_cast<std::int32_t>(out.usec),
+                        static_cast<std::uint32_t>(written.data.size()), written.origLen, written.data);
+            result.packets += 1;
+            result.bytes += written.data.size();
+        }
+        if (++head->next == head->records->size()) {
+            result.finished.push_back(head->input);
+            heads.erase(head);
+        } else if (const Time then = TimeOf(head->Record()); then < now) {
+            head->shift = Minus(Plus(now, head->shift), then);
+        } else if (then > Plus(now, head->shift)) {
+            head->shift = {0, 0};
+        }
+    }
+    result.file = file.Bytes();
+    return result;
 }

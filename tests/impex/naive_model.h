@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+enum class Algorithm { Merge, Squish, Squish10 };
+
 struct ModelRecord {
     std::int32_t sec;
     std::int32_t usec;
@@ -22,5 +24,4 @@ struct ModelResult {
     std::vector<std::size_t> finished;  // the inputs, in the order in which they end
 };
 
-ModelResult ModelMerge(const std::vector<ModelInput>& inputs);
-ModelResult ModelSquish(const std::vector<ModelInput>& inputs, int extraCopies);
+ModelResult RunModel(const std::vector<ModelInput>& inputs, Algorithm algorithm);

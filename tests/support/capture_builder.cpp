@@ -1,5 +1,6 @@
 #include "tests/support/capture_builder.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 #include <bzlib.h>
@@ -8,19 +9,20 @@
 namespace {
 
 template <typename Value>
-std::string Raw(const Value& value) {
-    return {reinterpret_cast<const char*>(&value), sizeof value};
+std::string Raw(const Value& value, bool isReversed = false) {
+    std::string bytes(reinterpret_cast<const char*>(&value), sizeof value);
+    return isReversed ? std::string(bytes.rbegin(), bytes.rend()) : bytes;
 }
 
 }  // namespace
 
-CaptureBuilder& CaptureBuilder::BigEndian() {
-    m_Swap = true;
+CaptureBuilder& CaptureBuilder::BigEndian(bool isBig) {
+    m_IsBig = isBig;
     return *this;
 }
 
 CaptureBuilder& CaptureBuilder::LinkType(std::uint32_t linkType) {
-    m_Header.linkType = linkType;
+    m_LinkType = linkType;
     return *this;
 }
 
@@ -31,13 +33,15 @@ CaptureBuilder& CaptureBuilder::Record(std::int32_t sec, std::int32_t usec, std:
 
 CaptureBuilder& CaptureBuilder::Record(std::int32_t sec, std::int32_t usec, std::uint32_t inclLen,
                                        std::uint32_t origLen, std::string_view data) {
-    const ClassicFormat::RecordHeader header{sec, usec, inclLen, origLen};
-    m_Records.append(Raw(m_Swap ? Swapped(header) : header)).append(data);
+    m_Records += Raw(sec, m_IsBig) + Raw(usec, m_IsBig) + Raw(inclLen, m_IsBig) + Raw(origLen, m_IsBig);
+    m_Records += data;
     return *this;
 }
 
 std::string CaptureBuilder::Bytes() const {
-    return Raw(m_Swap ? Swapped(m_Header) : m_Header) + m_Records;
+    const std::string version = Raw(std::uint16_t{2}, m_IsBig) + Raw(std::uint16_t{4}, m_IsBig);
+    return Raw(0xA1B2C3D4U, m_IsBig) + version + std::string(8, '\0') + Raw(65535U, m_IsBig) +
+           Raw(m_LinkType, m_IsBig) + m_Records;
 }
 
 PcapNgBuilder::PcapNgBuilder(std::uint16_t linkType, std::uint8_t ticksPerSecondPower) {
@@ -50,10 +54,11 @@ PcapNgBuilder::PcapNgBuilder(std::uint16_t linkType, std::uint8_t ticksPerSecond
     Block(1, Raw(linkType) + Raw(std::uint16_t{0}) + Raw(std::uint32_t{65535}) + resolution);
 }
 
-PcapNgBuilder& PcapNgBuilder::Packet(std::uint64_t ticks, std::string_view data) {
-    const auto length = static_cast<std::uint32_t>(data.size());
+PcapNgBuilder& PcapNgBuilder::Packet(std::uint64_t ticks, std::string_view data, std::uint32_t length) {
+    const auto captured = static_cast<std::uint32_t>(data.size());
     Block(6, Raw(std::uint32_t{0}) + Raw(static_cast<std::uint32_t>(ticks >> 32)) +
-                 Raw(static_cast<std::uint32_t>(ticks)) + Raw(length) + Raw(length) + std::string(data));
+                 Raw(static_cast<std::uint32_t>(ticks)) + Raw(captured) + Raw(std::max(captured, length)) +
+                 std::string(data));
     return *this;
 }
 
@@ -91,8 +96,8 @@ std::string Bzip2(std::string_view bytes, int blockSize) {
 }
 
 std::string Frame(std::uint16_t type, std::uint32_t source, std::uint32_t destination, std::size_t size, char fill) {
-    std::string frame = std::string(12, '\x02') + Raw(__builtin_bswap16(type)) + std::string(12, fill) +
-                        Raw(ClassicFormat::Swapped(source)) + Raw(ClassicFormat::Swapped(destination));
+    std::string frame =
+        std::string(12, '\x02') + Raw(type, true) + std::string(12, fill) + Raw(source, true) + Raw(destination, true);
     frame.resize(size, fill);
     return frame;
 }

@@ -6,13 +6,11 @@
 #include <string>
 #include <string_view>
 
-#include "iowrap/classic_format.h"
-
 // std::string bytes = CaptureBuilder().BigEndian().Record(100, 900000, "frame").Bytes();
 class CaptureBuilder {
  public:
     // These shape the global header, so they come before the records.
-    CaptureBuilder& BigEndian();
+    CaptureBuilder& BigEndian(bool isBig = true);
     CaptureBuilder& LinkType(std::uint32_t linkType);
 
     CaptureBuilder& Record(std::int32_t sec, std::int32_t usec, std::string_view data);
@@ -23,8 +21,8 @@ class CaptureBuilder {
     [[nodiscard]] std::string Bytes() const;
 
  private:
-    bool m_Swap = false;
-    ClassicFormat::FileHeader m_Header{ClassicFormat::kMagic, 2, 4, 0, 0, 65535, 1};
+    bool m_IsBig = false;
+    std::uint32_t m_LinkType = 1;
     std::string m_Records;
 };
 
@@ -33,7 +31,8 @@ class PcapNgBuilder {
  public:
     // `ticksPerSecondPower` is the resolution: 6 for microseconds, 9 for nanoseconds.
     explicit PcapNgBuilder(std::uint16_t linkType = 1, std::uint8_t ticksPerSecondPower = 6);
-    PcapNgBuilder& Packet(std::uint64_t ticks, std::string_view data);
+    // `length` is that on the wire, unless the data is longer.
+    PcapNgBuilder& Packet(std::uint64_t ticks, std::string_view data, std::uint32_t length = 0);
     [[nodiscard]] const std::string& Bytes() const { return m_Bytes; }
 
  private:
