@@ -1,6 +1,6 @@
-// The classic capture file format, defined once: the reader, the writer and the pcap-ng layer (which
-// delivers its packets in this form) share it. The tests put their files together by themselves, so
-// that an error here shows.
+// The classic capture file format, defined once: the reader, the writer and the pcap-ng layer
+// (which delivers its packets in this form) share it. The tests put their files together by
+// themselves, so that an error here shows.
 //
 // A file is a global header of 24 bytes, then records: a header of 16 bytes and the captured bytes
 // of the packet. Multi-byte fields are in the byte order of the machine that wrote the file, which
