@@ -76,6 +76,7 @@ CVeloLogger::~CVeloLogger() {
 bool CVeloLogger::Open(const std::string& path) {
     const std::lock_guard lock(m_Mutex);
     CloseStream("(closed)");
+    // Not null in between: a line that another thread has at hand waits for the new stream.
     m_pStream = std::fopen(path.c_str(), "a");
     m_FileName = path;
     return m_pStream != nullptr;
@@ -88,6 +89,7 @@ void CVeloLogger::Close() {
     }
     const std::string path = m_FileName;
     CloseStream("closed");
+    m_pStream = nullptr;
     struct stat status {};
     if (stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && status.st_size == 0) {
         unlink(path.c_str());
@@ -100,8 +102,8 @@ std::string CVeloLogger::FileName() const {
 }
 
 void CVeloLogger::CloseStream(const char* marker) {
-    if (std::FILE* const stream = m_pStream.exchange(nullptr)) {
-        std::fclose(stream);
+    if (m_pStream != nullptr) {
+        std::fclose(m_pStream);
         m_FileName = marker;
     }
 }

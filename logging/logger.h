@@ -65,7 +65,7 @@ class CVeloLogger : public CVeloWriter {
 
     // Closes the stream, if any (standard error too), and appends to `path`, made when missing.
     // False when it cannot be opened: then there is no stream, but FileName() is `path` all the
-    // same.
+    // same. Lines that other threads write meanwhile go to the one stream or the other.
     bool Open(const std::string& path);
 
     // Closes the stream, if any (standard error too), deletes the file when it is regular and
@@ -104,7 +104,7 @@ class CVeloLogger : public CVeloWriter {
     [[nodiscard]] std::unique_ptr<LogLine> Stream(int level);
 
  private:
-    void CloseStream(const char* marker);
+    void CloseStream(const char* marker);  // m_pStream is then to be set
     int WriteLine(int level, const char* message);
 
     mutable std::mutex m_Mutex;  // held while the stream is written, opened or closed
