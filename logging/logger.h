@@ -104,7 +104,7 @@ class CVeloLogger : public CVeloWriter {
     [[nodiscard]] std::unique_ptr<LogLine> Stream(int level);
 
  private:
-    void CloseStream(const char* marker);  // m_pStream is then to be set
+    void CloseStream(const char* marker);  // leaves m_pStream, which is then to be replaced
     int WriteLine(int level, const char* message);
 
     mutable std::mutex m_Mutex;  // held while the stream is written, opened or closed

@@ -141,7 +141,7 @@ TEST(LoggerTest, CloseDeletesAnEmptyFileAndTheDestructorNone) {
 }
 
 TEST(LoggerTest, ModesChooseTheStream) {
-    const ScratchDir nothingStaysOpen;
+    const DescriptorWatch nothingStaysOpen;
     std::string path;
     {
         CVeloLogger temporary(LoggerMode::TemporaryFile);

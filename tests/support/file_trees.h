@@ -48,11 +48,14 @@ inline std::ptrdiff_t OpenDescriptors() {
     return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
 }
 
-// The directory of a test that leaves no more descriptors open than it found.
-struct ScratchDir : TempDir {
-    ~ScratchDir() { EXPECT_EQ(OpenDescriptors(), m_Before); }
+// For a test that leaves no more descriptors open than it found.
+struct DescriptorWatch {
+    ~DescriptorWatch() { EXPECT_EQ(OpenDescriptors(), m_Before); }
     std::ptrdiff_t m_Before = OpenDescriptors();
 };
+
+// The directory of such a test.
+struct ScratchDir : TempDir, DescriptorWatch {};
 
 // The text of the Error that the call throws; "no error" when it returns.
 template <typename Error, typename Call, typename... Arguments>

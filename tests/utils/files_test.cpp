@@ -81,7 +81,7 @@ TEST(FileContentsTest, WriteAddsAndWriteAtOverwrites) {
 }
 
 TEST(FileContentsTest, ReadNamesWhatItCannotRead) {
-    const ScratchDir nothingStaysOpen;
+    const DescriptorWatch nothingStaysOpen;
     EXPECT_TRUE(ReadWholeFile("/proc/self/cmdline").ends_with('\0'));
     EXPECT_EQ(ErrorOf<std::runtime_error>(ReadWholeFile, "/missing"), "No such file or directory : /missing");
     EXPECT_EQ(ErrorOf<std::runtime_error>(ReadWholeFile, "/proc"), "Is a directory : /proc");
