@@ -17,7 +17,7 @@
 #include <string>
 #include <string_view>
 
-#include "iowrap/classic_format.h"
+#include "formats/classic_format.h"
 
 namespace {
 

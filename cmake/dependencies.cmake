@@ -7,6 +7,10 @@ find_package(PkgConfig REQUIRED)
 pkg_check_modules(libpcap REQUIRED IMPORTED_TARGET libpcap)
 pkg_check_modules(re2 REQUIRED IMPORTED_TARGET re2)  # its file says version 0.0.0: ask for none
 
+foreach(module IN ITEMS libisal liblzma libzstd liblz4)
+  pkg_check_modules(${module} REQUIRED IMPORTED_TARGET ${module})
+endforeach()
+
 # The pooling of the scalable allocator hides heap errors from the sanitizers, so their builds
 # link a stand-in that forwards to malloc.
 find_package(TBB CONFIG REQUIRED COMPONENTS tbbmalloc)

@@ -26,15 +26,21 @@ target_link_options(velora_flags INTERFACE -Wl,-z,relro -Wl,-z,now)
 
 # Makes one static library of the product: velora_library(name sources...). Every header among the
 # sources is public: it is installed under its folder's name, and cmake/install.cmake takes the
-# library up by itself.
+# library up by itself. Headers alone make an INTERFACE library.
 function(velora_library name)
   set(headers ${ARGN})
   list(FILTER headers INCLUDE REGEX "\\.h$")
-  add_library(velora_${name} STATIC ${ARGN})
+  set(scope PUBLIC)
+  if(headers STREQUAL "${ARGN}")
+    set(scope INTERFACE)
+    add_library(velora_${name} INTERFACE)
+  else()
+    add_library(velora_${name} STATIC ${ARGN})
+    target_link_libraries(velora_${name} PRIVATE $<BUILD_INTERFACE:velora_flags>)
+  endif()
   add_library(velora::${name} ALIAS velora_${name})
-  target_sources(velora_${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${headers})
+  target_sources(velora_${name} ${scope} FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${headers})
   set_target_properties(velora_${name} PROPERTIES EXPORT_NAME ${name})
   set_property(GLOBAL APPEND PROPERTY VELORA_LIBRARIES velora_${name})
-  target_compile_features(velora_${name} PUBLIC cxx_std_20)
-  target_link_libraries(velora_${name} PRIVATE $<BUILD_INTERFACE:velora_flags>)
+  target_compile_features(velora_${name} ${scope} cxx_std_20)
 endfunction()

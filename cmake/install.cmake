@@ -33,6 +33,7 @@ install(FILES ${PROJECT_BINARY_DIR}/velora-config.cmake ${PROJECT_BINARY_DIR}/ve
 # The linker wants a static library before those that it calls, so a library is written down when no
 # other that is still waiting links it.
 set(VELORA_LINK_FLAGS "")
+list(REMOVE_ITEM libraries velora_formats)  # headers only
 while(libraries)
   set(waiting ${libraries})
   foreach(library IN LISTS libraries)

@@ -2,7 +2,7 @@
 //
 // Reading: classic files of either byte order, pcap-ng, and gzip or bzip2 of classic files, told
 // apart by the suffix of the path and the magic number. Writing: a classic little-endian file with
-// microseconds (iowrap/classic_format.h).
+// microseconds (formats/classic_format.h).
 //
 //     CImpex_Libpcap input;
 //     if (input.OpenInput("a.pcap.gz")) {
@@ -24,7 +24,7 @@
 #include <string>
 
 #include "impex/packet_header.h"
-#include "iowrap/classic_format.h"
+#include "formats/classic_format.h"
 #include "iowrap/io_wrap.h"
 
 class CImpex_Libpcap {

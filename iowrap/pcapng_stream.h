@@ -9,7 +9,7 @@
 
 #include <pcap/pcap.h>
 
-#include "iowrap/classic_format.h"
+#include "formats/classic_format.h"
 #include "iowrap/io_wrap.h"
 
 class CIOWrap_PcapNG : public CIOWrap {

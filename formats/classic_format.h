@@ -1,11 +1,10 @@
-// The classic capture file format, defined once: the reader, the writer and the pcap-ng layer
-// (which delivers its packets in this form) share it. The tests put their files together by
-// themselves, so that an error here shows.
+// The classic capture file format, defined once for all readers and writers. The tests put their
+// files together by themselves, so that an error here shows.
 //
 // A file is a global header of 24 bytes, then records: a header of 16 bytes and the captured bytes
 // of the packet. Multi-byte fields are in the byte order of the machine that wrote the file, which
 // the magic number tells. Described in pcap-savefile(5) and the capture-file draft
-// (draft-ietf-opsawg-pcap).
+// (draft-ietf-opsawg-pcap); the two magic numbers below kMagic are later additions to it.
 
 #pragma once
 
@@ -16,6 +15,10 @@ namespace ClassicFormat {
 // The magic number as a little-endian machine reads it.
 inline constexpr std::uint32_t kMagic = 0xA1B2C3D4;
 inline constexpr std::uint32_t kMagicSwapped = 0xD4C3B2A1;
+inline constexpr std::uint32_t kMagicNanoseconds = 0xA1B23C4D;
+// Microseconds, but record headers of 24 bytes: behind the usual fields an interface index (4
+// bytes), a protocol (2), a packet type (1) and padding (1).
+inline constexpr std::uint32_t kMagicModified = 0xA1B2CD34;
 // The first four bytes of a pcap-ng file: its Section Header Block type, the same in both orders.
 inline constexpr std::uint32_t kMagicPcapNg = 0x0A0D0D0A;
 

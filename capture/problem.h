@@ -1,0 +1,37 @@
+// What is wrong with an input or an output, as a value: what kind of thing happened, where, and why
+// in words. Reading and writing captures gives these back or tells them to a sink of the caller's;
+// nothing here throws for what a file can hold, and nothing answers with a bare false.
+
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+namespace velora::capture {
+
+enum class ProblemKind : std::uint8_t {
+    kCannotRead,     // it could not be opened, or reading failed
+    kNoCapture,      // its bytes are no capture that is read here
+    kDamage,         // it is a capture up to a place, and not behind it
+    kWrongChecksum,  // what was read up to a place is whole, but may be wrong
+    kLeftOut,        // records that do not fit the output were left out
+    kOutOfPlace,     // records stand in the output behind later ones
+    kTimeChanged,    // records have another time in the output than in the input
+    kNote,           // nothing is missing; worth knowing all the same
+};
+
+// One thing that happened to one input or output. Numbers that `text` names stand beside it for
+// programs.
+struct Problem {
+    ProblemKind kind = ProblemKind::kNote;
+    std::string text;           // what happened, without the path, without a line end
+    std::uint64_t records = 0;  // kDamage, kWrongChecksum, kCannotRead: those read whole before it;
+                                // kLeftOut, kOutOfPlace, kTimeChanged: those that it happened to
+    std::uint64_t offset = 0;   // kDamage, kCannotRead: the byte of the decompressed capture
+};
+
+// Who is told. Called in the thread that looks at the records, never by a worker.
+using ProblemSink = std::function<void(const Problem&)>;
+
+}  // namespace velora::capture

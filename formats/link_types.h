@@ -1,0 +1,31 @@
+// Link types: what the captured bytes of a record begin with. The numbers are the LINKTYPE_
+// registry of https://www.tcpdump.org/linktypes.html; only those that some code here treats in a
+// way of its own have a name.
+
+#pragma once
+
+#include <cstdint>
+
+namespace LinkType {
+
+inline constexpr std::uint32_t kBsdLoopback = 0;  // address family (4 bytes, writer's byte order)
+inline constexpr std::uint32_t kEthernet = 1;
+inline constexpr std::uint32_t kRawIp = 101;            // an IPv4 or IPv6 header
+inline constexpr std::uint32_t kOpenBsdLoopback = 108;  // address family, big-endian
+inline constexpr std::uint32_t kLinuxCooked = 113;
+inline constexpr std::uint32_t kIpv4 = 228;
+inline constexpr std::uint32_t kDbus = 231;
+inline constexpr std::uint32_t kUsbPcap = 249;
+inline constexpr std::uint32_t kLinuxCooked2 = 276;
+
+// The field of a classic file header: the link type is its low 26 bits; the six above tell of frame
+// check sequences behind the packets.
+inline constexpr std::uint32_t kTypeMask = 0x03FFFFFF;
+inline constexpr std::uint32_t kFcsMask = ~kTypeMask;
+
+// 12 and 14 are what some systems wrote for raw IP before 101 was agreed upon.
+constexpr std::uint32_t Canonical(std::uint32_t linkType) {
+    return linkType == 12 || linkType == 14 ? kRawIp : linkType;
+}
+
+}  // namespace LinkType
