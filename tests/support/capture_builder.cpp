@@ -1,10 +1,14 @@
 #include "tests/support/capture_builder.h"
 
 #include <algorithm>
+#include <memory>
 #include <stdexcept>
 
 #include <bzlib.h>
+#include <lz4frame.h>
+#include <lzma.h>
 #include <zlib.h>
+#include <zstd.h>
 
 namespace {
 
@@ -90,6 +94,49 @@ std::string Bzip2(std::string_view bytes, int blockSize) {
     if (BZ2_bzBuffToBuffCompress(out.data(), &length, const_cast<char*>(bytes.data()),
                                  static_cast<unsigned>(bytes.size()), blockSize, 0, 0) != BZ_OK) {
         throw std::runtime_error("BZ2_bzBuffToBuffCompress");
+    }
+    out.resize(length);
+    return out;
+}
+
+std::string Xz(std::string_view bytes) {
+    lzma_stream stream = LZMA_STREAM_INIT;
+    std::string out(lzma_stream_buffer_bound(bytes.size()), '\0');
+    stream.next_in = reinterpret_cast<const std::uint8_t*>(bytes.data());
+    stream.avail_in = bytes.size();
+    stream.next_out = reinterpret_cast<std::uint8_t*>(out.data());
+    stream.avail_out = out.size();
+    const bool isWhole = lzma_easy_encoder(&stream, 0, LZMA_CHECK_CRC64) == LZMA_OK &&
+                         lzma_code(&stream, LZMA_FINISH) == LZMA_STREAM_END;
+    out.resize(stream.total_out);
+    lzma_end(&stream);
+    if (!isWhole) {
+        throw std::runtime_error("lzma_code");
+    }
+    return out;
+}
+
+std::string Zstd(std::string_view bytes) {
+    const std::unique_ptr<ZSTD_CCtx, decltype(&ZSTD_freeCCtx)> context(ZSTD_createCCtx(), ZSTD_freeCCtx);
+    ZSTD_CCtx_setParameter(context.get(), ZSTD_c_checksumFlag, 1);
+    std::string out(ZSTD_compressBound(bytes.size()), '\0');
+    const std::size_t length = ZSTD_compress2(context.get(), out.data(), out.size(), bytes.data(), bytes.size());
+    if (ZSTD_isError(length) != 0) {
+        throw std::runtime_error("ZSTD_compress2");
+    }
+    out.resize(length);
+    return out;
+}
+
+std::string Lz4(std::string_view bytes, bool hasBlockChecksums) {
+    LZ4F_preferences_t preferences = LZ4F_INIT_PREFERENCES;
+    preferences.frameInfo.blockSizeID = LZ4F_max64KB;
+    preferences.frameInfo.contentChecksumFlag = LZ4F_contentChecksumEnabled;
+    preferences.frameInfo.blockChecksumFlag = hasBlockChecksums ? LZ4F_blockChecksumEnabled : LZ4F_noBlockChecksum;
+    std::string out(LZ4F_compressFrameBound(bytes.size(), &preferences), '\0');
+    const std::size_t length = LZ4F_compressFrame(out.data(), out.size(), bytes.data(), bytes.size(), &preferences);
+    if (LZ4F_isError(length) != 0) {
+        throw std::runtime_error("LZ4F_compressFrame");
     }
     out.resize(length);
     return out;

@@ -44,6 +44,12 @@ class PcapNgBuilder {
 [[nodiscard]] std::string Gzip(std::string_view bytes);
 // `blockSize` (1 to 9) is in units of 100 kB.
 [[nodiscard]] std::string Bzip2(std::string_view bytes, int blockSize = 9);
+// One stream with a CRC-64.
+[[nodiscard]] std::string Xz(std::string_view bytes);
+// One frame with a checksum.
+[[nodiscard]] std::string Zstd(std::string_view bytes);
+// One frame with a checksum, in blocks of 64 KiB.
+[[nodiscard]] std::string Lz4(std::string_view bytes, bool hasBlockChecksums = false);
 
 // An Ethernet frame of at least 34 bytes with the given type and IPv4 addresses, filled up with
 // `fill`.
