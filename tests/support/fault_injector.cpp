@@ -1,8 +1,9 @@
 // Makes a chosen call of its process fail: preloaded into the tool, or linked into a test.
 //
 // SEAMTOOL_FAULT is "<call> <k>": the k-th <call> of the process fails, or "<call> <k>+": that one and all
-// that follow. A failing close still closes. At a normal end of the process SEAMTOOL_FAULT_REPORT, a path,
-// gets "<calls that failed> <descriptors still open>". A test calls ArmFault() instead.
+// that follow. Up to four, each of another call, stand one behind the other: "linkat 1+ renameat2 2". A failing
+// close still closes. At a normal end of the process SEAMTOOL_FAULT_REPORT, a path, gets "<calls that failed>
+// <descriptors still open>". A test calls ArmFault() instead.
 
 #include <cerrno>
 #include <cstdarg>
@@ -21,18 +22,26 @@
 
 namespace {
 
-char g_call[32];
-int g_which = 0;  // 0: no call is to fail
-bool g_forGood = false;
-int g_seen = 0;
+struct Plan {
+    char call[32];
+    int which;
+    bool forGood;
+    int seen;
+};
+Plan g_plans[4];
+int g_planned = 0;
 int* g_failed = nullptr;  // shared with the children that are forked
 
 int Arm(const char* plan) {
-    char suffix = ' ';
-    g_which = g_seen = 0;
+    g_planned = 0;
     const int before = std::exchange(*g_failed, 0);
-    if (plan != nullptr && std::sscanf(plan, "%31s %d%c", g_call, &g_which, &suffix) >= 2) {
-        g_forGood = suffix == '+';
+    Plan next{};
+    for (int length = 0;
+         plan != nullptr && g_planned < 4 && std::sscanf(plan, "%31s %d%n", next.call, &next.which, &length) == 2;) {
+        plan += length;
+        next.forGood = *plan == '+';
+        plan += next.forGood ? 1 : 0;
+        g_plans[g_planned++] = next;
     }
     return before;
 }
@@ -44,16 +53,18 @@ __attribute__((constructor)) void ReadPlan() {
 }
 
 bool Fails(const char* call, int error) {
-    if (g_which == 0 || std::strcmp(call, g_call) != 0) {
-        return false;
+    for (int at = 0; at < g_planned; ++at) {
+        Plan& plan = g_plans[at];
+        if (std::strcmp(call, plan.call) == 0) {
+            plan.seen += 1;
+            if (plan.seen == plan.which || (plan.forGood && plan.seen > plan.which)) {
+                *g_failed += 1;
+                errno = error;
+                return true;
+            }
+        }
     }
-    g_seen += 1;
-    if (g_seen != g_which && !(g_forGood && g_seen > g_which)) {
-        return false;
-    }
-    *g_failed += 1;
-    errno = error;
-    return true;
+    return false;
 }
 
 // glibc's error indicator of a stream, which ferror tells: libbz2 reads on until it or the end shows.
@@ -65,7 +76,7 @@ Function Real(Function /*same type*/, const char* name) {
 }
 
 __attribute__((destructor)) void Report() {
-    g_which = 0;
+    g_planned = 0;
     const auto descriptors = std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}) - 1;  // its own
     if (const char* const path = std::getenv("SEAMTOOL_FAULT_REPORT")) {
         std::ofstream(path) << *g_failed << ' ' << descriptors;
@@ -101,6 +112,12 @@ FAULTY(int, select, (int n, fd_set* in, fd_set* out, fd_set* other, timeval* lim
 FAULTY(int, creat, (const char* path, mode_t mode), (path, mode), ENOSPC, -1)
 FAULTY(int, rename, (const char* from, const char* to), (from, to), EXDEV, -1)
 FAULTY(int, unlink, (const char* path), (path), EIO, -1)
+FAULTY(int, linkat, (int from, const char* a, int to, const char* b, int flags), (from, a, to, b, flags), EPERM, -1)
+FAULTY(int, renameat2, (int from, const char* a, int to, const char* b, unsigned flags), (from, a, to, b, flags),
+       EINVAL, -1)
+FAULTY(int, unlinkat, (int directory, const char* path, int flags), (directory, path, flags), EIO, -1)
+FAULTY(int, fallocate, (int fd, int mode, off_t offset, off_t size), (fd, mode, offset, size), EOPNOTSUPP, -1)
+FAULTY(int, ftruncate, (int fd, off_t size), (fd, size), EIO, -1)
 FAULTY(void*, scalable_malloc, (size_t size), (size), ENOMEM, nullptr)
 
 #define FAULTY_OPEN(name)                                                                 \
@@ -115,6 +132,28 @@ FAULTY(void*, scalable_malloc, (size_t size), (size), ENOMEM, nullptr)
 
 FAULTY_OPEN(open)
 FAULTY_OPEN(open64)
+
+#define FAULTY_OPENAT(name)                                                               \
+    extern "C" int name(int directory, const char* path, int flags, ...) {                \
+        std::va_list arguments;                                                           \
+        va_start(arguments, flags);                                                       \
+        const auto mode = static_cast<mode_t>(va_arg(arguments, int)); /* maybe unused */ \
+        va_end(arguments);                                                                \
+        static const auto kReal = Real(&name, #name);                                     \
+        return Fails(#name, EOPNOTSUPP) ? -1 : kReal(directory, path, flags, mode);       \
+    }
+
+FAULTY_OPENAT(openat)
+FAULTY_OPENAT(openat64)
+
+extern "C" int fcntl(int fd, int command, ...) {
+    std::va_list arguments;
+    va_start(arguments, command);
+    void* const argument = va_arg(arguments, void*);  // or an int, or none
+    va_end(arguments);
+    static const auto kReal = Real(&fcntl, "fcntl");
+    return Fails("fcntl", EMFILE) ? -1 : kReal(fd, command, argument);
+}
 
 #if !IS_SANITIZED  // a sanitizer has its own allocator, and needs it before this library is ready
 extern "C" void* __libc_malloc(size_t size);  // dlsym allocates, so malloc cannot look itself up

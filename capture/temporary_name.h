@@ -1,0 +1,51 @@
+// TemporaryName: a name in a directory for a file that is not yet what it will be. It is removed at
+// the end of its scope, and by RemoveAll() when a signal ends the process.
+//
+// A name is registered for RemoveAll() before its file is created, and until nothing bears it any
+// more; it is random enough never to be another file's. So a handler that interrupts the owner at
+// any place finds what is there. That holds for a handler in the owner's own thread: a program with
+// several blocks the signal in all others.
+
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+namespace velora::capture {
+
+class TemporaryName {
+ public:
+    static constexpr int kMostNames = 8;  // at a time, in a process
+
+    // No name.
+    TemporaryName() = default;
+    // A hidden name beside `name` in the open directory, which outlives this object:
+    // ".out.pcap.seamtool-k3vq0x7m2b", never above 128 bytes. Creating the file is the caller's.
+    // There is no name when there are too many, or the system gives no random bytes.
+    TemporaryName(int directory, std::string_view name);
+
+    TemporaryName(TemporaryName&& other) noexcept;
+    TemporaryName& operator=(TemporaryName&& other) noexcept;
+    TemporaryName(const TemporaryName&) = delete;
+    TemporaryName& operator=(const TemporaryName&) = delete;
+    ~TemporaryName() { static_cast<void>(Remove()); }
+
+    explicit operator bool() const { return m_Slot >= 0; }
+    [[nodiscard]] const char* Get() const;
+
+    // Removes the file of that name, if there is one, and ends the name. Gives an errno value, 0
+    // when no file has the name now.
+    [[nodiscard]] int Remove() noexcept;
+
+    // Removes the files of all names. For the handler of a signal that ends the process: it
+    // allocates nothing, takes no lock, and leaves errno as it was.
+    static void RemoveAll() noexcept;
+
+ private:
+    int m_Slot = -1;
+};
+
+// The longest beginning of `name` of at most `most` bytes that cuts no UTF-8 character.
+[[nodiscard]] std::string_view BeginningOf(std::string_view name, std::size_t most);
+
+}  // namespace velora::capture
