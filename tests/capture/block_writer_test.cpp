@@ -2,40 +2,16 @@
 
 #include "capture/block_writer.h"
 
-#include <atomic>
-#include <functional>
+#include <algorithm>
 #include <random>
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "tests/capture/string_sink.h"
+
 namespace velora::capture {
 namespace {
-
-class StringSink final : public ByteSink {
- public:
-    OutputOutcome Write(std::span<const std::uint8_t> bytes) override {
-        if (++calls >= failingCall) {
-            return {.kind = OutputOutcome::Kind::kCannot, .error = EIO, .text = "write " + std::to_string(calls)};
-        }
-        content.append(bytes.begin(), bytes.end());
-        return {};
-    }
-    OutputOutcome Finish() override {
-        isFinished = true;
-        return finish;
-    }
-
-    std::string content;
-    std::atomic<int> calls = 0;
-    int failingCall = 1 << 30;
-    bool isFinished = false;
-    OutputOutcome finish;
-};
-
-std::span<const std::uint8_t> BytesOf(std::string_view text) {
-    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
-}
 
 TEST(BlockWriterTest, GivesAllBytesInOrder) {
     const unsigned seed = std::random_device()();

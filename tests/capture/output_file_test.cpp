@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "tests/capture/string_sink.h"
 #include "tests/support/limits.h"
 #include "tests/support/temp_dir.h"
 
@@ -42,10 +43,6 @@ bool HoldsContent(const std::string& path) {
     std::string found(kContent.size() + 1, '\0');
     std::ifstream(path, std::ios::binary).read(found.data(), static_cast<std::streamsize>(found.size()));
     return found == kContent + '\0' && std::filesystem::file_size(path) == kContent.size();
-}
-
-std::span<const std::uint8_t> BytesOf(std::string_view text) {
-    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
 // Writes the content in pieces, and finishes even after a failure, which has to be told again.
