@@ -132,3 +132,33 @@ write("interface_rates", {
     "beyond_64_bits": "\0" + ip_link % (2**63, 1) + "\0" + eth % (1, -1),
     "minimal": "\0" "1: a:\n\n\n 5\n\n 6\n1: b:\n\n\n 7\n\n 8\n",
 })
+
+# A byte for the link type (fuzz/address_copies.cpp lists them), and a packet; sums as they come.
+ethernet, loopback, raw, cooked, cooked2 = b"\1", b"\0", b"\4", b"\6", b"\x08"
+mac = bytes(12)
+
+
+def ipv4(protocol, segment, options=b"", fragment=0, length=None):
+    size = 20 + len(options)
+    return struct.pack(">BBHHHBBHII", 0x40 + size // 4, 0, size + len(segment) if length is None else length,
+                       1, fragment, 64, protocol, 0x1234, 0xC0A80702, 0xCB007109) + options + segment
+
+
+tcp = struct.pack(">HHIIHHHH", 1234, 80, 1, 2, 0x5010, 500, 0x1234, 0)
+udp = struct.pack(">HHHH", 1234, 53, 9, 0x1234) + b"x"
+dccp = struct.pack(">HHBBHBBHI", 1234, 5001, 4, 0, 0x1234, 5, 0, 0, 7)
+write("address_copies", {
+    "web": ethernet + web[40:],
+    "tags": ethernet + mac + bytes.fromhex("88A80001 81000002 91000003 0800") + ipv4(6, tcp),
+    "cooked": cooked + bytes(14) + b"\x08\0" + ipv4(17, udp),
+    "cooked_tag": cooked + bytes(14) + bytes.fromhex("81000007 0800") + ipv4(136, udp),
+    "cooked2_tag": cooked2 + b"\x81\0" + bytes(18) + bytes.fromhex("00070800") + ipv4(33, dccp),
+    "loopback": loopback + b"\2\0\0\0" + ipv4(17, udp, length=0),
+    "loopback_big_endian": loopback + b"\0\0\0\2" + ipv4(17, udp, length=27),
+    "no_sum": raw + ipv4(17, udp[:6] + b"\0\0"),
+    "options": raw + ipv4(6, tcp, options=bytes.fromhex("01440C05 00000000 00000000 00000000")),
+    "route": raw + ipv4(6, tcp, options=bytes.fromhex("01830704 C0A80507")),
+    "fragments": raw + ipv4(17, udp, fragment=0x2000),
+    "later_fragment": raw + ipv4(17, udp, fragment=0x2001),
+    "cut": raw + ipv4(6, tcp)[:37],
+})

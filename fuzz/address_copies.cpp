@@ -1,0 +1,129 @@
+// The ten copies of a record, held against sums counted from nothing. An input: a byte for the link
+// type (its remainder by the number of those below), then the captured bytes.
+
+#include "exact/address_copies.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "exact/ipv4_place.h"
+#include "fuzz/fuzz_support.h"
+#include "tests/exact/naive_checksum.h"
+
+using fuzz::Check;
+using velora::exact::AddressCopies;
+
+namespace {
+
+constexpr std::uint32_t kLinkTypes[] = {0, 1, 12, 14, 101, 108, 113, 228, 276, 147};
+constexpr std::size_t kAddresses = 12;
+constexpr std::size_t kHeader = 20;
+
+// An IPv4 packet, from its header on, that may be cut.
+struct Packet {
+    explicit Packet(std::string_view captured) : bytes(captured) {
+        protocol = Byte(9);
+        isUdp = protocol == 17 || protocol == 136;
+        const std::size_t at = headerLength + (protocol == 6 ? 16 : 6);
+        const unsigned totalLength = Byte(2) * 256U + Byte(3);
+        const bool isLater = (Byte(6) & 0x1FU) != 0 || Byte(7) != 0;
+        if ((protocol == 6 || protocol == 33 || isUdp) && at + 2 <= bytes.size() && !isLater &&
+            (totalLength == 0 || at + 2 <= totalLength) &&
+            !(isUdp && Byte(at) == 0 && Byte(at + 1) == 0)) {
+            sumAt = at;
+        }
+    }
+
+    [[nodiscard]] std::uint8_t Byte(std::size_t at) const {
+        return static_cast<std::uint8_t>(bytes[at]);
+    }
+
+    // What all covered words add up to, the sum's own field included: 0 for a sum that is right and
+    // covers what was captured, and how wrong it is else.
+    [[nodiscard]] std::uint64_t HeaderFault() const {
+        return SumOfWords(bytes.substr(0, headerLength)) % 65535;
+    }
+    [[nodiscard]] std::uint64_t TransportFault(std::size_t addresses) const {
+        const std::uint64_t length = bytes.size() - headerLength;
+        return (SumOfWords(bytes.substr(kAddresses, addresses)) + protocol + length % 65535 +
+                SumOfWords(bytes.substr(headerLength))) %
+               65535;
+    }
+    // An option's type anywhere among the options will do.
+    [[nodiscard]] bool MayHaveRoute() const {
+        return bytes.substr(kHeader, headerLength - kHeader).find_first_of("\x83\x89") !=
+               std::string_view::npos;
+    }
+
+    std::string_view bytes;
+    std::size_t headerLength = (Byte(0) & 0x0FU) * std::size_t{4};
+    std::uint8_t protocol = 0;
+    bool isUdp = false;
+    std::optional<std::size_t> sumAt;  // the transport sum, where it is to be updated
+};
+
+// The captured address as it is in the copy.
+std::string Moved(std::string_view address, std::uint8_t network) {
+    const bool isCopied = address.starts_with("\xC0\xA8");
+    return (isCopied ? std::string{10, static_cast<char>(network)} : std::string()) +
+           std::string(address.substr(isCopied ? 2 : 0));
+}
+
+// A sum of zero has one form for each protocol.
+void CheckForm(const Packet& copy, std::size_t at, bool isUdp) {
+    Check(copy.Byte(at) != copy.Byte(at + 1) || copy.Byte(at) != (isUdp ? 0x00 : 0xFF),
+          "zero is written as the protocol does");
+}
+
+void CheckCopy(const Packet& original, std::string_view bytes, std::uint8_t network) {
+    const Packet copy(bytes);
+    std::string expected(original.bytes);
+    expected.replace(kAddresses, 8,
+                     Moved(original.bytes.substr(12, 4), network) +
+                         Moved(original.bytes.substr(16, 4), network));
+    expected.replace(10, 2, copy.bytes.substr(10, 2));
+    if (original.sumAt) {
+        expected.replace(*original.sumAt, 2, copy.bytes.substr(*original.sumAt, 2));
+        CheckForm(copy, *original.sumAt, original.isUdp);
+        Check(copy.TransportFault(8) == original.TransportFault(8) ||
+                  (original.MayHaveRoute() && copy.TransportFault(4) == original.TransportFault(4)),
+              "the transport sum is as right as it was");
+    }
+    Check(bytes == expected, "only addresses and sums differ");
+    CheckForm(copy, 10, false);
+    Check(copy.HeaderFault() == original.HeaderFault(), "the header's sum is as right as it was");
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    if (size == 0) {
+        return 0;
+    }
+    const std::uint32_t linkType = kLinkTypes[data[0] % std::size(kLinkTypes)];
+    const std::vector<std::uint8_t> record(data + 1, data + size);
+    const auto copies = AddressCopies::Plan(linkType, record);
+    const auto header = velora::exact::FindIpv4(linkType, record);
+    if (!header) {
+        Check(!copies, "a copy needs an IPv4 header");
+        return 0;
+    }
+    Check(*header + kHeader <= record.size() && record[*header] >= 0x45 && record[*header] < 0x50,
+          "the header is one");
+    const std::string whole(record.begin(), record.end());
+    const std::string_view packet = std::string_view(whole).substr(*header);
+    const bool isInside =
+        packet.substr(12).starts_with("\xC0\xA8") || packet.substr(16).starts_with("\xC0\xA8");
+    Check(copies.has_value() == isInside, "copied for its addresses");
+    std::vector<std::uint8_t> copy = record;
+    for (std::uint8_t network = 0; copies && network < AddressCopies::kNetworks; ++network) {
+        copies->Apply(network, copy);
+        const std::string bytes(copy.begin(), copy.end());
+        Check(bytes.starts_with(whole.substr(0, *header)), "the link header stays");
+        CheckCopy(Packet(packet), std::string_view(bytes).substr(*header), network);
+    }
+    return 0;
+}
