@@ -75,7 +75,7 @@ const Body kBodies[] = {
     {.about = "the most options", .protocol = kUdp, .options = kMostOptions},
     {.about = "a first fragment", .protocol = kUdp, .fragment = 0x2000},
     {.about = "the second fragment", .protocol = kUdp, .isSumKept = true, .fragment = 1},
-    {.about = "the last possible one", .protocol = kTcp, .isSumKept = true, .fragment = 0x1FFF},
+    {.about = "a fragment far behind", .protocol = kTcp, .isSumKept = true, .fragment = 0x1000},
     {.about = "length 0", .protocol = kTcp, .totalLength = 0},
     {.about = "length ends within TCP's sum", .protocol = kTcp, .isSumKept = true, .totalLength = 37},
     {.about = "length ends behind TCP's sum", .protocol = kTcp, .totalLength = 38},
