@@ -41,11 +41,9 @@ const Link kLinks[] = {
     {"cooked 2, two tags", 276, "81000000000000020001000602000000000100000001910000020800"},
     {"loopback, little-endian", 0, "02000000"},
     {"loopback, big-endian", 0, "00000002"},
-    {"OpenBSD loopback", 108, "00000002"},
-    {"OpenBSD loopback, swapped", 108, "02000000"},
+    {"OpenBSD loopback", 108, "02000000"},
     {"raw", 101, ""},
-    {"raw by an old number", 12, ""},
-    {"raw by another", 14, ""},
+    {"raw by an old number", 14, ""},
     {"IPv4", 228, ""},
 };
 
@@ -133,16 +131,15 @@ std::uint32_t Moved(std::uint32_t address, unsigned network) {
     return address / 65536 == 0xC0A8 ? (0x0A00 + network) * 65536U + address % 65536 : address;
 }
 
-std::optional<AddressCopies> Plan(std::uint32_t linkType, const std::string& record) {
+// The copy, or nothing when the record gets none.
+std::string Copy(std::uint32_t linkType, const std::string& record, unsigned network) {
     // A block of the record's own size: the sanitizers see what reads past it.
-    const std::vector<std::uint8_t> captured(record.begin(), record.end());
-    return AddressCopies::Plan(linkType, captured);
-}
-
-std::string Applied(const AddressCopies& copies, unsigned network, const std::string& record) {
-    std::vector<std::uint8_t> copy(record.begin(), record.end());
-    copies.Apply(static_cast<std::uint8_t>(network), copy);
-    return {copy.begin(), copy.end()};
+    std::vector<std::uint8_t> bytes(record.begin(), record.end());
+    const auto copies = AddressCopies::Plan(linkType, bytes);
+    if (copies) {
+        copies->Apply(static_cast<std::uint8_t>(network), bytes);
+    }
+    return copies ? std::string(bytes.begin(), bytes.end()) : "";
 }
 
 // The record cut at every length, the ten copies of each.
@@ -155,13 +152,10 @@ void CheckAllCuts(const Link& link, const Body& body, std::uint32_t from, std::u
         const std::string updated = front + Packet(body, newFrom, newTo, newFrom, newTo);
         const std::string kept = front + Packet(body, newFrom, newTo, from, to);
         for (std::size_t cut = 0; cut <= whole.size(); ++cut) {
-            const std::string about = std::string(link.about) + ", " + body.about + ", cut to " + std::to_string(cut);
-            const auto copies = Plan(link.type, whole.substr(0, cut));
-            ASSERT_EQ(copies.has_value(), cut >= front.size() + 20) << about;
             const bool isKept = body.isSumKept || cut < front.size() + SumAt(body) + 2;
-            ASSERT_TRUE(!copies ||
-                        Applied(*copies, network, whole.substr(0, cut)) == (isKept ? kept : updated).substr(0, cut))
-                << about << ", network " << network;
+            const std::string expected = cut < front.size() + 20 ? "" : (isKept ? kept : updated).substr(0, cut);
+            ASSERT_EQ(Copy(link.type, whole.substr(0, cut), network), expected)
+                << link.about << ", " << body.about << ", cut to " << cut << ", network " << network;
         }
     }
 }
@@ -212,18 +206,15 @@ TEST(AddressCopiesTest, HaveSumsThatTsharkFindsRight) {
          "4500001EEE660000408846E00A07FF00CB00710904D2162E00007D8421D7"},
     };
     for (const auto& row : rows) {
-        const std::string record = MiscUtils::HexToBytes(row.captured);
-        const auto copies = Plan(row.type, record);
-        EXPECT_EQ(MiscUtils::BytesToHex(copies ? Applied(*copies, 7, record) : ""), row.copy) << row.about;
+        EXPECT_EQ(MiscUtils::BytesToHex(Copy(row.type, MiscUtils::HexToBytes(row.captured), 7)), row.copy) << row.about;
     }
 }
 
-TEST(AddressCopiesTest, FollowRfc1624) {
-    static_assert(UpdatedChecksum(0xDD2F, ChecksumChange(0x5555, 0x3285)) == 0x0000);
-    static_assert(UpdatedChecksum(0x0000, ChecksumChange(0x3285, 0x5555)) == 0xDD2F);
-    static_assert(UpdatedChecksum(0xFFFF, ChecksumChange(0x3285, 0x5555)) == 0xDD2F, "the other zero");
-    static_assert(UpdatedChecksum(0xFFFF, ChecksumChange(0xFFFFFFFF, 0)) == 0, "never the other zero");
-}
+// The examples of RFC 1624, and both forms of zero.
+static_assert(UpdatedChecksum(0xDD2F, ChecksumChange(0x5555, 0x3285)) == 0x0000);
+static_assert(UpdatedChecksum(0x0000, ChecksumChange(0x3285, 0x5555)) == 0xDD2F);
+static_assert(UpdatedChecksum(0xFFFF, ChecksumChange(0x3285, 0x5555)) == 0xDD2F);
+static_assert(UpdatedChecksum(0xFFFF, ChecksumChange(0xFFFFFFFF, 0)) == 0x0000);
 
 TEST(AddressCopiesTest, AreNotMadeOfOtherPackets) {
     const std::string ethernet = kLinks[0].header;
@@ -243,22 +234,18 @@ TEST(AddressCopiesTest, AreNotMadeOfOtherPackets) {
         {"the last inside and the first above", 1, ethernet + start + "C0A8FFFFC0A90000", true},
         {"version 6", 101, "6" + packet.substr(1)},
         {"header of 4 words", 101, "44" + packet.substr(2)},
-        {"header of 15 words, 5 captured", 101, "4F" + packet.substr(2), true},
         {"IPv6's type", 1, mac + "86DD" + packet},
         {"a tag of another kind", 1, mac + "920000010800" + packet},
         {"a tag without an end", 1, mac + "810000018100"},
-        {"tags up to the end", 1, mac + "8100000181000001810000018100000181000001"},
-        {"cooked, of another type", 113, "000000010006020000000001000086DD" + packet},
         {"cooked, Frame Relay", 113, "00000302000602000000000100000800" + packet},
         {"cooked, radiotap", 113, "00000323000602000000000100000800" + packet},
         {"cooked 2, netlink", 276, "0800000000000002033800060200000000010000" + packet},
         {"loopback, family 24", 0, "18000000" + packet},
         {"loopback, a family that is no such number", 0, "00020000" + packet},
         {"a link type nobody knows", 147, packet},
-        {"no bytes", 1, ""},
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(Plan(row.type, MiscUtils::HexToBytes(row.record)).has_value(), row.isCopied) << row.about;
+        EXPECT_EQ(!Copy(row.type, MiscUtils::HexToBytes(row.record), 0).empty(), row.isCopied) << row.about;
     }
 }
 
