@@ -5,6 +5,8 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
+#include <utility>
 
 namespace LinkType {
 
@@ -26,6 +28,40 @@ inline constexpr std::uint32_t kFcsMask = ~kTypeMask;
 // 12 and 14 are what some systems wrote for raw IP before 101 was agreed upon.
 constexpr std::uint32_t Canonical(std::uint32_t linkType) {
     return linkType == 12 || linkType == 14 ? kRawIp : linkType;
+}
+
+// For messages: "1 (Ethernet)", or the number alone.
+[[nodiscard]] inline std::string Shown(std::uint32_t linkType) {
+    constexpr std::pair<std::uint32_t, const char*> kNames[] = {
+        {kBsdLoopback, "BSD loopback"},
+        {kEthernet, "Ethernet"},
+        {9, "PPP"},
+        {10, "FDDI"},
+        {kRawIp, "raw IP"},
+        {104, "Cisco HDLC"},
+        {105, "802.11"},
+        {kOpenBsdLoopback, "OpenBSD loopback"},
+        {kLinuxCooked, "Linux cooked"},
+        {127, "802.11 with radiotap"},
+        {147, "user 0"},
+        {187, "Bluetooth H4"},
+        {189, "USB, Linux"},
+        {195, "802.15.4"},
+        {220, "USB, Linux, padded"},
+        {227, "CAN"},
+        {kIpv4, "IPv4"},
+        {229, "IPv6"},
+        {kDbus, "D-Bus"},
+        {239, "netfilter log"},
+        {kUsbPcap, "USBPcap"},
+        {253, "netlink"},
+        {kLinuxCooked2, "Linux cooked v2"}};
+    for (const auto& [number, name] : kNames) {
+        if (number == linkType) {
+            return std::to_string(linkType) + " (" + name + ")";
+        }
+    }
+    return std::to_string(linkType);
 }
 
 }  // namespace LinkType

@@ -17,6 +17,7 @@
 #include <utility>
 
 #include <dirent.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -98,6 +99,25 @@ using UniqueFile = std::unique_ptr<std::FILE, detail::CloseFile>;
 
 // Owns an open directory.
 using UniqueDir = std::unique_ptr<DIR, detail::CloseDir>;
+
+// Blocks all signals for this thread, and so for every thread that is started in its scope: what a
+// signal is to do is then done by the threads that know of it.
+class ScopedSignalBlock {
+ public:
+    ScopedSignalBlock() noexcept {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &m_Previous);
+    }
+    ~ScopedSignalBlock() { pthread_sigmask(SIG_SETMASK, &m_Previous, nullptr); }
+    ScopedSignalBlock(const ScopedSignalBlock&) = delete;
+    ScopedSignalBlock(ScopedSignalBlock&&) = delete;
+    ScopedSignalBlock& operator=(const ScopedSignalBlock&) = delete;
+    ScopedSignalBlock& operator=(ScopedSignalBlock&&) = delete;
+
+ private:
+    sigset_t m_Previous{};
+};
 
 // Sets the umask and puts the previous one back. The umask is one per process: a file that another
 // thread creates meanwhile gets it too, so the scope is kept to the one call that needs it.
