@@ -1,10 +1,11 @@
 #include "capture/block_writer.h"
 
 #include <algorithm>
-#include <csignal>
 #include <cstdlib>
 #include <new>
 #include <utility>
+
+#include "utils/scope_guards.h"
 
 namespace velora::capture {
 
@@ -21,22 +22,6 @@ std::uint8_t* AllocateBlock(std::size_t size) {
     return static_cast<std::uint8_t*>(block);
 }
 
-// Blocks all signals for the thread that is started in its scope.
-class ScopedSignalBlock {
- public:
-    ScopedSignalBlock() {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &m_Before);
-    }
-    ~ScopedSignalBlock() { pthread_sigmask(SIG_SETMASK, &m_Before, nullptr); }
-    ScopedSignalBlock(const ScopedSignalBlock&) = delete;
-    ScopedSignalBlock& operator=(const ScopedSignalBlock&) = delete;
-
- private:
-    sigset_t m_Before{};
-};
-
 }  // namespace
 
 void BlockWriter::FreeBlock::operator()(std::uint8_t* block) const {
@@ -50,7 +35,7 @@ BlockWriter::BlockWriter(ByteSink& sink, std::size_t blockSize, std::size_t bloc
     }
     m_Next = m_Blocks.front().get();
     m_End = m_Next + m_BlockSize;
-    const ScopedSignalBlock noSignals;
+    const MiscUtils::ScopedSignalBlock noSignals;
     m_Thread = std::thread(&BlockWriter::Run, this);
 }
 

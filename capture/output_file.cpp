@@ -266,7 +266,8 @@ OutputOutcome OutputFile::Appear() {
     OutputOutcome outcome;
     int error = GiveName(m_Name);
     for (int number = 1; error == EEXIST && number < 1000000; ++number) {
-        const std::string suffix = "." + std::to_string(number);
+        std::string suffix = ".";
+        suffix += std::to_string(number);
         const auto name = std::string(BeginningOf(m_Name, kMostNameBytes - suffix.size())) + suffix;
         outcome = {.kind = Kind::kTaken,
                    .error = EEXIST,

@@ -1,6 +1,7 @@
 #include "capture/pcapng_encoder.h"
 
 #include <algorithm>
+#include <cstring>
 #include <limits>
 
 namespace velora::capture {
@@ -15,8 +16,8 @@ constexpr std::uint32_t kMost16 = std::numeric_limits<std::uint16_t>::max();
 template <typename Number>
 void Put(Bytes& bytes, Number number) {
     const Number ordered = LittleEndian(number);
-    const auto* const first = reinterpret_cast<const std::uint8_t*>(&ordered);
-    bytes.insert(bytes.end(), first, first + sizeof ordered);
+    bytes.resize(bytes.size() + sizeof ordered);
+    std::memcpy(bytes.data() + bytes.size() - sizeof ordered, &ordered, sizeof ordered);
 }
 
 void PutOption(Bytes& bytes, std::uint16_t code, std::string_view value) {
