@@ -1,0 +1,42 @@
+#include "exact/exact_merge.h"
+
+#include <optional>
+#include <vector>
+
+#include "utils/tournament_tree.h"
+
+namespace velora::exact {
+
+bool MergeByTime(std::span<InputOrder> inputs, RecordWriter& output) {
+    std::vector<std::optional<std::int64_t>> times;
+    times.reserve(inputs.size());
+    for (const InputOrder& input : inputs) {
+        times.push_back(input.AtEnd() ? std::nullopt : std::optional(input.Current().time));
+    }
+    for (MiscUtils::TournamentTree tree(times); !tree.Empty();) {
+        InputOrder& input = inputs[tree.Winner()];
+        if (!output.Write(input.Current(), input.Current().time, input.Tally())) {
+            return false;
+        }
+        input.Advance();
+        if (input.AtEnd()) {
+            tree.Remove();
+        } else {
+            tree.Replace(input.Current().time);
+        }
+    }
+    return true;
+}
+
+bool Concatenate(std::span<InputOrder> inputs, RecordWriter& output) {
+    for (InputOrder& input : inputs) {
+        for (; !input.AtEnd(); input.Advance()) {
+            if (!output.Write(input.Current(), input.Current().time, input.Tally())) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+}  // namespace velora::exact

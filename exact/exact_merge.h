@@ -1,0 +1,19 @@
+// The merge: all records of all inputs, by time to the nanosecond; among equals the input named
+// first, and within an input the order that InputOrder gives.
+
+#pragma once
+
+#include <span>
+
+#include "exact/input_order.h"
+#include "exact/record_writer.h"
+
+namespace velora::exact {
+
+// Writes all records of the inputs, which have begun. False once the output has failed.
+[[nodiscard]] bool MergeByTime(std::span<InputOrder> inputs, RecordWriter& output);
+
+// Writes input after input, without any order by time.
+[[nodiscard]] bool Concatenate(std::span<InputOrder> inputs, RecordWriter& output);
+
+}  // namespace velora::exact

@@ -1,0 +1,23 @@
+// The squish: plays captures of different times as if they had been taken side by side.
+//
+// Each input is moved to start with the first record of the first input that has one, and keeps its
+// own spacing from there; where its times step back its records wait (utils/shift_clock.h). The
+// moved inputs are interleaved to the nanosecond, ties to the input named first; each keeps its own
+// order.
+
+#pragma once
+
+#include <span>
+
+#include "exact/input_order.h"
+#include "exact/record_writer.h"
+
+namespace velora::exact {
+
+// Writes all records of the inputs, which have begun. `linkTypes` has one for each input when every
+// IPv4 packet is to be followed by its ten copies, and is empty when not. False once the output has
+// failed.
+[[nodiscard]] bool Squish(std::span<InputOrder> inputs, std::span<const std::uint32_t> linkTypes,
+                          RecordWriter& output);
+
+}  // namespace velora::exact

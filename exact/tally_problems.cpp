@@ -1,0 +1,39 @@
+#include "exact/tally_problems.h"
+
+#include <string>
+
+#include "capture/plain_words.h"
+#include "formats/link_types.h"
+
+namespace velora::exact {
+
+using capture::Problem;
+using capture::ProblemKind;
+
+std::vector<Problem> ProblemsOf(const InputTally& tally, std::uint32_t linkType) {
+    std::vector<Problem> problems;
+    const auto add = [&problems](ProblemKind kind, std::uint64_t records, const std::string& what) {
+        if (records > 0) {
+            problems.push_back(
+                {kind, capture::Counted(records, "record") + " " + what, records, 0});
+        }
+    };
+    add(ProblemKind::kLeftOut, tally.recordsLeftOut,
+        "left out: link type " + LinkType::Shown(tally.leftOutLinkType) +
+            " does not fit the output's, " + LinkType::Shown(linkType));
+    add(ProblemKind::kOutOfPlace, tally.outOfPlace,
+        "out of place: written behind records that are later by up to " +
+            capture::Seconds(tally.largestStep));
+    add(ProblemKind::kTimeChanged, tally.beforeEpoch, "from before 1970: their time is 0 now");
+    add(ProblemKind::kTimeChanged, tally.beyondEnd,
+        "from 2106 or later: their time is the last that the output can hold");
+    add(ProblemKind::kTimeChanged, tally.roundedDown,
+        "with times finer than the output's microseconds: rounded down");
+    if (tally.hasDropped) {
+        problems.push_back(
+            {ProblemKind::kNote, "names, secrets or comments in it are not taken over", 0, 0});
+    }
+    return problems;
+}
+
+}  // namespace velora::exact
