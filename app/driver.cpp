@@ -10,6 +10,7 @@
 
 #include <unistd.h>
 
+#include "app/version.h"
 #include "impex/merge_job.h"
 #include "impex/squish.h"
 #include "impex/time_ordered_merge.h"
@@ -17,10 +18,6 @@
 #include "utils/path_tests.h"
 
 namespace {
-
-constexpr int kVersionMajor = 7;
-constexpr int kVersionMinor = 0;
-constexpr int kVersionBuild = 3205;
 
 // Padded to 81 characters: scripts cut the usage text by columns.
 constexpr std::string_view kBanner =
@@ -77,7 +74,7 @@ std::int32_t RunDriver(int argc, char** argv) {
         return PrintUsage();
     }
     if (argument(1) == "--version") {
-        std::printf("%d.%d.%d\n", kVersionMajor, kVersionMinor, kVersionBuild);
+        std::printf("%s\n", kVersion);
         return RunStatus::kSuccess;
     }
     if (argc < 4) {

@@ -1,6 +1,6 @@
 #include "app/process_setup.h"
 
-#include <initializer_list>
+#include <cstring>
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -8,20 +8,37 @@
 
 namespace {
 
-// Runs before the static objects are made, the process's logger among them.
-__attribute__((constructor(101))) void ReserveStandardDescriptors() {
-    for (const int descriptor : {STDOUT_FILENO, STDERR_FILENO}) {
-        if (fcntl(descriptor, F_GETFD) == -1) {
-            const int null = open("/dev/null", O_RDWR);
-            if (null != descriptor) {
-                dup2(null, descriptor);
-                close(null);
-            }
+bool g_wasClosed[STDERR_FILENO + 1];
+
+void Reserve(int descriptor) {
+    if (fcntl(descriptor, F_GETFD) == -1) {
+        g_wasClosed[descriptor] = true;
+        const int null = open("/dev/null", O_RDWR);
+        if (null != descriptor) {
+            dup2(null, descriptor);
+            close(null);
         }
     }
 }
 
+// Runs before the static objects are made, the process's logger among them.
+__attribute__((constructor(101))) void ReserveStandardDescriptors(int argc, char** argv) {
+    if (IsExact(argc, argv)) {
+        Reserve(STDIN_FILENO);
+    }
+    Reserve(STDOUT_FILENO);
+    Reserve(STDERR_FILENO);
+}
+
 }  // namespace
+
+bool IsExact(int argc, char** argv) {
+    return argc > 1 && std::strcmp(argv[1], "--exact") == 0;
+}
+
+bool WasClosedAtStart(int descriptor) {
+    return g_wasClosed[descriptor];
+}
 
 void RaiseOpenFileLimit() {
     rlimit limit{};

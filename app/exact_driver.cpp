@@ -1,0 +1,201 @@
+#include "app/exact_driver.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <new>
+#include <span>
+#include <string>
+#include <variant>
+
+#include <unistd.h>
+
+#include "app/exact_options.h"
+#include "app/process_setup.h"
+#include "app/progress_line.h"
+#include "app/shown_text.h"
+#include "app/version.h"
+#include "capture/output_file.h"
+#include "exact/exact_run.h"
+#include "logging/logger.h"
+#include "utils/errno_text.h"
+
+namespace {
+
+using velora::capture::Problem;
+using velora::capture::ProblemKind;
+using velora::exact::ExactJob;
+using velora::exact::RunReport;
+using velora::exact::Status;
+
+constexpr int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP};
+
+std::int32_t Exit(Status status) {
+    return static_cast<std::int32_t>(status);
+}
+
+void TellLine(const std::string& line) {
+    WriteToStandardError("seamtool: " + line + "\n");
+}
+
+std::int32_t TellWrongCommandLine(const std::string& fault) {
+    TellLine(fault);
+    WriteToStandardError("Try 'seamtool --exact --help'.\n");
+    return Exit(Status::kWrongCommandLine);
+}
+
+// Leaves nothing behind, and ends the process as it would have ended without a handler.
+void EndBySignal(int signal) {
+    velora::capture::OutputFile::RemoveUnfinished();
+    ProgressLine::WipeOnSignal();
+    std::signal(signal, SIG_DFL);
+    raise(signal);
+}
+
+bool IsIgnored(int signal) {
+    struct sigaction action {};
+    return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
+// Signals that end the process end it tidily, unless they are ignored; failed writes answer with an
+// error instead of a signal.
+class SignalSetup {
+ public:
+    SignalSetup() : m_WasPipeIgnored(IsIgnored(SIGPIPE)) {
+        for (const int signal : kEndingSignals) {
+            if (!IsIgnored(signal)) {
+                struct sigaction action {};
+                action.sa_handler = EndBySignal;
+                sigfillset(&action.sa_mask);
+                sigaction(signal, &action, nullptr);
+            }
+        }
+        std::signal(SIGPIPE, SIG_IGN);
+        std::signal(SIGXFSZ, SIG_IGN);
+    }
+
+    // Ends the process by SIGPIPE, as one that had not looked would have ended; comes back where
+    // that signal was ignored at the start.
+    void EndByPipe() const {
+        if (!m_WasPipeIgnored) {
+            std::signal(SIGPIPE, SIG_DFL);
+            raise(SIGPIPE);
+        }
+    }
+
+ private:
+    bool m_WasPipeIgnored;
+};
+
+std::string ShownOutput(const ExactJob& job) {
+    return job.output == "-" ? "standard output" : ShownText(job.output);
+}
+
+// Prints what happens, one line each: "seamtool: <path>: <what happened>".
+class Teller final : public velora::exact::RunListener {
+ public:
+    Teller(const ExactJob& job, ProgressLine& line, bool isQuiet)
+        : m_Job(job), m_Line(line), m_IsQuiet(isQuiet) {}
+
+    std::string ShownInput(std::size_t input) const override {
+        const velora::exact::InputName& name = m_Job.inputs[input];
+        return name.isStandardInput ? "standard input" : ShownText(name.path);
+    }
+
+    void OnInput(std::size_t input, const Problem& problem) override {
+        if (problem.kind != ProblemKind::kNote || !m_IsQuiet) {
+            m_Line.Tell("seamtool: " + ShownInput(input) + ": " + problem.text);
+        }
+    }
+
+    // Held back: a pipe that nobody reads any more ends the run without a word.
+    void OnOutput(const std::string& text) override {
+        m_OutputText = "seamtool: " + ShownOutput(m_Job) + ": " + ShownText(text);
+    }
+
+    void TellOutput() {
+        if (!m_OutputText.empty()) {
+            m_Line.Tell(m_OutputText);
+        }
+    }
+
+ private:
+    const ExactJob& m_Job;
+    ProgressLine& m_Line;
+    bool m_IsQuiet;
+    std::string m_OutputText;
+};
+
+std::string FaultOfStandardStreams(const ExactJob& job) {
+    for (const velora::exact::InputName& input : job.inputs) {
+        if (input.isStandardInput && isatty(STDIN_FILENO) == 1) {
+            return "standard input is a terminal, which gives no capture";
+        }
+    }
+    if (job.output == "-" && isatty(STDOUT_FILENO) == 1) {
+        return "standard output is a terminal, which a capture would upset: redirect it";
+    }
+    return {};
+}
+
+std::int32_t RunJob(const ExactOptions& options, const SignalSetup& signals) {
+    const ExactJob& job = options.job;
+    velora::exact::RunProgress progress;
+    const auto show = options.isQuiet         ? ProgressLine::Show::kNever
+                      : options.showsProgress ? ProgressLine::Show::kAlways
+                                              : ProgressLine::Show::kWhereSeen;
+    ProgressLine line(progress, show);
+    Teller teller(job, line, options.isQuiet);
+    const RunReport report = velora::exact::Run(job, teller, progress);
+    line.End();
+    if (report.hasReaderLeft) {
+        signals.EndByPipe();
+    }
+    teller.TellOutput();
+    if (line.IsShown() &&
+        (report.status == Status::kComplete || report.status == Status::kIncomplete)) {
+        line.Tell(SummaryText(report, ShownOutput(job)));
+    }
+    return Exit(report.status);
+}
+
+}  // namespace
+
+std::int32_t RunExactDriver(int argc, char** argv) {
+    // Nothing has been written to the log yet, so closing removes it.
+    VeloLogger::GlobalLogger.Close();
+    const auto parsed =
+        ParseExactOptions(std::span(argv, static_cast<std::size_t>(argc)).subspan(2));
+    if (const auto* const fault = std::get_if<std::string>(&parsed)) {
+        return TellWrongCommandLine(*fault);
+    }
+    const auto& options = std::get<ExactOptions>(parsed);
+    if (options.wish != ExactOptions::Wish::kRun) {
+        const std::string text =
+            options.wish == ExactOptions::Wish::kHelp ? ExactHelp() : std::string(kVersion) + "\n";
+        const bool isWritten = std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0;
+        return Exit(isWritten ? Status::kComplete : Status::kCannotWrite);
+    }
+    if (!options.homeDirectory.empty() && chdir(options.homeDirectory.c_str()) != 0) {
+        TellLine(ShownText(options.homeDirectory) +
+                 ": cannot be entered: " + MiscUtils::ErrnoText(errno).text);
+        return Exit(Status::kWrongCommandLine);
+    }
+    if (const std::string fault = FaultOfStandardStreams(options.job); !fault.empty()) {
+        return TellWrongCommandLine(fault);
+    }
+    if (options.job.output == "-" && WasClosedAtStart(STDOUT_FILENO)) {
+        TellLine("standard output: is closed");
+        return Exit(Status::kCannotWrite);
+    }
+    const SignalSetup signals;
+    try {
+        return RunJob(options, signals);
+    } catch (const std::bad_alloc&) {
+        WriteToStandardError("seamtool: memory is exhausted\n");
+    } catch (const std::exception& error) {
+        TellLine(ShownText(error.what()));
+    }
+    return Exit(Status::kCannotWrite);
+}
