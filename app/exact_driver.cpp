@@ -7,11 +7,14 @@
 #include <new>
 #include <span>
 #include <string>
+#include <utility>
 #include <variant>
+#include <vector>
 
 #include <unistd.h>
 
 #include "app/exact_options.h"
+#include "app/input_list.h"
 #include "app/process_setup.h"
 #include "app/progress_line.h"
 #include "app/shown_text.h"
@@ -139,6 +142,21 @@ std::string FaultOfStandardStreams(const ExactJob& job) {
     return {};
 }
 
+// Puts the inputs that the lists name behind those of the command line.
+std::string FaultOfLists(ExactOptions& options) {
+    for (const std::string& list : options.lists) {
+        auto read = ReadInputList(list);
+        if (const auto* const fault = std::get_if<ListFault>(&read)) {
+            const std::string name = list == "-" ? "standard input" : ShownText(list);
+            return "the list " + name + " " + fault->text;
+        }
+        for (std::string& path : std::get<std::vector<std::string>>(read)) {
+            options.job.inputs.push_back({std::move(path), false});
+        }
+    }
+    return {};
+}
+
 std::int32_t RunJob(const ExactOptions& options, const SignalSetup& signals) {
     const ExactJob& job = options.job;
     velora::exact::RunProgress progress;
@@ -165,12 +183,12 @@ std::int32_t RunJob(const ExactOptions& options, const SignalSetup& signals) {
 std::int32_t RunExactDriver(int argc, char** argv) {
     // Nothing has been written to the log yet, so closing removes it.
     VeloLogger::GlobalLogger.Close();
-    const auto parsed =
+    auto parsed =
         ParseExactOptions(std::span(argv, static_cast<std::size_t>(argc)).subspan(2));
     if (const auto* const fault = std::get_if<std::string>(&parsed)) {
         return TellWrongCommandLine(*fault);
     }
-    const auto& options = std::get<ExactOptions>(parsed);
+    auto& options = std::get<ExactOptions>(parsed);
     if (options.wish != ExactOptions::Wish::kRun) {
         const std::string text =
             options.wish == ExactOptions::Wish::kHelp ? ExactHelp() : std::string(kVersion) + "\n";
@@ -183,6 +201,9 @@ std::int32_t RunExactDriver(int argc, char** argv) {
         return Exit(Status::kWrongCommandLine);
     }
     if (const std::string fault = FaultOfStandardStreams(options.job); !fault.empty()) {
+        return TellWrongCommandLine(fault);
+    }
+    if (const std::string fault = FaultOfLists(options); !fault.empty()) {
         return TellWrongCommandLine(fault);
     }
     if (options.job.output == "-" && WasClosedAtStart(STDOUT_FILENO)) {

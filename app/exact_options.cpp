@@ -1,29 +1,52 @@
 #include "app/exact_options.h"
 
 #include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <limits>
 #include <optional>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "app/shown_text.h"
+#include "exact/time_argument.h"
 
 namespace {
 
+using velora::capture::Compression;
+using velora::exact::ExactJob;
 using velora::exact::Mode;
+using velora::exact::OutputFormat;
 
-// Every option, in the order of the help. Null: the option takes no value.
+// Every option, in the order of the help.
 struct OptionText {
     std::string_view name;
-    const char* value;
+    std::string_view value;  // how the help shows it; empty: the option takes none
+    bool isValueOptional;
     const char* help;
 };
 
 constexpr OptionText kOptions[] = {
-    {"--progress", nullptr, "show how far the run is, and a summary, on any standard error"},
-    {"--quiet", nullptr, "show neither, and no notes; problems are told all the same"},
-    {"--help", nullptr, "print this"},
-    {"--version", nullptr, "print the version"},
+    {"--from", "=TIME", false, "only records at TIME or later, as captured"},
+    {"--to", "=TIME", false, "only records before TIME"},
+    {"--snaplen", "=N", false, "cut captured bytes to N, 1 to 262144"},
+    {"--dedup", "[=SECONDS]", true,
+     "drop a record equal to one written at most SECONDS before (0: at the same time)"},
+    {"--concatenate", "", false, "input after input, as named, not by time"},
+    {"--files-from", "=FILE", false,
+     "more inputs: a path a line, or between zero bytes; - for standard input"},
+    {"--format", "=FORMAT", false,
+     "pcap (microseconds), pcap-ns or pcapng, which holds several link types"},
+    {"--compress", "=HOW", false,
+     "gzip, zstd or none; without it an outfile in .gz or .zst is compressed so"},
+    {"--progress", "", false, "show progress and a summary on any standard error"},
+    {"--quiet", "", false, "show neither, and no notes; problems are told all the same"},
+    {"--help", "", false, "print this"},
+    {"--version", "", false, "print the version"},
 };
+
+constexpr std::size_t kHelpColumn = 21;
 
 class Parser {
  public:
@@ -59,24 +82,28 @@ class Parser {
     void ReadOption(std::string_view word) {
         const std::size_t equals = word.find('=');
         const std::string_view name = word.substr(0, equals);
-        std::optional<std::string_view> value;
-        if (equals != std::string_view::npos) {
-            value = word.substr(equals + 1);
-        }
         const auto* const option = std::ranges::find(kOptions, name, &OptionText::name);
         if (option == std::end(kOptions)) {
             return Fail("there is no option " + Quoted(name));
         }
-        if (option->value == nullptr && value) {
-            return Fail("option '" + std::string(name) + "' takes no value");
+        const bool hasValue = equals != std::string_view::npos;
+        const std::string_view value = hasValue ? word.substr(equals + 1) : std::string_view();
+        if (hasValue && option->value.empty()) {
+            return Fail("'" + std::string(name) + "' takes no value");
         }
-        Apply(name);
-        if (m_Options.isQuiet && m_Options.showsProgress) {
-            Fail("'--quiet' and '--progress' contradict each other");
+        if (value.empty() && !option->value.empty() && (hasValue || !option->isValueOptional)) {
+            return Fail("'" + std::string(name) + "' needs a value: '" + std::string(name) +
+                        std::string(option->value) + "'");
+        }
+        if (!Apply(name, value)) {
+            Fail("'" + std::string(name) + "' does not take " + Quoted(value) +
+                 "; see 'seamtool --exact --help'");
         }
     }
 
-    void Apply(std::string_view name) {
+    // False for a value that the option does not take.
+    bool Apply(std::string_view name, std::string_view value) {
+        ExactJob& job = m_Options.job;
         if (name == "--help") {
             m_Options.wish = ExactOptions::Wish::kHelp;
         } else if (name == "--version") {
@@ -85,6 +112,106 @@ class Parser {
             m_Options.isQuiet = true;
         } else if (name == "--progress") {
             m_Options.showsProgress = true;
+        } else if (name == "--concatenate") {
+            job.mode = Mode::kConcatenate;
+        } else if (name == "--files-from") {
+            m_Options.lists.emplace_back(value);
+        } else if (name == "--from") {
+            return ApplyTime(value, m_From);
+        } else if (name == "--to") {
+            return ApplyTime(value, m_To);
+        } else if (name == "--dedup") {
+            job.duplicateWindow = value.empty() ? 0 : velora::exact::ParseSeconds(value);
+            return job.duplicateWindow.has_value();
+        } else if (name == "--snaplen") {
+            return ApplySnapLen(value);
+        } else if (name == "--format") {
+            return ApplyFormat(value);
+        } else if (name == "--compress") {
+            return ApplyCompression(value);
+        }
+        return true;
+    }
+
+    static bool ApplyTime(std::string_view value, std::optional<std::int64_t>& time) {
+        time = velora::exact::ParseTime(value);
+        return time.has_value();
+    }
+
+    bool ApplySnapLen(std::string_view value) {
+        constexpr std::uint32_t kMost = 262144;
+        std::uint32_t& snapLen = m_Options.job.snapLen;
+        const char* const end = value.data() + value.size();
+        const auto parsed = std::from_chars(value.data(), end, snapLen);
+        return parsed.ec == std::errc() && parsed.ptr == end && snapLen >= 1 && snapLen <= kMost;
+    }
+
+    bool ApplyFormat(std::string_view value) {
+        constexpr std::pair<std::string_view, OutputFormat> kFormats[] = {
+            {"pcap", OutputFormat::kPcap},
+            {"pcap-ns", OutputFormat::kPcapNanoseconds},
+            {"pcapng", OutputFormat::kPcapNg}};
+        for (const auto& [name, format] : kFormats) {
+            if (name == value) {
+                m_Options.job.format = format;
+                return true;
+            }
+        }
+        return false;
+    }
+
+    bool ApplyCompression(std::string_view value) {
+        for (const Compression known :
+             {Compression::kNone, Compression::kGzip, Compression::kZstd}) {
+            if (NameOf(known) == value) {
+                m_Compression = known;
+                return true;
+            }
+        }
+        return false;
+    }
+
+    // What cannot be said of one option alone.
+    void CheckTogether() {
+        ExactJob& job = m_Options.job;
+        const bool isSquish = job.mode == Mode::kSquish || job.mode == Mode::kSquish10;
+        if (m_Options.isQuiet && m_Options.showsProgress) {
+            Fail("'--quiet' and '--progress' contradict each other");
+        }
+        if (job.duplicateWindow && (isSquish || job.mode == Mode::kConcatenate)) {
+            Fail("'--dedup' goes with a merge by time only");
+        }
+        if (m_From && m_To && *m_From > *m_To) {
+            Fail("'--from' is later than '--to'");
+        }
+        job.earliest = m_From.value_or(job.earliest);
+        if (m_To) {
+            // Times before the earliest that there can be: none.
+            const bool isFirst = *m_To == std::numeric_limits<std::int64_t>::min();
+            job.latest = isFirst ? *m_To : *m_To - 1;
+            job.earliest = isFirst ? *m_To + 1 : job.earliest;
+        }
+        const bool isOfLists = std::ranges::find(m_Options.lists, "-") != m_Options.lists.end();
+        if (isOfLists && m_HasStandardInput) {
+            Fail("'--files-from=-' and the input '-' both want standard input");
+        }
+        ChooseCompression();
+    }
+
+    void ChooseCompression() {
+        constexpr std::pair<std::string_view, Compression> kEndings[] = {
+            {".gz", Compression::kGzip}, {".zst", Compression::kZstd}};
+        Compression named = Compression::kNone;
+        for (const auto& [ending, compression] : kEndings) {
+            if (m_Options.job.output.ends_with(ending)) {
+                named = compression;
+            }
+        }
+        m_Options.job.compression = m_Compression.value_or(named);
+        if (named != Compression::kNone && m_Compression && *m_Compression != named &&
+            *m_Compression != Compression::kNone) {
+            Fail(std::string("'--compress=") + NameOf(*m_Compression) + "' contradicts the name " +
+                 Quoted(m_Options.job.output));
         }
     }
 
@@ -97,6 +224,7 @@ class Parser {
         ReadMode();
         ReadHomeDirectory();
         ReadInputs();
+        CheckTogether();
     }
 
     [[nodiscard]] bool IsNext(std::string_view word) const {
@@ -104,14 +232,15 @@ class Parser {
     }
 
     void ReadMode() {
-        if (IsNext("-squish")) {
-            m_Options.job.mode = Mode::kSquish;
-        } else if (IsNext("-squish10")) {
-            m_Options.job.mode = Mode::kSquish10;
-        } else {
+        const bool isSquish = IsNext("-squish");
+        if (!isSquish && !IsNext("-squish10")) {
             return;
         }
         m_Next += 1;
+        if (m_Options.job.mode == Mode::kConcatenate) {
+            Fail("'--concatenate' does not go with a squish");
+        }
+        m_Options.job.mode = isSquish ? Mode::kSquish : Mode::kSquish10;
         if (IsNext("-squish") || IsNext("-squish10")) {
             Fail("'-squish' and '-squish10' together: give one of them");
         }
@@ -133,7 +262,6 @@ class Parser {
 
     void ReadInputs() {
         bool areAllInputs = false;
-        bool hasStandardInput = false;
         for (; m_Next < m_Words.size(); ++m_Next) {
             const std::string_view word = m_Words[m_Next];
             if (!areAllInputs && word == "--") {
@@ -144,12 +272,12 @@ class Parser {
                 return Fail(FaultOf(word));
             }
             const bool isStandardInput = word == "-";
-            if (isStandardInput && std::exchange(hasStandardInput, true)) {
+            if (isStandardInput && std::exchange(m_HasStandardInput, true)) {
                 return Fail("'-', standard input, can be read once only");
             }
             m_Options.job.inputs.push_back({std::string(word), isStandardInput});
         }
-        if (m_Options.job.inputs.empty()) {
+        if (m_Options.job.inputs.empty() && m_Options.lists.empty()) {
             Fail("there is no input");
         }
     }
@@ -171,6 +299,10 @@ class Parser {
     std::vector<std::string_view> m_Words;
     std::size_t m_Next = 0;
     ExactOptions m_Options;
+    std::optional<std::int64_t> m_From;
+    std::optional<std::int64_t> m_To;
+    std::optional<Compression> m_Compression;
+    bool m_HasStandardInput = false;
     std::string m_Fault;
 };
 
@@ -200,13 +332,15 @@ std::string ExactHelp() {
         "Options, in front of everything else:\n";
     for (const OptionText& option : kOptions) {
         std::string name(option.name);
-        if (option.value != nullptr) {
-            name += option.value;
-        }
-        name.resize(std::max<std::size_t>(name.size() + 2, 19), ' ');
+        name += option.value;
+        name.resize(std::max<std::size_t>(name.size() + 2, kHelpColumn), ' ');
         text += "  " + name + option.help + "\n";
     }
     text +=
+        "\n"
+        "TIME is 2026-11-21T12:00:00 with a fraction of up to nine digits and Z or +01:00 behind "
+        "it\n"
+        "(without: local time), or @seconds[.fraction] since 1970.\n"
         "\n"
         "Formats, told by content: pcap with microseconds or nanoseconds, pcap-ng; as they are or\n"
         "in gzip, bzip2, xz, zstd or lz4.\n"

@@ -11,6 +11,7 @@
 #include <span>
 #include <string>
 #include <variant>
+#include <vector>
 
 #include "exact/exact_job.h"
 
@@ -19,8 +20,9 @@ struct ExactOptions {
     Wish wish = Wish::kRun;  // with another wish than kRun nothing below is set
     bool isQuiet = false;
     bool showsProgress = false;
-    std::string homeDirectory;  // empty: stay
-    velora::exact::ExactJob job;
+    std::string homeDirectory;       // empty: stay
+    std::vector<std::string> lists;  // files that name more inputs, "-" for standard input
+    velora::exact::ExactJob job;     // its inputs are those of the command line
 };
 
 // Reads the words behind "--exact". A fault is told in words for the user, without a line end.

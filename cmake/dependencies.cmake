@@ -7,7 +7,7 @@ find_package(PkgConfig REQUIRED)
 pkg_check_modules(libpcap REQUIRED IMPORTED_TARGET libpcap)
 pkg_check_modules(re2 REQUIRED IMPORTED_TARGET re2)  # its file says version 0.0.0: ask for none
 
-foreach(module IN ITEMS libisal liblzma libzstd liblz4)
+foreach(module IN ITEMS libisal liblzma libzstd liblz4 libxxhash)
   pkg_check_modules(${module} REQUIRED IMPORTED_TARGET ${module})
 endforeach()
 

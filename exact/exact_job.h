@@ -4,8 +4,11 @@
 
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <string>
 #include <vector>
+
+#include "capture/compression.h"
 
 namespace velora::exact {
 
@@ -22,10 +25,27 @@ enum class Mode : std::uint8_t {
     kSquish10,     // the same, with ten copies of IPv4 packets
 };
 
+enum class OutputFormat : std::uint8_t {
+    kFitting,  // pcap, with nanoseconds when an input has them
+    kPcap,     // with microseconds: what is finer is cut, as was asked for
+    kPcapNanoseconds,
+    kPcapNg,  // each interface of each input is one of the output's
+};
+
 struct ExactJob {
     Mode mode = Mode::kMerge;
     std::vector<InputName> inputs;  // in the order named, which decides between equal times
     std::string output;             // a path, or "-" for standard output
+
+    // Only records with earliest <= time <= latest, as captured, in nanoseconds since 1970.
+    std::int64_t earliest = std::numeric_limits<std::int64_t>::min();
+    std::int64_t latest = std::numeric_limits<std::int64_t>::max();
+    std::uint32_t snapLen = 0;  // captured bytes are cut to so many; 0: they are not cut
+    // Records equal to one written at most so many nanoseconds before are dropped; a merge only.
+    std::optional<std::int64_t> duplicateWindow;
+
+    OutputFormat format = OutputFormat::kFitting;
+    capture::Compression compression = capture::Compression::kNone;  // or gzip, or zstd
 };
 
 // How a run ended; the process exits with the number.

@@ -7,7 +7,7 @@
 
 namespace velora::exact {
 
-bool MergeByTime(std::span<InputOrder> inputs, RecordWriter& output) {
+bool MergeByTime(std::span<InputOrder> inputs, RecordWriter& output, DuplicateWindow* window) {
     std::vector<std::optional<std::int64_t>> times;
     times.reserve(inputs.size());
     for (const InputOrder& input : inputs) {
@@ -15,7 +15,9 @@ bool MergeByTime(std::span<InputOrder> inputs, RecordWriter& output) {
     }
     for (MiscUtils::TournamentTree tree(times); !tree.Empty();) {
         InputOrder& input = inputs[tree.Winner()];
-        if (!output.Write(input.Current(), input.Current().time, input.Tally())) {
+        if (window != nullptr && window->Repeats(output.AsWritten(input))) {
+            input.Tally().duplicates += 1;
+        } else if (!output.Write(input, input.Current().time)) {
             return false;
         }
         input.Advance();
@@ -31,7 +33,7 @@ bool MergeByTime(std::span<InputOrder> inputs, RecordWriter& output) {
 bool Concatenate(std::span<InputOrder> inputs, RecordWriter& output) {
     for (InputOrder& input : inputs) {
         for (; !input.AtEnd(); input.Advance()) {
-            if (!output.Write(input.Current(), input.Current().time, input.Tally())) {
+            if (!output.Write(input, input.Current().time)) {
                 return false;
             }
         }

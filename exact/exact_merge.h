@@ -5,13 +5,16 @@
 
 #include <span>
 
+#include "exact/duplicate_window.h"
 #include "exact/input_order.h"
 #include "exact/record_writer.h"
 
 namespace velora::exact {
 
-// Writes all records of the inputs, which have begun. False once the output has failed.
-[[nodiscard]] bool MergeByTime(std::span<InputOrder> inputs, RecordWriter& output);
+// Writes all records of the inputs, which have begun. With a window, those that repeat one in it
+// are dropped instead, and counted. False once the output has failed.
+[[nodiscard]] bool MergeByTime(std::span<InputOrder> inputs, RecordWriter& output,
+                               DuplicateWindow* window);
 
 // Writes input after input, without any order by time.
 [[nodiscard]] bool Concatenate(std::span<InputOrder> inputs, RecordWriter& output);

@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <limits>
 #include <memory>
+#include <optional>
+#include <thread>
 #include <utility>
 #include <variant>
 
@@ -12,10 +15,11 @@
 #include <unistd.h>
 
 #include "capture/block_writer.h"
+#include "capture/compressed_sink.h"
 #include "capture/input_file.h"
 #include "capture/output_file.h"
 #include "capture/read_ahead.h"
-#include "capture/record_encoder.h"
+#include "exact/duplicate_window.h"
 #include "exact/exact_merge.h"
 #include "exact/exact_squish.h"
 #include "exact/input_order.h"
@@ -69,8 +73,11 @@ class ExactRun {
     bool OpenInputs();
     bool LookAtInputs();
     bool ChooseForm();
+    bool FitsPcapNg();
     void WriteOutput();
     bool WriteRecords(capture::BlockWriter& writer);
+    bool BeginRecords();
+    bool WriteInOrder();
     void TellTallies();
 
     bool Refuse(Status status, const std::string& text) {
@@ -85,7 +92,13 @@ class ExactRun {
         m_Listener.OnInput(input, problem);
     }
     [[nodiscard]] bool IsInput(const capture::FileIdentity& output) const;
+    [[nodiscard]] std::string NameOf(std::size_t input) const {
+        const InputName& name = m_Job.inputs[input];
+        return name.isStandardInput ? "standard input" : name.path;
+    }
     [[nodiscard]] bool IsOrdered() const { return m_Job.mode == Mode::kMerge; }
+    [[nodiscard]] bool IsPcapNg() const { return m_Job.format == OutputFormat::kPcapNg; }
+    void OnBlock(std::size_t input, std::size_t source, capture::RecordBlock& block);
 
     const ExactJob& m_Job;
     RunListener& m_Listener;
@@ -96,10 +109,15 @@ class ExactRun {
     capture::OutputFile m_Output;
     std::vector<std::size_t> m_Opened;  // the job's inputs that could be opened
     std::unique_ptr<capture::ReadAhead> m_Ahead;
-    std::vector<std::size_t> m_Sources;  // the job's inputs that are captures
-    std::vector<InputOrder> m_Orders;    // of these
-    std::uint32_t m_SnapLen = kLeastSnapLen;
-    std::uint32_t m_FcsBits = 0;
+
+    // The inputs that are captures: which of the job's they are, and their records.
+    std::vector<std::size_t> m_Sources;
+    std::vector<InputOrder> m_Orders;
+    // What the first block of each describes, until there is an output to tell.
+    std::vector<std::vector<capture::Interface>> m_FirstInterfaces;
+    RecordWriter* m_Writer = nullptr;  // while there is one
+    bool m_IsWriterGood = true;
+    OutputForm m_Form;
 };
 
 bool ExactRun::Refuse(const OutputOutcome& outcome) {
@@ -165,10 +183,31 @@ bool ExactRun::OpenInputs() {
     m_Progress.bytesInAll = isSizeKnown ? bytesInAll : 0;
     capture::BlockReader::Options options;
     options.ordersBlocks = IsOrdered();
+    options.keepsAllLinkTypes = IsPcapNg();
+    options.earliest = m_Job.earliest;
+    options.latest = m_Job.latest;
     m_Ahead = std::make_unique<capture::ReadAhead>(std::move(files),
                                                    capture::BlockPlan::For(m_Job.inputs.size()),
                                                    options, m_Progress.bytesRead);
     return true;
+}
+
+// A block of the input has been taken, which is to be the given one of the sources.
+void ExactRun::OnBlock(std::size_t input, std::size_t source, capture::RecordBlock& block) {
+    if (block.problem) {
+        Tell(input, *block.problem);
+    }
+    if (!IsPcapNg()) {
+        return;
+    }
+    if (m_Writer == nullptr) {
+        m_FirstInterfaces.resize(source + 1);
+        m_FirstInterfaces[source] = block.interfaces;
+        return;
+    }
+    for (const capture::Interface& interface : block.interfaces) {
+        m_IsWriterGood &= m_Writer->WriteInterface(m_Orders[source], interface, NameOf(input));
+    }
 }
 
 // Takes the first block of every input, so that nothing is created before it is known what for.
@@ -177,12 +216,10 @@ bool ExactRun::LookAtInputs() {
     for (std::size_t opened = 0; opened < m_Opened.size(); ++opened) {
         const std::size_t input = m_Opened[opened];
         InputReport& report = m_Report.inputs[input];
-        InputOrder order(*m_Ahead, opened, IsOrdered(), report.tally,
-                         [this, input](const capture::RecordBlock& block) {
-                             if (block.problem) {
-                                 Tell(input, *block.problem);
-                             }
-                         });
+        const std::size_t source = m_Sources.size();
+        InputOrder order(
+            *m_Ahead, opened, IsOrdered(), report.tally,
+            [this, input, source](capture::RecordBlock& block) { OnBlock(input, source, block); });
         if (m_Ahead->IsCapture(opened)) {
             report.isCapture = true;
             report.traits = m_Ahead->Traits(opened);
@@ -196,35 +233,64 @@ bool ExactRun::LookAtInputs() {
 
 // What the output is like follows from all inputs together.
 bool ExactRun::ChooseForm() {
+    m_Form.isPcapNg = IsPcapNg();
+    m_Form.cutsFinerTimes = m_Job.format == OutputFormat::kPcap;
+    m_Form.snapLen = kLeastSnapLen;
     const CaptureTraits* first = nullptr;  // the first with a record
     std::size_t firstInput = 0;
     for (const std::size_t input : m_Sources) {
         const CaptureTraits& traits = m_Report.inputs[input].traits;
-        m_SnapLen = std::max(m_SnapLen, traits.snapLen);
-        m_Report.hasNanoseconds |= traits.isFinerThanMicroseconds;
+        m_Form.snapLen = std::max(m_Form.snapLen, traits.snapLen);
+        m_Form.hasNanoseconds |= traits.isFinerThanMicroseconds;
         if (!traits.hasRecord) {
             continue;
         }
         if (first == nullptr) {
             first = &traits;
             firstInput = input;
-            m_FcsBits = traits.fcsBits;
+            m_Form.fcsBits = traits.fcsBits;
         }
-        if (traits.linkType != first->linkType) {
+        if (traits.linkType != first->linkType && !IsPcapNg()) {
             m_Listener.OnInput(input, {ProblemKind::kLeftOut,
                                        "its link type is " + LinkType::Shown(*traits.linkType) +
                                            ", that of " + m_Listener.ShownInput(firstInput) +
                                            " is " + LinkType::Shown(*first->linkType),
                                        0, 0});
             return Refuse(Status::kNothingToWrite,
-                          "not written: one pcap file cannot hold both link types");
+                          "not written: inputs of different link types do not fit into one pcap "
+                          "file, but with --format=pcapng they do");
         }
-        m_FcsBits = traits.fcsBits == m_FcsBits ? m_FcsBits : 0;
+        m_Form.fcsBits = traits.fcsBits == m_Form.fcsBits ? m_Form.fcsBits : 0;
     }
-    m_Report.linkType =
+    m_Form.linkType =
         first != nullptr
             ? *first->linkType
             : m_Report.inputs[m_Sources.front()].traits.linkType.value_or(LinkType::kEthernet);
+    if (m_Job.format != OutputFormat::kFitting) {
+        m_Form.hasNanoseconds = m_Job.format != OutputFormat::kPcap;
+    }
+    if (m_Job.snapLen > 0) {
+        m_Form.snapLen = m_Form.mostBytes = m_Job.snapLen;
+    }
+    m_Report.linkType = m_Form.linkType;
+    m_Report.hasNanoseconds = m_Form.hasNanoseconds;
+    return IsPcapNg() ? FitsPcapNg() : true;
+}
+
+// The format has 16 bits for a link type; a classic header has 26.
+bool ExactRun::FitsPcapNg() {
+    for (std::size_t source = 0; source < m_Sources.size(); ++source) {
+        for (const capture::Interface& interface : m_FirstInterfaces[source]) {
+            if (interface.linkType > std::numeric_limits<std::uint16_t>::max()) {
+                m_Listener.OnInput(
+                    m_Sources[source],
+                    {ProblemKind::kLeftOut,
+                     "its link type is " + LinkType::Shown(interface.linkType), 0, 0});
+                return Refuse(Status::kNothingToWrite,
+                              "not written: pcap-ng has no room for such a link type");
+            }
+        }
+    }
     return true;
 }
 
@@ -232,7 +298,9 @@ void ExactRun::WriteOutput() {
     if (!Refuse(m_Output.Open())) {
         return;
     }
-    capture::BlockWriter writer(m_Output);
+    const std::unique_ptr<capture::ByteSink> compressed = capture::MakeCompressedSink(
+        m_Job.compression, m_Output, std::max(1U, std::thread::hardware_concurrency()));
+    capture::BlockWriter writer(compressed ? *compressed : m_Output);
     const bool isWritten = WriteRecords(writer);
     const OutputOutcome outcome = writer.Finish();
     m_Report.bytesWritten = m_Output.Size();
@@ -244,40 +312,51 @@ void ExactRun::WriteOutput() {
 }
 
 bool ExactRun::WriteRecords(capture::BlockWriter& writer) {
-    using capture::RecordEncoder;
-    const RecordEncoder encoder(m_Report.hasNanoseconds ? RecordEncoder::Unit::kNanoseconds
-                                                        : RecordEncoder::Unit::kMicroseconds);
-    const RecordEncoder::FileHeader header =
-        encoder.EncodeFileHeader(m_SnapLen, m_Report.linkType | m_FcsBits);
-    if (!writer.Append(header)) {
-        return false;
-    }
-    for (InputOrder& order : m_Orders) {
-        order.Begin();
-    }
-    RecordWriter output(writer, encoder, m_Progress);
-    bool isWritten = false;
-    switch (m_Job.mode) {
-        case Mode::kMerge:
-            isWritten = MergeByTime(m_Orders, output);
-            break;
-        case Mode::kConcatenate:
-            isWritten = Concatenate(m_Orders, output);
-            break;
-        case Mode::kSquish:
-            isWritten = Squish(m_Orders, {}, output);
-            break;
-        case Mode::kSquish10:
-            isWritten = Squish(
-                m_Orders, std::vector<std::uint32_t>(m_Orders.size(), m_Report.linkType), output);
-            break;
-    }
+    RecordWriter output(writer, m_Form, m_Progress);
+    m_Writer = &output;
+    const bool isWritten = BeginRecords() && WriteInOrder();
+    m_Writer = nullptr;
     m_Report.recordsWritten = output.Count();
     if (output.Count() > 0) {
         m_Report.earliest = output.Earliest();
         m_Report.latest = output.Latest();
     }
-    return isWritten;
+    return isWritten && m_IsWriterGood;
+}
+
+bool ExactRun::BeginRecords() {
+    if (!m_Writer->WriteFileHeader()) {
+        return false;
+    }
+    for (std::size_t source = 0; IsPcapNg() && source < m_Orders.size(); ++source) {
+        for (const capture::Interface& interface : m_FirstInterfaces[source]) {
+            if (!m_Writer->WriteInterface(m_Orders[source], interface, NameOf(m_Sources[source]))) {
+                return false;
+            }
+        }
+    }
+    for (InputOrder& order : m_Orders) {
+        order.Begin();
+    }
+    return true;
+}
+
+bool ExactRun::WriteInOrder() {
+    switch (m_Job.mode) {
+        case Mode::kMerge: {
+            std::optional<DuplicateWindow> window;
+            if (m_Job.duplicateWindow) {
+                window.emplace(*m_Job.duplicateWindow);
+            }
+            return MergeByTime(m_Orders, *m_Writer, window ? &*window : nullptr);
+        }
+        case Mode::kConcatenate:
+            return Concatenate(m_Orders, *m_Writer);
+        case Mode::kSquish:
+        case Mode::kSquish10:
+            return Squish(m_Orders, m_Job.mode == Mode::kSquish10, *m_Writer);
+    }
+    return false;
 }
 
 // What can only be said of an input as a whole.

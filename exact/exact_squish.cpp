@@ -26,19 +26,19 @@ struct Nanoseconds {
 
 using Clock = MiscUtils::ShiftClock<Nanoseconds>;
 
-// Writes the copies of a record, which has just been written.
+// Writes the copies of the input's record, which has just been written.
 class Copier {
  public:
-    [[nodiscard]] bool Write(std::uint32_t linkType, const capture::Record& record,
-                             std::int64_t time, InputTally& tally, RecordWriter& output) {
-        const auto copies = AddressCopies::Plan(linkType, record.Bytes());
+    [[nodiscard]] bool Write(InputOrder& input, std::int64_t time, RecordWriter& output) {
+        const WrittenRecord record = output.AsWritten(input);
+        const auto copies = AddressCopies::Plan(record.linkType, record.bytes);
         if (!copies) {
             return true;
         }
-        m_Bytes.assign(record.data, record.data + record.capturedLength);
+        m_Bytes.assign(record.bytes.begin(), record.bytes.end());
         for (std::uint8_t network = 0; network < AddressCopies::kNetworks; ++network) {
             copies->Apply(network, m_Bytes);
-            if (!output.WriteCopy(m_Bytes, record.originalLength, time, tally)) {
+            if (!output.WriteCopy(input, m_Bytes, time)) {
                 return false;
             }
         }
@@ -51,8 +51,7 @@ class Copier {
 
 }  // namespace
 
-bool Squish(std::span<InputOrder> inputs, std::span<const std::uint32_t> linkTypes,
-            RecordWriter& output) {
+bool Squish(std::span<InputOrder> inputs, bool makesCopies, RecordWriter& output) {
     Nanoseconds base;
     std::vector<Clock> clocks;
     std::vector<std::optional<std::int64_t>> elapsed;
@@ -73,11 +72,7 @@ bool Squish(std::span<InputOrder> inputs, std::span<const std::uint32_t> linkTyp
         const std::size_t chosen = tree.Winner();
         InputOrder& input = inputs[chosen];
         const std::int64_t time = (base + Nanoseconds{tree.WinnerKey()}).count;
-        if (!output.Write(input.Current(), time, input.Tally())) {
-            return false;
-        }
-        if (!linkTypes.empty() &&
-            !copier.Write(linkTypes[chosen], input.Current(), time, input.Tally(), output)) {
+        if (!output.Write(input, time) || (makesCopies && !copier.Write(input, time, output))) {
             return false;
         }
         input.Advance();

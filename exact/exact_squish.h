@@ -14,10 +14,8 @@
 
 namespace velora::exact {
 
-// Writes all records of the inputs, which have begun. `linkTypes` has one for each input when every
-// IPv4 packet is to be followed by its ten copies, and is empty when not. False once the output has
-// failed.
-[[nodiscard]] bool Squish(std::span<InputOrder> inputs, std::span<const std::uint32_t> linkTypes,
-                          RecordWriter& output);
+// Writes all records of the inputs, which have begun; with `makesCopies` every IPv4 packet is
+// followed by its ten copies (exact/address_copies.h). False once the output has failed.
+[[nodiscard]] bool Squish(std::span<InputOrder> inputs, bool makesCopies, RecordWriter& output);
 
 }  // namespace velora::exact

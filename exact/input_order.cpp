@@ -31,7 +31,7 @@ void InputOrder::Begin() {
 }
 
 InputOrder::Held InputOrder::TakeBlock() {
-    const RecordBlock* const block = m_Ahead.Take(m_Input);
+    RecordBlock* const block = m_Ahead.Take(m_Input);
     if (block == nullptr) {
         return {};
     }

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <functional>
 #include <limits>
+#include <vector>
 
 #include "capture/read_ahead.h"
 #include "capture/record_block.h"
@@ -18,10 +19,16 @@
 
 namespace velora::exact {
 
+// One of the interfaces that an input's records name, as the output has it.
+struct OutputInterface {
+    std::uint32_t linkType = 0;
+    std::uint32_t number = 0;  // among the output's
+};
+
 class InputOrder {
  public:
     // Told of each block when it is taken, before any of its records.
-    using BlockSink = std::function<void(const capture::RecordBlock&)>;
+    using BlockSink = std::function<void(capture::RecordBlock&)>;
 
     // Takes the first block, waiting for it. When `mends` is false the records come as they stand
     // in the file. `ahead` and `tally` outlive the object.
@@ -46,6 +53,10 @@ class InputOrder {
     }
 
     [[nodiscard]] InputTally& Tally() { return m_Tally; }
+
+    // What the output made of the interfaces that the blocks so far have described, in their order.
+    // Kept for outputs that hold more than one interface; empty otherwise.
+    std::vector<OutputInterface> interfaces;
 
  private:
     struct Held {

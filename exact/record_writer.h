@@ -1,37 +1,79 @@
-// RecordWriter: from a chosen record to the bytes of the output.
+// RecordWriter: from a chosen record to the bytes of the output, in either format.
 
 #pragma once
 
 #include <algorithm>
 #include <cstdint>
 #include <limits>
+#include <span>
+#include <string_view>
 
 #include "capture/block_writer.h"
+#include "capture/pcapng_encoder.h"
 #include "capture/record.h"
 #include "capture/record_encoder.h"
+#include "exact/input_order.h"
 #include "exact/input_tally.h"
 #include "exact/run_progress.h"
 
 namespace velora::exact {
 
+// What an output is like as a whole.
+struct OutputForm {
+    bool isPcapNg = false;        // else classic
+    bool hasNanoseconds = false;  // of a classic one
+    bool cutsFinerTimes = false;  // what is finer than the unit is cut without being counted
+    std::uint32_t linkType = 1;   // of a classic one
+    std::uint32_t fcsBits = 0;    // of a classic one
+    std::uint32_t snapLen = 0;    // as it is declared
+    std::uint32_t mostBytes = std::numeric_limits<std::uint32_t>::max();  // kept of a record
+};
+
+// A record as it stands in the output, but for its time.
+struct WrittenRecord {
+    std::int64_t time = 0;  // as captured
+    std::uint32_t linkType = 0;
+    std::uint32_t originalLength = 0;
+    std::span<const std::uint8_t> bytes;
+};
+
 class RecordWriter {
  public:
-    // The file header is the caller's to write. What is borrowed outlives the object.
-    RecordWriter(capture::BlockWriter& output, const capture::RecordEncoder& encoder,
-                 RunProgress& progress)
-        : m_Output(output), m_Encoder(encoder), m_Progress(progress) {}
+    // What is borrowed outlives the object.
+    RecordWriter(capture::BlockWriter& output, const OutputForm& form, RunProgress& progress)
+        : m_Output(output),
+          m_Form(form),
+          m_Encoder(form.hasNanoseconds ? capture::RecordEncoder::Unit::kNanoseconds
+                                        : capture::RecordEncoder::Unit::kMicroseconds),
+          m_Progress(progress) {}
 
-    // Writes the record with another time than its own, perhaps. False once the output has failed.
-    [[nodiscard]] bool Write(const capture::Record& record, std::int64_t time, InputTally& tally) {
-        tally.recordsWritten += 1;
-        return WriteBytes(record.Bytes(), record.originalLength, time, tally);
+    // What the file begins with. Each of these is false once the output has failed.
+    [[nodiscard]] bool WriteFileHeader();
+
+    // Describes a further interface of an output that holds several, with the name of its input,
+    // and notes it among the input's. Other outputs need none.
+    [[nodiscard]] bool WriteInterface(InputOrder& input, const capture::Interface& interface,
+                                      std::string_view name);
+
+    // Writes the record that the input stands on, with another time than its own, perhaps.
+    [[nodiscard]] bool Write(InputOrder& input, std::int64_t time) {
+        input.Tally().recordsWritten += 1;
+        return WriteBytes(input, KeptBytes(input.Current()), time);
     }
 
-    // The same for a copy of a record, which counts as a copy.
-    [[nodiscard]] bool WriteCopy(std::span<const std::uint8_t> bytes, std::uint32_t originalLength,
-                                 std::int64_t time, InputTally& tally) {
-        tally.copies += 1;
-        return WriteBytes(bytes, originalLength, time, tally);
+    // The same for a copy of it with other bytes, as many as AsWritten gives; it counts as a copy.
+    [[nodiscard]] bool WriteCopy(InputOrder& input, std::span<const std::uint8_t> bytes,
+                                 std::int64_t time) {
+        input.Tally().copies += 1;
+        return WriteBytes(input, bytes, time);
+    }
+
+    // The record that the input stands on.
+    [[nodiscard]] WrittenRecord AsWritten(const InputOrder& input) const {
+        const capture::Record& record = input.Current();
+        return {record.time,
+                m_Form.isPcapNg ? input.interfaces[record.interface].linkType : m_Form.linkType,
+                record.originalLength, KeptBytes(record)};
     }
 
     [[nodiscard]] std::uint64_t Count() const { return m_Count; }
@@ -40,40 +82,38 @@ class RecordWriter {
     [[nodiscard]] std::int64_t Latest() const { return m_Latest; }
 
  private:
-    [[nodiscard]] bool WriteBytes(std::span<const std::uint8_t> bytes, std::uint32_t originalLength,
-                                  std::int64_t time, InputTally& tally) {
-        const capture::TimeChange change =
-            m_Encoder.EncodeHeader(m_Output.Reserve(capture::RecordEncoder::kHeaderSize), time,
-                                   static_cast<std::uint32_t>(bytes.size()), originalLength);
-        if (change != capture::TimeChange::kAsIs) {
-            Count(change, tally);
-        }
+    [[nodiscard]] std::span<const std::uint8_t> KeptBytes(const capture::Record& record) const {
+        return {record.data, std::min(record.capturedLength, m_Form.mostBytes)};
+    }
+
+    [[nodiscard]] bool WriteBytes(InputOrder& input, std::span<const std::uint8_t> bytes,
+                                  std::int64_t time) {
         m_Earliest = std::min(m_Earliest, time);
         m_Latest = std::max(m_Latest, time);
         m_Progress.records.store(++m_Count, std::memory_order_relaxed);
-        return m_Output.Commit(capture::RecordEncoder::kHeaderSize) && m_Output.Append(bytes);
+        if (m_Form.isPcapNg) {
+            return WritePacketBlock(input, bytes, time);
+        }
+        using capture::RecordEncoder;
+        const capture::TimeChange change = m_Encoder.EncodeHeader(
+            m_Output.Reserve(RecordEncoder::kHeaderSize), time,
+            static_cast<std::uint32_t>(bytes.size()), input.Current().originalLength);
+        if (change != capture::TimeChange::kAsIs) [[unlikely]] {
+            CountChange(change, input.Tally());
+        }
+        return m_Output.Commit(RecordEncoder::kHeaderSize) && m_Output.Append(bytes);
     }
 
-    static void Count(capture::TimeChange change, InputTally& tally) {
-        switch (change) {
-            case capture::TimeChange::kAsIs:
-                break;
-            case capture::TimeChange::kBefore1970:
-                tally.beforeEpoch += 1;
-                break;
-            case capture::TimeChange::kBeyondLast:
-                tally.beyondEnd += 1;
-                break;
-            case capture::TimeChange::kFinerThanUnit:
-                tally.roundedDown += 1;
-                break;
-        }
-    }
+    [[nodiscard]] bool WritePacketBlock(InputOrder& input, std::span<const std::uint8_t> bytes,
+                                        std::int64_t time);
+    void CountChange(capture::TimeChange change, InputTally& tally) const;
 
     capture::BlockWriter& m_Output;
-    const capture::RecordEncoder& m_Encoder;
+    const OutputForm m_Form;
+    const capture::RecordEncoder m_Encoder;
     RunProgress& m_Progress;
     std::uint64_t m_Count = 0;
+    std::uint32_t m_Interfaces = 0;
     std::int64_t m_Earliest = std::numeric_limits<std::int64_t>::max();
     std::int64_t m_Latest = std::numeric_limits<std::int64_t>::min();
 };

@@ -29,6 +29,7 @@ std::vector<Problem> ProblemsOf(const InputTally& tally, std::uint32_t linkType)
         "from 2106 or later: their time is the last that the output can hold");
     add(ProblemKind::kTimeChanged, tally.roundedDown,
         "with times finer than the output's microseconds: rounded down");
+    add(ProblemKind::kNote, tally.duplicates, "dropped: equal to records written before");
     if (tally.hasDropped) {
         problems.push_back(
             {ProblemKind::kNote, "names, secrets or comments in it are not taken over", 0, 0});

@@ -1,0 +1,47 @@
+#include "app/input_list.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdint>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "capture/input_file.h"
+#include "utils/errno_text.h"
+#include "utils/scope_guards.h"
+
+std::vector<std::string> PathsIn(const std::string& bytes) {
+    const char separator = bytes.find('\0') != std::string::npos ? '\0' : '\n';
+    std::vector<std::string> paths;
+    for (std::size_t start = 0; start < bytes.size();) {
+        const std::size_t end = std::min(bytes.find(separator, start), bytes.size());
+        if (end > start) {
+            paths.push_back(bytes.substr(start, end - start));
+        }
+        start = end + 1;
+    }
+    return paths;
+}
+
+std::variant<std::vector<std::string>, ListFault> ReadInputList(const std::string& path) {
+    const MiscUtils::UniqueFd fd(path == "-"
+                                     ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)
+                                     : open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
+    std::string bytes;
+    std::array<std::uint8_t, 65536> part{};
+    ssize_t count = fd ? 1 : -errno;
+    while (count > 0) {
+        count = velora::capture::ReadSome(fd.Get(), part.data(), part.size());
+        bytes.append(part.begin(), part.begin() + std::max<ssize_t>(count, 0));
+    }
+    if (count < 0) {
+        return ListFault{"cannot be read: " + MiscUtils::ErrnoText(static_cast<int>(-count)).text};
+    }
+    std::vector<std::string> paths = PathsIn(bytes);
+    if (paths.empty()) {
+        return ListFault{"names no input"};
+    }
+    return paths;
+}
