@@ -25,6 +25,7 @@ namespace velora::exact {
 
 class AddressCopies {
  public:
+    // The copies of a record.
     static constexpr std::uint8_t kNetworks = 10;
 
     // Nothing when the record gets no copies: when it is no IPv4 packet of a link type that
