@@ -84,8 +84,8 @@ const Body kBodies[] = {
     {.about = "strict, last stop", .protocol = kUdp, .options = "890B0801020304C0A8050700", .isRouteAhead = true},
     {.about = "finished route", .protocol = kTcp, .options = "01830708C0A80507"},
     {.about = "no room for a stop", .protocol = kTcp, .options = "83060401C0A80000"},
-    {.about = "route behind the end", .protocol = kTcp, .options = "00830704C0A80507"},
-    {.about = "route behind an option of length 1", .protocol = kTcp, .options = "0701830704C0A805"},
+    {.about = "route behind the end", .protocol = kTcp, .options = "0002830704C0A80507000000"},
+    {.about = "route behind an option of length 1", .protocol = kTcp, .options = "0701830704C0A80507000000"},
     {.about = "route longer than the options", .protocol = kTcp, .options = "01830804C0A80507"},
 };
 
