@@ -1,5 +1,6 @@
-// bzip2 by libbz2. It gives whole blocks only, checks a block's sum when all of the block is given,
-// and calls a wrong sum what it calls other damage.
+// bzip2 by libbz2. It decodes whole blocks only, checks a block's sum when all of the block is
+// given, and calls a wrong sum what it calls other damage. Of a block that ends in half a run it
+// gives what fitted into the calls before the one that finds out.
 
 #include <algorithm>
 #include <limits>

@@ -4,6 +4,7 @@
 // waits.
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <limits>
 
@@ -46,35 +47,58 @@ class GzipDecoder final : public Decoder {
 
     Step Decode(std::span<const std::uint8_t> in, std::span<std::uint8_t> out) override {
         Step step;
-        if (!m_Header.IsWhole()) {
-            step.taken = m_Header.Take(in);
-            if (m_Header.Reason() != nullptr) {
-                step.fault =
-                    BadData(Compression::kGzip, std::string("header: ") + m_Header.Reason());
+        const std::size_t header = m_Header.Take(in);  // 0 bytes, once it is whole
+        if (m_Header.Reason() != nullptr) {
+            step.fault = BadData(Compression::kGzip, std::string("header: ") + m_Header.Reason());
+        } else if (m_Header.IsWhole()) {
+            if (m_Error == 0) {
+                Inflate(in.subspan(header), out, step);
             }
-            if (!m_Header.IsWhole()) {
-                return step;
+            if (m_Error != 0) {
+                GiveWhatIsLeft(out.subspan(step.given), step);
             }
-            in = in.subspan(step.taken);
         }
-        if (m_Error == 0) {
-            Inflate(in, out, step);
-        }
-        if (m_Error != 0) {
-            GiveWhatIsLeft(out.subspan(step.given), step);
-        }
+        step.taken += header;
         return step;
     }
 
  private:
+    // Where a distance or its code is invalid, the library's fast path counts the bytes of the
+    // match as given, though it has none for them. So the last bytes are then inflated again, one
+    // by one: with so few bytes at hand it goes another way, which is exact.
     void Inflate(std::span<const std::uint8_t> in, std::span<std::uint8_t> out, Step& step) {
+        constexpr std::size_t kFew = 7;
+        constexpr std::size_t kLast = 64;  // more than a match and what is read ahead of it
+        if (in.size() <= kFew) {
+            InflateOnce(in, out, step);
+            return;
+        }
+        inflate_state before;
+        const std::size_t used = offsetof(inflate_state, tmp_out_buffer) +
+                                 static_cast<std::size_t>(m_State->tmp_out_valid);
+        std::memcpy(&before, m_State.get(), used);
+        InflateOnce(in, out, step);
+        if (m_Error == ISAL_INVALID_LOOKBACK || m_Error == ISAL_INVALID_SYMBOL) {
+            const std::size_t exact = step.taken - std::min(step.taken, kLast);
+            std::memcpy(m_State.get(), &before, used);
+            step = {};
+            InflateOnce(in.first(exact), out, step);
+            for (std::size_t i = 0; i < in.size() && m_Error == 0 && step.given < out.size(); ++i) {
+                const auto rest = in.subspan(step.taken);
+                InflateOnce(rest.first(std::min<std::size_t>(rest.size(), 1)),
+                            out.subspan(step.given), step);
+            }
+        }
+    }
+
+    void InflateOnce(std::span<const std::uint8_t> in, std::span<std::uint8_t> out, Step& step) {
         m_State->next_in = const_cast<std::uint8_t*>(in.data());
         m_State->avail_in = Limited(in.size());
         m_State->next_out = out.data();
         m_State->avail_out = Limited(out.size());
         m_Error = std::min(isal_inflate(m_State.get()), 0);
         step.taken += static_cast<std::size_t>(m_State->next_in - in.data());
-        step.given = static_cast<std::size_t>(m_State->next_out - out.data());
+        step.given += static_cast<std::size_t>(m_State->next_out - out.data());
         step.isMemberEnd = m_Error == 0 && m_State->block_state == ISAL_BLOCK_FINISH;
     }
 

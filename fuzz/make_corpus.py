@@ -2,12 +2,17 @@
 """Makes the seeds in fuzz/corpus/: the beginnings of the captures in samples/, and texts.
 
 Usage: fuzz/make_corpus.py       (writes the same files each time; others in the folders stay)
+
+Calls zstd and lz4, of the Debian packages of these names.
 """
 
 import bz2
 import gzip
+import lzma
 import pathlib
 import struct
+import subprocess
+import zlib
 
 ROOT = pathlib.Path(__file__).resolve().parent
 SAMPLES = ROOT.parent / "samples"
@@ -73,6 +78,35 @@ write("read_gzip", compressed | {"raw_gzip": b"\0" + gzip.compress(icmp, mtime=0
 write("read_bzip2", compressed | {"raw_bzip2": b"\0" + bz2.compress(icmp, 1), "raw_cut": b"\0" + bz2.compress(bulk, 1)[:-40],
                                   "raw_two_streams": b"\0" + bz2.compress(icmp, 1) + bz2.compress(bulk[24:], 1)})
 write("read_pcapng", {"dns": dns, "cut": dns[:-20], "no_packets": blocks(dns, 2), "section_only": blocks(dns, 1)})
+
+
+
+def filtered(content, *command):
+    return subprocess.run(command, input=content, stdout=subprocess.PIPE, check=True).stdout
+
+
+def gzip_with_header(content):
+    """With an extra field, a name, a comment and a checksum of all that."""
+    fields = bytes([31, 139, 8, 30, 0, 0, 0, 0, 0, 3]) + b"\3\0xyz" + b"name\0" + b"comment\0"
+    return fields + struct.pack("<H", zlib.crc32(fields) & 0xFFFF) + gzip.compress(content, mtime=0)[10:]
+
+
+skippable = struct.pack("<II", 0x184D2A53, 5) + b"skip\0"
+numbers = b"".join(b"%d\n" % (number * number) for number in range(300))
+streams = {
+    "plain": web,
+    "gzip": gzip.compress(icmp, mtime=0),
+    "gzip_header": gzip_with_header(numbers),
+    "bzip2": bz2.compress(numbers, 1),
+    "xz": lzma.compress(numbers, preset=0, check=lzma.CHECK_CRC32),
+    "zstd": filtered(numbers, "zstd", "-q"),
+    "zstd_blocks": filtered(numbers, "zstd", "-q", "-B1024", "--no-check") + skippable,
+    "lz4": skippable + filtered(numbers, "lz4", "-q", "-B4"),
+    "lz4_block_checksums": filtered(numbers, "lz4", "-q", "-B4", "-BX", "-BD"),
+    "lz4_legacy": filtered(b"", "lz4", "-q", "-l"),
+}
+streams |= {f"{name}_padded": streams[name] + b"\0\0" + streams[name] + b"\0" for name in ("gzip", "bzip2", "xz", "zstd", "lz4")}
+write("byte_stream", {name: bytes([6, 99]) + content for name, content in streams.items()})
 
 inputs = {
     "web_and_icmp": (web, icmp),
