@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
+#include <set>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -94,6 +95,9 @@ class Parser {
         if (value.empty() && !option->value.empty() && (hasValue || !option->isValueOptional)) {
             return Fail("'" + std::string(name) + "' needs a value: '" + std::string(name) +
                         std::string(option->value) + "'");
+        }
+        if (name != "--files-from" && !option->value.empty() && !m_Given.insert(name).second) {
+            return Fail("'" + std::string(name) + "' is given twice");
         }
         if (!Apply(name, value)) {
             Fail("'" + std::string(name) + "' does not take " + Quoted(value) +
@@ -299,6 +303,7 @@ class Parser {
     std::vector<std::string_view> m_Words;
     std::size_t m_Next = 0;
     ExactOptions m_Options;
+    std::set<std::string_view> m_Given;  // options with a value
     std::optional<std::int64_t> m_From;
     std::optional<std::int64_t> m_To;
     std::optional<Compression> m_Compression;

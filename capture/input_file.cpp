@@ -22,7 +22,7 @@ Problem CannotOpen(int error) {
 
 Problem NotRead(const char* what) {
     errno = 0;
-    return {ProblemKind::kCannotRead, std::string("left out: it is ") + what, 0, 0};
+    return {ProblemKind::kCannotRead, std::string("is ") + what, 0, 0};
 }
 
 Outcome Accept(MiscUtils::UniqueFd fd) {

@@ -91,6 +91,10 @@ class ExactRun {
         m_IsDoubtful |= problem.kind != ProblemKind::kNote;
         m_Listener.OnInput(input, problem);
     }
+    void TellLeftOut(std::size_t input, Problem problem) {
+        problem.text.insert(0, "left out: ");
+        Tell(input, problem);
+    }
     [[nodiscard]] bool IsInput(const capture::FileIdentity& output) const;
     [[nodiscard]] std::string NameOf(std::size_t input) const {
         const InputName& name = m_Job.inputs[input];
@@ -98,7 +102,7 @@ class ExactRun {
     }
     [[nodiscard]] bool IsOrdered() const { return m_Job.mode == Mode::kMerge; }
     [[nodiscard]] bool IsPcapNg() const { return m_Job.format == OutputFormat::kPcapNg; }
-    void OnBlock(std::size_t input, std::size_t source, capture::RecordBlock& block);
+    void OnBlock(std::size_t opened, std::size_t source, capture::RecordBlock& block);
 
     const ExactJob& m_Job;
     RunListener& m_Listener;
@@ -170,7 +174,7 @@ bool ExactRun::OpenInputs() {
                                   " inputs, and descriptors for " + std::to_string(files.size()) +
                                   " of them; the hard limit (ulimit -Hn) allows no more");
             }
-            Tell(input, *problem);
+            TellLeftOut(input, *problem);
             continue;
         }
         auto& file = std::get<capture::InputFile>(opened);
@@ -192,10 +196,12 @@ bool ExactRun::OpenInputs() {
     return true;
 }
 
-// A block of the input has been taken, which is to be the given one of the sources.
-void ExactRun::OnBlock(std::size_t input, std::size_t source, capture::RecordBlock& block) {
+// A block has been taken of the input that was opened as this one, and is to be this source.
+void ExactRun::OnBlock(std::size_t opened, std::size_t source, capture::RecordBlock& block) {
+    const std::size_t input = m_Opened[opened];
     if (block.problem) {
-        Tell(input, *block.problem);
+        m_Ahead->IsCapture(opened) ? Tell(input, *block.problem)
+                                   : TellLeftOut(input, *block.problem);
     }
     if (!IsPcapNg()) {
         return;
@@ -217,9 +223,10 @@ bool ExactRun::LookAtInputs() {
         const std::size_t input = m_Opened[opened];
         InputReport& report = m_Report.inputs[input];
         const std::size_t source = m_Sources.size();
-        InputOrder order(
-            *m_Ahead, opened, IsOrdered(), report.tally,
-            [this, input, source](capture::RecordBlock& block) { OnBlock(input, source, block); });
+        InputOrder order(*m_Ahead, opened, IsOrdered(), report.tally,
+                         [this, opened, source](capture::RecordBlock& block) {
+                             OnBlock(opened, source, block);
+                         });
         if (m_Ahead->IsCapture(opened)) {
             report.isCapture = true;
             report.traits = m_Ahead->Traits(opened);
