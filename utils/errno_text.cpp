@@ -14,11 +14,11 @@ ErrnoText::ErrnoText(int errorNumber) : code(errorNumber) {
 }
 
 std::runtime_error ErrnoError(int errorNumber, std::string_view operation) {
-    std::string message = ErrnoText(errorNumber).text;
-    if (!operation.empty()) {
-        message.append(" : ").append(operation);
-    }
-    return std::runtime_error(message);
+    return std::runtime_error(ErrnoText(errorNumber).text.append(" : ").append(operation));
+}
+
+std::runtime_error ErrnoError(int errorNumber) {
+    return std::runtime_error(ErrnoText(errorNumber).text);
 }
 
 }  // namespace MiscUtils

@@ -27,9 +27,10 @@ struct ErrnoText {
     std::int32_t code;  // the error number
 };
 
-// The exception of the utility library for a failed system call: its text is the error text,
-// " : " and `operation`; with an empty `operation` it is the error text alone. The caller is the
-// one who throws it.
-[[nodiscard]] std::runtime_error ErrnoError(int errorNumber, std::string_view operation = {});
+// The exception of the utility library for a failed system call. Its text is the error text, " : "
+// and `operation`, an empty one included (the path that could not be opened may be empty), or the
+// error text alone where no operation is named. The caller is the one who throws it.
+[[nodiscard]] std::runtime_error ErrnoError(int errorNumber, std::string_view operation);
+[[nodiscard]] std::runtime_error ErrnoError(int errorNumber);
 
 }  // namespace MiscUtils

@@ -78,11 +78,11 @@ bool IsSameOrInside(const std::string& path, const std::string& directory) {
 using EntryOperation = void (*)(const std::string&, const std::string&, FileCallback);
 
 // What moving and copying a directory have in common: all but the removal of the source. `callback`
-// is the copy of the caller's level; each entry gets one of its own.
-void ForEachEntry(const std::string& source, const std::string& target, EntryOperation operation,
+// is the copy of the caller's level; each entry gets one of its own. `directory` is the open
+// source.
+void ForEachEntry(const std::string& source, UniqueDir directory,
+                  const std::string& canonicalTarget, EntryOperation operation,
                   FileCallback& callback) {
-    const std::string canonicalTarget = CanonicalPath(target);
-    UniqueDir directory = OpenDir(source);
     constexpr std::string_view kCannotUse = "Unable to mkdir or check dest dir ";
     if (!EnsureDir(canonicalTarget)) {
         throw DirFailure(errno, kCannotUse, canonicalTarget);
@@ -127,7 +127,8 @@ void Move(const std::string& source, const std::string& target, FileCallback cal
 }
 
 void MoveDir(const std::string& source, const std::string& target, FileCallback callback) {
-    ForEachEntry(source, target, Move, callback);
+    const std::string canonicalTarget = CanonicalPath(target);
+    ForEachEntry(source, OpenDir(source), canonicalTarget, Move, callback);
     if (rmdir(source.c_str()) < 0) {
         throw DirFailure(errno, "MoveDir: Unable to rmdir() ", source);
     }
@@ -144,9 +145,9 @@ void CopyFile(const std::string& source, const std::string& target, FileCallback
 }
 
 void CopyDir(const std::string& source, const std::string& target, FileCallback callback) {
-    // Its canonical path is needed first, and only an existing directory has one.
-    static_cast<void>(EnsureDir(target));
-    ForEachEntry(source, target, CopyFile, callback);
+    UniqueDir directory = OpenDir(source);  // before anything is made
+    static_cast<void>(EnsureDir(target));   // only an existing directory has a canonical path
+    ForEachEntry(source, std::move(directory), CanonicalPath(target), CopyFile, callback);
 }
 
 void Delete(const std::string& path) {

@@ -57,7 +57,7 @@ void MoveDir(const std::string& source, const std::string& target, FileCallback 
 void CopyFile(const std::string& source, const std::string& target, FileCallback callback);
 
 // Copies all entries of a directory into `target`, which is made if need be (its parent has to
-// exist); throws as MoveDir does. The source stays.
+// exist) once the source could be opened; throws as MoveDir does. The source stays.
 void CopyDir(const std::string& source, const std::string& target, FileCallback callback);
 
 // Removes a file, or a directory with all that it holds. Does nothing for any other path. Throws

@@ -45,7 +45,7 @@ MoveDir s t|s/ s/d/ s/d/b=2 t/ t/d/ t/d/b=0 t/d/c=3|t/ t/d/ t/d/b=2 t/d/c=3|@/t/
 MoveDir s t|s/|s/||realpath() cannot convert to canonical: t errno = 2=No such file or directory
 CopyFile s n/t|s=1|s=1||CopyFile failed for =s t= n/t err=2 c=No such file or directory
 CopyFile s t|f=1 s/ s/d/ s/d/b>../../f|f=1 s/ s/d/ s/d/b>../../f t/ t/d/ t/d/b=1|@/t/d/b|no error
-CopyDir s t|t/|t/||Unable to open source dir s errno = 2=No such file or directory
+CopyDir s t||||Unable to open source dir s errno = 2=No such file or directory
 CopyDir s s|s/ s/a=1|s/ s/a=1||Unable to mkdir or check dest dir @/s errno = 22=Invalid argument
 CopyDir s st|s/ s/.a=1|s/ s/.a=1 st/ st/.a=1|@/st/.a|no error
 Delete s|f=1 s>f|f=1||no error

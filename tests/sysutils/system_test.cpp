@@ -60,6 +60,7 @@ TEST(WriteFileTest, WritesAllOrThrows) {
         EXPECT_EQ(full, "No space left on device : /dev/full");
     }
     EXPECT_EQ(ErrorOf<std::runtime_error>(WriteFile, "x", "/proc"), "Is a directory : /proc");
+    EXPECT_EQ(ErrorOf<std::runtime_error>(WriteFile, "x", ""), "No such file or directory : ");
 }
 
 TEST(ConfigArchiveTest, UnpacksAndLeavesNoTrace) {
