@@ -1,5 +1,6 @@
 #include "utils/file_tree.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -71,8 +72,24 @@ std::string EntryPath(const std::string& directory, const std::string& name) {
     return path;
 }
 
-bool IsSameOrInside(const std::string& path, const std::string& directory) {
-    return path == directory || path.starts_with(directory == "/" ? directory : directory + "/");
+// By device and inode, not by the paths: a bind mount shows one file under two of them, and a link
+// leads from one to the other.
+bool AreOneFile(const std::string& first, const std::string& second) {
+    struct stat a = {};
+    struct stat b = {};
+    return stat(first.c_str(), &a) == 0 && stat(second.c_str(), &b) == 0 && a.st_dev == b.st_dev &&
+           a.st_ino == b.st_ino;
+}
+
+// `path` is canonical.
+bool IsSameOrInside(std::string path, const std::string& directory) {
+    while (!AreOneFile(path, directory)) {
+        if (path == "/") {
+            return false;
+        }
+        path.resize(std::max<std::size_t>(path.rfind('/'), 1));
+    }
+    return true;
 }
 
 using EntryOperation = void (*)(const std::string&, const std::string&, FileCallback);
@@ -87,7 +104,7 @@ void ForEachEntry(const std::string& source, UniqueDir directory,
     if (!EnsureDir(canonicalTarget)) {
         throw DirFailure(errno, kCannotUse, canonicalTarget);
     }
-    if (IsSameOrInside(canonicalTarget, CanonicalPath(source))) {
+    if (IsSameOrInside(canonicalTarget, source)) {
         throw DirFailure(EINVAL, kCannotUse, canonicalTarget);
     }
     for (const std::string& name : EntriesOf(source, std::move(directory))) {
@@ -99,6 +116,36 @@ void ForEachEntry(const std::string& source, UniqueDir directory,
             callback(to);
         }
     }
+}
+
+using CopyContents = bool (*)(const std::string&, const std::string&);
+
+template <CopyContents kCopy>
+void CopyEntry(const std::string& source, const std::string& target, FileCallback callback);
+
+template <CopyContents kCopy>
+void CopyEntries(const std::string& source, const std::string& target, FileCallback& callback) {
+    UniqueDir directory = OpenDir(source);  // before anything is made
+    static_cast<void>(EnsureDir(target));   // only an existing directory has a canonical path
+    ForEachEntry(source, std::move(directory), CanonicalPath(target), CopyEntry<kCopy>, callback);
+}
+
+template <CopyContents kCopy>
+void CopyEntry(const std::string& source, const std::string& target, FileCallback callback) {
+    if (IsRegularFile(source)) {
+        if (!kCopy(source, target)) {
+            throw FileFailure(errno, "CopyFile failed for =", source, &target);
+        }
+    } else if (IsDirectory(source)) {
+        CopyEntries<kCopy>(source, target, callback);
+    }
+}
+
+// For a source that is to be deleted: not copied onto itself, which would empty it, and a copy that
+// a full disk has cut short does not pass.
+bool CopyWhole(const std::string& source, const std::string& target) {
+    return !AreOneFile(source, target) && CopyFileContents(source, target) &&
+           GetFileSize(source) == GetFileSize(target);
 }
 
 }  // namespace
@@ -135,19 +182,11 @@ void MoveDir(const std::string& source, const std::string& target, FileCallback 
 }
 
 void CopyFile(const std::string& source, const std::string& target, FileCallback callback) {
-    if (IsRegularFile(source)) {
-        if (!CopyFileContents(source, target)) {
-            throw FileFailure(errno, "CopyFile failed for =", source, &target);
-        }
-    } else if (IsDirectory(source)) {
-        CopyDir(source, target, std::move(callback));
-    }
+    CopyEntry<CopyFileContents>(source, target, std::move(callback));
 }
 
 void CopyDir(const std::string& source, const std::string& target, FileCallback callback) {
-    UniqueDir directory = OpenDir(source);  // before anything is made
-    static_cast<void>(EnsureDir(target));   // only an existing directory has a canonical path
-    ForEachEntry(source, std::move(directory), CanonicalPath(target), CopyFile, callback);
+    CopyEntries<CopyFileContents>(source, target, callback);
 }
 
 void Delete(const std::string& path) {
@@ -181,7 +220,7 @@ void MoveOrCopy(const std::string& source, const std::string& target, FileCallba
         }
     }
     try {
-        CopyFile(source, target, std::move(callback));
+        CopyEntry<CopyWhole>(source, target, std::move(callback));
         Delete(source);
     } catch (...) {
         throw std::exception();

@@ -47,8 +47,8 @@ void Move(const std::string& source, const std::string& target, FileCallback cal
 //     "Unable to open source dir <source> errno = <n>=<error text>"
 //     "Unable to mkdir or check dest dir <target> errno = <n>=<error text>"
 //     "MoveDir: Unable to rmdir() <source> errno = <n>=<error text>"
-// A target that is the source itself or lies inside it is refused with the third text and error 22
-// (Invalid argument), before anything is moved.
+// A target that is the source itself or lies inside it, whatever its path (a bind mount, say), is
+// refused with the third text and error 22 (Invalid argument), before anything is moved.
 void MoveDir(const std::string& source, const std::string& target, FileCallback callback);
 
 // Copies a file with CopyFileContents (mode 0644, whatever that of the source), or a directory with
@@ -70,8 +70,11 @@ void Delete(const std::string& path);
 void DeleteDir(const std::string& path);
 
 // Moves as Move does; where that fails because source and target lie on different file systems,
-// copies the source and deletes it. Any failure throws a plain std::exception: callers learn that
-// the move failed and not why. A copy that fails leaves the source in place.
+// copies the source and deletes it. Copies are what CopyFile makes: mode, owner and times are those
+// of new files. Any failure throws a plain std::exception: callers learn that the move failed and
+// not why. A copy that fails leaves the source in place; so does one whose size is not that of its
+// source (the disk is full, or the source still grows), and a target that is the source itself
+// under another path, which stays as it is.
 //
 // A failed Move is taken for such a crossing when its text holds "err=18" or "cross-device", which
 // a path may also bring about by its own name.

@@ -4,9 +4,12 @@
 #include <map>
 
 #include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
 
 #include "procutils/scoped_cwd.h"
 #include "tests/support/file_trees.h"
+#include "tests/support/limits.h"
 #include "utils/scope_guards.h"
 #include "utils/text_edit.h"
 
@@ -98,6 +101,36 @@ TEST(FileTreeTest, MovesCopiesAndDeletes) {
         EXPECT_EQ(Planted(), Words(after + " far>" + far.Path()));
         EXPECT_EQ(announced, Words(files));
     }
+}
+
+TEST(FileTreeTest, MoveOrCopyKeepsWhatItCannotCopyWhole) {
+    const ScratchDir scratch;
+    const TempDir far("/dev/shm");
+    Plant(scratch, "dir/ dir/f=1 long=" + std::string(4120, 'x'));
+    Plant(far, "to-f>" + scratch / "dir/f" + " dir/ dir/f>" + scratch / "dir/f");
+    EXPECT_THROW(MoveOrCopy(scratch / "dir/f", far / "to-f"), std::exception);
+    EXPECT_THROW(MoveOrCopy(scratch / "dir", far / "dir"), std::exception);
+    EXPECT_EQ(scratch.Read("dir/f"), "1");
+    const auto moveWithFullDisk = [&] {
+        const ScopedLimit fullDisk(RLIMIT_FSIZE, 4096 + 10);  // the second block is written in part
+        MoveOrCopy(scratch / "long", far / "long");
+    };
+    EXPECT_THROW(moveWithFullDisk(), std::exception);
+    EXPECT_EQ(scratch.Read("long"), std::string(4120, 'x'));
+}
+
+TEST(FileTreeTest, MoveOrCopyKeepsWhatABindMountShowsTwiceAsRoot) {
+    const ScratchDir scratch;
+    Plant(scratch, "a/ a/d/ a/d/f=1 b/");
+    if (unshare(CLONE_NEWNS) != 0 || mount("", "/", nullptr, MS_PRIVATE | MS_REC, nullptr) != 0 ||
+        mount((scratch / "a").c_str(), (scratch / "b").c_str(), nullptr, MS_BIND, nullptr) != 0) {
+        GTEST_SKIP() << "only root may mount";
+    }
+    for (const auto& [source, target] : {std::pair{"a/d/f", "b/d/f"}, {"a/d", "b/d"}, {"a", "b/d/inside"}}) {
+        EXPECT_THROW(MoveOrCopy(scratch / source, scratch / target), std::exception) << source;
+        EXPECT_EQ(scratch.Read("a/d/f"), "1") << source;
+    }
+    EXPECT_EQ(umount((scratch / "b").c_str()), 0);
 }
 
 TEST(FileTreeTest, EveryLevelHasACallbackOfItsOwnWhoseErrorEndsTheWork) {
