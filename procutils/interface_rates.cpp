@@ -1,12 +1,13 @@
 #include "procutils/interface_rates.h"
 
+#include <chrono>
 #include <map>
 #include <ostream>
 #include <sstream>
+#include <thread>
 #include <utility>
 
 #include <re2/re2.h>
-#include <unistd.h>
 
 #include "procutils/runexe/run_popen.h"
 #include "utils/path_tests.h"
@@ -73,7 +74,10 @@ std::string detail::InterfaceRatesFrom(const std::function<std::string()>& sampl
 }
 
 std::string InterfaceRates(int intervalSeconds) {
-    return detail::InterfaceRatesFrom(ReadCounters, usleep, intervalSeconds);
+    const auto pause = [](std::uint32_t microseconds) {  // signals do not cut it short
+        std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
+    };
+    return detail::InterfaceRatesFrom(ReadCounters, pause, intervalSeconds);
 }
 
 }  // namespace velora::utils::proc

@@ -25,7 +25,8 @@ namespace velora::utils::proc {
 // empty.
 //
 // The interval has to be 1 or more; nothing guards the division by 0. The sleep is counted in 32
-// bits of microseconds, so from 4295 seconds on it is too short.
+// bits of microseconds, so from 4295 seconds on it is too short. A signal that the caller catches
+// meanwhile does not shorten it.
 //
 // Runs a command as RunPopen does: one thread at a time.
 [[nodiscard]] std::string InterfaceRates(int intervalSeconds);

@@ -1,9 +1,11 @@
 #include "procutils/pid_file.h"
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <exception>
 #include <fstream>
+#include <thread>
 
 #include <re2/re2.h>
 #include <unistd.h>
@@ -58,7 +60,7 @@ bool WaitWhileRunning(const std::string& pidFile, const std::string& pattern, in
         return true;
     }
     for (int left = seconds; PidFileMatches(pidFile, pattern);) {
-        sleep(1);
+        std::this_thread::sleep_for(std::chrono::seconds(1));  // signals do not cut it short
         if (left > 0 && --left == 0) {
             return true;
         }

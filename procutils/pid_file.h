@@ -44,7 +44,7 @@ namespace velora::utils::proc {
 
 // Waits for PidFileMatches() to turn false, looking once a second and up to `seconds` times. True
 // when it has not: the process is still running. 0 seconds give true without a look; below 0 the
-// wait has no limit.
+// wait has no limit. A signal that the caller catches meanwhile does not shorten the wait.
 [[nodiscard]] bool WaitWhileRunning(const std::string& pidFile, const std::string& pattern,
                                     int seconds);
 

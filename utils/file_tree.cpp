@@ -151,7 +151,11 @@ bool CopyWhole(const std::string& source, const std::string& target) {
 }  // namespace
 
 bool EnsureDir(const std::string& path) {
-    return IsDirectory(path) || mkdir(path.c_str(), 0775) == 0;
+    if (IsDirectory(path) || mkdir(path.c_str(), 0775) == 0) {
+        return true;
+    }
+    const ScopedErrno keepErrno;
+    return errno == EEXIST && IsDirectory(path);  // another thread has made it since
 }
 
 bool MakeDirs(const std::string& path) {

@@ -30,7 +30,7 @@ namespace MiscUtils {
 using FileCallback = std::function<void(const std::string& path)>;
 
 // True when `path` is a directory already or could be made one, with mode 0775 less the umask; its
-// parent has to exist.
+// parent has to exist. Any number of threads may ask for the same directory at once.
 [[nodiscard]] bool EnsureDir(const std::string& path);
 
 // The same, with all missing parents made first. After false, some of them may have been made.

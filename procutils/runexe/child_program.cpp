@@ -1,12 +1,13 @@
 #include "procutils/runexe/child_program.h"
 
 #include <cerrno>
+#include <cstring>
+#include <ctime>
 
 #include <syslog.h>
 #include <unistd.h>
 
 #include "procutils/str_tokenizer.h"
-#include "utils/errno_text.h"
 
 namespace velora::utils::proc {
 
@@ -18,6 +19,10 @@ ChildProgram::ChildProgram(const std::string& command) {
         m_Arguments.push_back(word.data());
     }
     m_Arguments.push_back(nullptr);
+    // The first look at the time zone allocates: syslog() in the child would take it.
+    const std::time_t now = std::time(nullptr);
+    tm unused{};
+    localtime_r(&now, &unused);
 }
 
 void ChildProgram::ExecOrExit() const noexcept {
@@ -26,8 +31,11 @@ void ChildProgram::ExecOrExit() const noexcept {
     } else {
         execvp(m_Arguments[0], m_Arguments.data());
     }
+    // The system's description as it stands, in no language of a locale: to translate it would
+    // allocate.
+    const char* const description = strerrordesc_np(errno);
     syslog(LOG_ERR, "velora execve : failed after fork() err= %s",
-           MiscUtils::ErrnoText(errno).text.c_str());
+           description != nullptr ? description : "Unknown error");
     _exit(255);
 }
 

@@ -1,7 +1,7 @@
 // ChildProgram: the program that a child process is about to become.
 //
 // Made before fork(), because between fork() and exec a child of a process with threads may not
-// allocate; used once, behind it, in the child.
+// allocate (nor does this class there); used once, behind it, in the child.
 
 #pragma once
 

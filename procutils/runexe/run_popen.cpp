@@ -1,6 +1,5 @@
 #include "procutils/runexe/run_popen.h"
 
-#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <memory>
@@ -16,6 +15,20 @@ struct ClosePipe {
     void operator()(std::FILE* pipe) const noexcept { pclose(pipe); }
 };
 
+// The most that is taken for one line: a longer one counts as several.
+constexpr std::size_t kLineBytes = 1023;
+
+// The next byte, or EOF at the end of the output. A signal that is caught meanwhile is no end: the
+// bytes read so far stay in the stream's hands. (fgets() would drop them.)
+int NextByte(std::FILE* pipe) {
+    int byte = std::fgetc(pipe);
+    while (byte == EOF && std::ferror(pipe) != 0 && errno == EINTR) {
+        std::clearerr(pipe);
+        byte = std::fgetc(pipe);
+    }
+    return byte;
+}
+
 }  // namespace
 
 int RunPopen(const std::string& command, std::string& output) {
@@ -25,10 +38,15 @@ int RunPopen(const std::string& command, std::string& output) {
         return -1;
     }
     std::string collected;
-    std::array<char, 1024> line{};
-    while (std::fgets(line.data(), line.size(), pipe.get()) != nullptr) {
-        collected += line.data();
+    std::string line;
+    for (int byte = NextByte(pipe.get()); byte != EOF; byte = NextByte(pipe.get())) {
+        line += static_cast<char>(byte);
+        if (byte == '\n' || line.size() == kLineBytes) {
+            collected += line.c_str();  // up to its first zero
+            line.clear();
+        }
     }
+    collected += line.c_str();
     const int status = pclose(pipe.release());
     output = std::move(collected);
     return status;

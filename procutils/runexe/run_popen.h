@@ -1,9 +1,10 @@
 // Running a shell command line and collecting what it prints, through popen(3).
 //
 // Both operations set SIGCHLD to its default while they run and put the previous disposition back:
-// one thread at a time. They return when the command has ended. The command's standard error and
-// standard input are the caller's own. The command line goes to the shell as it is: whoever puts a
-// text of unknown origin into it must quote it.
+// one thread at a time. They return when the command has ended; signals that the caller catches
+// meanwhile do not shorten that. The command's standard error and standard input are the caller's
+// own. The command line goes to the shell as it is: whoever puts a text of unknown origin into it
+// must quote it.
 
 #pragma once
 

@@ -36,7 +36,9 @@ int SpawnExe(const std::string& command) {
     const ChildProgram program(WithSingleBlanks(command));
     MiscUtils::UniqueFd readEnd;
     MiscUtils::UniqueFd writeEnd;
-    if (std::array<int, 2> ends{}; pipe(ends.data()) == 0) {  // without one nothing is watched
+    // Closed by exec: a program that kept the reading end would hang once the pipe is full. Without
+    // a pipe nothing is watched.
+    if (std::array<int, 2> ends{}; pipe2(ends.data(), O_CLOEXEC) == 0) {
         readEnd.Reset(ends[0]);
         writeEnd.Reset(ends[1]);
     }
@@ -48,7 +50,11 @@ int SpawnExe(const std::string& command) {
         for (int fd = kFirstClosed; fd <= kLastClosed; ++fd) {
             close(fd);
         }
-        dup2(writeEnd.Get(), STDERR_FILENO);
+        if (writeEnd.Get() == STDERR_FILENO) {  // the caller had none
+            fcntl(STDERR_FILENO, F_SETFD, 0);
+        } else {
+            dup2(writeEnd.Get(), STDERR_FILENO);
+        }
         program.ExecOrExit();
     }
     std::this_thread::sleep_for(seconds(1));

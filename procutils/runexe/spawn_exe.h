@@ -29,7 +29,11 @@ namespace velora::utils::proc {
 // few open descriptors the program keeps the caller's standard error, and no complaint of it is
 // seen here.
 //
-// SIGCHLD is left alone. Any number of threads may spawn.
+// After that time nobody reads what the program writes there, and to go on writing is an error
+// (EPIPE, and the signal SIGPIPE, which ends a program that does not handle it).
+//
+// Signals that the caller catches meanwhile do not shorten the two seconds. SIGCHLD is left alone.
+// Any number of threads may spawn.
 int SpawnExe(const std::string& command);
 
 }  // namespace velora::utils::proc

@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <chrono>
+#include <functional>
 #include <future>
 #include <tuple>
 #include <vector>
@@ -6,7 +8,9 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <spawn.h>
+#include <sys/time.h>
 
+#include "procutils/interface_rates.h"
 #include "procutils/pid_file.h"
 #include "procutils/process_search.h"
 #include "procutils/runexe/output_collector.h"
@@ -23,6 +27,13 @@ namespace {
 
 using MiscUtils::UniqueFd;
 
+// From here on SIGALRM ends the system call that it meets.
+void CatchAlarms() {
+    struct sigaction action {};
+    action.sa_handler = [](int) {};
+    sigaction(SIGALRM, &action, nullptr);
+}
+
 TEST(RunTest, GivesAResultAndAText) {
     constexpr int kMany = 100;
     const std::tuple<int (*)(const std::string&, std::string&), const char*, int, int, std::string> rows[] = {
@@ -30,6 +41,7 @@ TEST(RunTest, GivesAResultAndAText) {
         {RunPopen, "kill -KILL $$", SIGKILL, kMany, ""},
         {RunPopen, "printf %03000d 7", 0, kMany, std::string(2999, '0') + "7"},
         {RunPopen, "printf 'ab\\0cd\\nef\\n'", 0, kMany, "abef\n"},
+        {RunPopen, "printf a; for i in 1 2; do kill -ALRM $PPID; sleep .1; done; printf b", 0, kMany, "ab"},
         {RunPopen, "no descriptors", -1, 0, "old"},
         {RunExe, "  printf  %s.  a b ", 0, kMany, "a.b."},
         {RunExe, "sh -c printf\toops>&2;printf\tout;exit\t3", 3, kMany, "oops"},
@@ -42,7 +54,7 @@ TEST(RunTest, GivesAResultAndAText) {
         {RunExe, "one pipe", -1, 2, "pipe() failed: Too many open files"}};
     const auto before = OpenDescriptors();
     const auto handler = std::signal(SIGCHLD, SIG_IGN);
-    std::signal(SIGALRM, [](int) {});  // what ends a select()
+    CatchAlarms();
     for (const auto& [run, command, result, descriptorsLeft, expected] : rows) {
         std::string output = "old";
         {
@@ -113,11 +125,12 @@ TEST(SpawnExeTest, KeepsTheCallersStandardErrorWhenThePipeIsLow) {
 TEST(SpawnExeTest, HearsComplaintsThroughAHighPipe) {
     std::vector<UniqueFd> low;
     for (int fd = 0; fd < 32; fd = low.back().Get()) {
-        low.emplace_back(open("/dev/null", O_RDONLY));
+        low.emplace_back(open("/dev/null", O_RDONLY | O_CLOEXEC));
     }
     const std::pair<const char*, std::string> rows[] = {{"sh -c printf${IFS}1234567890\\\\0002>&2", "no error"},
                                                         {"sh -c printf${IFS}12345678901>&2", "12345678901"},
                                                         {"sh -c printf${IFS}%0300d${IFS}7>&2", std::string(256, '0')},
+                                                        {"sh -c readlink${IFS}/proc/$$/fd/[3-9]?>&2", "no error"},
                                                         {"no-such-program.velora", "no error"}};
     const auto before = OpenDescriptors();
     std::vector<std::future<std::string>> errors;
@@ -190,13 +203,32 @@ TEST(PidFileTest, AnswersForEveryContent) {
     EXPECT_FALSE(PidFileMatches(scratch.Write("pid", "4194304"), "")) << "there is no command line";
 }
 
+TEST(WaitingTest, IsNotShortenedBySignals) {
+    const ScratchDir scratch;
+    const std::string own = scratch.Write("pid", std::to_string(getpid()));
+    CatchAlarms();
+    const itimerval often{.it_interval = {.tv_sec = 0, .tv_usec = 50000}, .it_value = {.tv_sec = 0, .tv_usec = 50000}};
+    setitimer(ITIMER_REAL, &often, nullptr);
+    const std::pair<int, std::function<void()>> rows[] = {
+        {1, [&] { EXPECT_TRUE(WaitWhileRunning(own, "_tests", 1)); }},
+        {1, [] { EXPECT_NE(("\n" + InterfaceRates(1)).find("\nlo  "), std::string::npos); }},
+        {2, [] { SpawnExe("true"); }}};
+    for (const auto& [seconds, wait] : rows) {
+        const auto start = std::chrono::steady_clock::now();
+        wait();
+        EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(seconds));
+    }
+    const itimerval never{};
+    setitimer(ITIMER_REAL, &never, nullptr);
+    std::signal(SIGALRM, SIG_IGN);
+}
+
 TEST(PidFileTest, WaitsForAProcessAndStopsIt) {
     const ScratchDir scratch;
     const Sleeper sleeper("300");
     const Sleeper brief("0.5");
     const std::string file = scratch.Write("pid", std::to_string(sleeper.id));
     EXPECT_TRUE(WaitWhileRunning(scratch / "missing", "", 0));
-    EXPECT_TRUE(WaitWhileRunning(file, "sleep", 1));
     EXPECT_FALSE(PidFileMatches(file, "(")) << "does not compile";
     EXPECT_FALSE(WaitWhileRunning(scratch.Write("b", std::to_string(brief.id)), "s", 30));
 

@@ -105,6 +105,7 @@ FAULTY(size_t, fread, (void* buffer, size_t size, size_t n, std::FILE* file), (b
 FAULTY(int, close, (int fd), (fd), EIO, (kReal(fd), errno = EIO, -1))
 FAULTY(int, fclose, (std::FILE * file), (file), EIO, (kReal(file), errno = EIO, EOF))
 FAULTY(int, pipe, (int* ends), (ends), EMFILE, -1)
+FAULTY(int, pipe2, (int* ends, int flags), (ends, flags), EMFILE, -1)
 FAULTY(pid_t, fork, (), (), EAGAIN, -1)
 FAULTY(int, dup2, (int from, int to), (from, to), EBUSY, -1)
 FAULTY(int, select, (int n, fd_set* in, fd_set* out, fd_set* other, timeval* limit), (n, in, out, other, limit), EINTR,

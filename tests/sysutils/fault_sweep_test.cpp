@@ -78,9 +78,20 @@ TEST(FaultSweepTest, SpawnsWithoutAPipeButNotWithoutAFork) {
     ArmFault("fork 1");
     EXPECT_EQ(ErrorOf<std::runtime_error>(SpawnExe, "true"),
               "Resource temporarily unavailable : procutils/runexecvp/fork:");
-    ArmFault("pipe 1");
+    ArmFault("pipe2 1");
     EXPECT_GT(SpawnExe("true"), 0);
     EXPECT_EQ(ArmFault(nullptr), 1);
 }
+
+#if !IS_SANITIZED  // where malloc cannot be made to fail
+TEST(FaultSweepTest, AllocatesNothingBetweenForkAndExec) {
+    static bool isChildWithoutMemory = true;
+    pthread_atfork(nullptr, nullptr, [] { ArmFault(isChildWithoutMemory ? "malloc 1+" : nullptr); });
+    std::string output;
+    EXPECT_EQ(RunExe("no-such-program.velora", output), 255);
+    EXPECT_EQ(ArmFault(nullptr), 0) << "allocations in the child";
+    isChildWithoutMemory = false;
+}
+#endif
 
 }  // namespace

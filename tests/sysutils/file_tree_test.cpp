@@ -1,6 +1,7 @@
 #include "utils/file_tree.h"
 
 #include <algorithm>
+#include <future>
 #include <map>
 
 #include <gtest/gtest.h>
@@ -155,6 +156,11 @@ TEST(FileTreeTest, MakesDirectories) {
     EXPECT_TRUE(MakeDirs("b/c//d/") && MakeDirs(scratch / "e/f"));
     EXPECT_FALSE(MakeDirs("g/h") || MakeDirs(""));
     EXPECT_EQ(Planted(), Words("a/ b/ b/c/ b/c/d/ e/ e/f/ g=1"));
+    for (int round = 0; round < 50; ++round) {
+        const auto make = [path = "h" + std::to_string(round) + "/i/j"] { return MakeDirs(path); };
+        auto other = std::async(std::launch::async, make);
+        EXPECT_TRUE(make() & other.get()) << "what one thread makes, the other finds made";
+    }
     EXPECT_EQ(CanonicalPath("b/c/../../a/."), fs::canonical("a"));
 }
 
