@@ -1,5 +1,8 @@
 #include "impex/input_cursor.h"
 
+#include <algorithm>
+#include <iterator>
+#include <optional>
 #include <utility>
 
 #include "logging/logger.h"
@@ -18,6 +21,13 @@ bool InputCursor::Advance() {
     header.reset(nextHeader);
     data.reset(nextData);
     return true;
+}
+
+MiscUtils::TournamentTree OrderOf(const std::vector<InputCursor>& cursors,
+                                  std::int64_t (*key)(const InputCursor& cursor)) {
+    std::vector<std::optional<std::int64_t>> keys;
+    std::ranges::transform(cursors, std::back_inserter(keys), key);
+    return MiscUtils::TournamentTree(keys);
 }
 
 std::vector<InputCursor> OpenInputs(const std::vector<std::string>& paths,

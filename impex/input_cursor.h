@@ -1,8 +1,9 @@
 // InputCursor: one input in the hands of an algorithm, with its next unwritten record. And the
 // steps that both algorithms take with their cursors.
 //
-// Cursors stand by value in a vector in command-line order. The vector only grows at the end and
-// shrinks by erasing a finished cursor, so an earlier input always stands before a later one.
+// Cursors stand by value in a vector in command-line order, the finished ones too. Which of them
+// comes next is told by a tournament tree, whose sources are the cursors under their numbers: among
+// equal keys it takes the earlier input.
 
 #pragma once
 
@@ -15,6 +16,7 @@
 #include "impex/merge_job.h"
 #include "impex/packet_header.h"
 #include "utils/time_val32.h"
+#include "utils/tournament_tree.h"
 
 struct InputCursor {
     std::unique_ptr<CImpex_Libpcap> reader;  // open
@@ -29,7 +31,14 @@ struct InputCursor {
 
     // Releases the record held and reads the next. False when there is none: the input is finished.
     [[nodiscard]] bool Advance();
+
+    // Closes the input.
+    void Close() { reader.reset(); }
 };
+
+// The tree of the cursors' next records: `key` gives the number that orders them.
+[[nodiscard]] MiscUtils::TournamentTree OrderOf(const std::vector<InputCursor>& cursors,
+                                                std::int64_t (*key)(const InputCursor& cursor));
 
 // Opens the inputs in order and reads the first record of each. One that cannot be opened is
 // dropped (its reader has logged why), and so is one without a record, whose path `onEmpty` is told

@@ -1,6 +1,5 @@
 #include "impex/squish.h"
 
-#include <algorithm>
 #include <cstdio>
 
 #include "impex/input_cursor.h"
@@ -27,9 +26,14 @@ TimeVal32 RawTime(const PacketHeader& header) {
             static_cast<std::int32_t>(header.ts.tv_usec)};
 }
 
-// The time of the cursor's record on the common axis, where every input starts at zero.
-TimeVal32 Key(const InputCursor& cursor) {
-    return (cursor.currentTime - cursor.startTime) + cursor.shift;
+// The time of the cursor's record on the common axis, where every input starts at zero, as one
+// number of the same order: the seconds above, and the microseconds with their sign turned, so that
+// negative ones come first.
+std::int64_t Key(const InputCursor& cursor) {
+    const TimeVal32 time = (cursor.currentTime - cursor.startTime) + cursor.shift;
+    constexpr std::uint32_t kSign = 0x80000000U;
+    const std::uint32_t usec = static_cast<std::uint32_t>(time.usec) ^ kSign;
+    return std::int64_t{time.sec} * (std::int64_t{1} << 32) + usec;
 }
 
 void AdvanceTime(InputCursor& cursor, const TimeVal32& next) {
@@ -116,16 +120,18 @@ bool Squish(MergeJob& job, int extraCopies) {
     // Without a usable input there is no time to start from: at() throws, and nobody catches.
     const TimeVal32 baseTime = cursors.at(0).startTime;
 
-    while (!cursors.empty()) {
-        // The first of equals: a tie goes to the earlier input.
-        const auto chosen = std::ranges::min_element(cursors, {}, Key);
-        WriteSquished(writer, *chosen, baseTime, extraCopies, job);
-        if (chosen->Advance()) {
-            AdvanceTime(*chosen, RawTime(*chosen->header));
+    MiscUtils::TournamentTree heads = OrderOf(cursors, Key);
+    while (!heads.Empty()) {
+        InputCursor& chosen = cursors[heads.Winner()];
+        WriteSquished(writer, chosen, baseTime, extraCopies, job);
+        if (chosen.Advance()) {
+            AdvanceTime(chosen, RawTime(*chosen.header));
+            heads.Replace(Key(chosen));
         } else {
-            LogEndOfInput(*chosen);
-            std::printf("EOF on %s, bye ! \n", chosen->path.c_str());
-            cursors.erase(chosen);
+            LogEndOfInput(chosen);
+            std::printf("EOF on %s, bye ! \n", chosen.path.c_str());
+            chosen.Close();
+            heads.Remove();
         }
     }
     LogDone(job);

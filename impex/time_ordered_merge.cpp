@@ -1,13 +1,17 @@
 #include "impex/time_ordered_merge.h"
 
-#include <algorithm>
-#include <ctime>
-#include <iterator>
-
 #include "impex/input_cursor.h"
 #include "logging/logger.h"
 
 using VeloLogger::GlobalLogger;
+
+namespace {
+
+std::int64_t Key(const InputCursor& cursor) {
+    return cursor.header->ts.tv_sec;
+}
+
+}  // namespace
 
 bool Merge(MergeJob& job) {
     CImpex_Libpcap writer;
@@ -18,27 +22,20 @@ bool Merge(MergeJob& job) {
     }
     std::vector<InputCursor> cursors = OpenInputs(job.inputPaths, nullptr);
 
-    // The second of each cursor's record, side by side: the scan, which is made for every record,
-    // then stays in the nearest cache for hundreds of inputs.
-    std::vector<std::time_t> headSeconds;
-    std::ranges::transform(cursors, std::back_inserter(headSeconds),
-                           [](const InputCursor& cursor) { return cursor.header->ts.tv_sec; });
-
-    while (!cursors.empty()) {
-        // The first of equals, which is the tie rule.
-        const auto earliest = std::ranges::min_element(headSeconds);
-        const auto chosen = cursors.begin() + (earliest - headSeconds.begin());
-        const std::uint32_t capturedLength = chosen->header->caplen;
-        writer.WriteRecord(chosen->header.get(), sizeof(PacketHeader), chosen->data.get(),
+    MiscUtils::TournamentTree heads = OrderOf(cursors, Key);
+    while (!heads.Empty()) {
+        InputCursor& chosen = cursors[heads.Winner()];
+        const std::uint32_t capturedLength = chosen.header->caplen;
+        writer.WriteRecord(chosen.header.get(), sizeof(PacketHeader), chosen.data.get(),
                            capturedLength);
         job.packetsWritten += 1;
         job.bytesWritten += capturedLength;
-        if (chosen->Advance()) {
-            *earliest = chosen->header->ts.tv_sec;
+        if (chosen.Advance()) {
+            heads.Replace(Key(chosen));
         } else {
-            LogEndOfInput(*chosen);
-            cursors.erase(chosen);
-            headSeconds.erase(earliest);
+            LogEndOfInput(chosen);
+            chosen.Close();
+            heads.Remove();
         }
     }
     LogDone(job);

@@ -14,12 +14,12 @@
 
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <optional>
 #include <span>
-#include <utility>
 #include <vector>
 
 namespace MiscUtils {
@@ -31,30 +31,23 @@ class TournamentTree {
     // One source for each element, in order; one without a key is finished from the start. At most
     // 2^31 sources.
     explicit TournamentTree(std::span<const std::optional<Key>> keys)
-        : m_Count(keys.size()), m_Losers(keys.empty() ? 1 : keys.size()) {
-        m_Losers[0] = {kNoKey, m_Count};
-        // Leaves are the nodes m_Count to 2 * m_Count - 1. Winners rise from the highest node down.
-        std::vector<Entry> winners(2 * m_Count);
-        for (std::size_t source = 0; source < m_Count; ++source) {
-            winners[m_Count + source] =
-                keys[source] ? Entry{*keys[source], source} : Entry{kNoKey, m_Count + source};
+        : m_Leaves(std::bit_ceil(keys.size())), m_Losers(m_Leaves) {
+        // Nodes m_Leaves to 2 * m_Leaves - 1 are the leaves. Winners rise from the highest node on.
+        std::vector<Entry> winners(2 * m_Leaves);
+        for (std::size_t source = 0; source < m_Leaves; ++source) {
+            const bool hasKey = source < keys.size() && keys[source];
+            winners[m_Leaves + source] = hasKey ? Entry{*keys[source], source} : Finished(source);
         }
-        for (std::size_t node = m_Count; node-- > 1;) {
-            Entry winner = winners[2 * node];
-            Entry loser = winners[2 * node + 1];
-            if (IsBefore(loser, winner)) {
-                std::swap(winner, loser);
-            }
-            winners[node] = winner;
-            m_Losers[node] = loser;
+        for (std::size_t node = m_Leaves; node-- > 1;) {
+            winners[node] = winners[2 * node];
+            m_Losers[node] = winners[2 * node + 1];
+            SwapIfBefore(m_Losers[node], winners[node]);
         }
-        if (m_Count > 0) {
-            m_Losers[0] = winners[1];
-        }
+        m_Losers[0] = winners[1];
     }
 
     // True when every source is finished. Everything below needs a source that is not.
-    [[nodiscard]] bool Empty() const { return m_Losers[0].source >= m_Count; }
+    [[nodiscard]] bool Empty() const { return m_Losers[0].source >= m_Leaves; }
 
     [[nodiscard]] std::size_t Winner() const { return m_Losers[0].source; }
     [[nodiscard]] Key WinnerKey() const { return m_Losers[0].key; }
@@ -63,37 +56,41 @@ class TournamentTree {
     void Replace(Key key) { Play({key, Winner()}, Winner()); }
 
     // The winner is finished.
-    void Remove() { Play({kNoKey, m_Count + Winner()}, Winner()); }
+    void Remove() { Play(Finished(Winner()), Winner()); }
 
  private:
-    // A finished source has the largest key and a number behind all others, so it loses against
-    // each that is not finished, whose key may be as large.
-    static constexpr Key kNoKey = std::numeric_limits<Key>::max();
-
     struct Entry {
-        Key key = kNoKey;
+        Key key = 0;
         std::size_t source = 0;
     };
 
-    // Without a branch on data: which one wins is a coin's throw that no processor foretells.
-    static bool IsBefore(const Entry& one, const Entry& other) {
-        return (one.key < other.key) | ((one.key == other.key) & (one.source < other.source));
+    // The largest key and a number behind all others: loses against each source that is not
+    // finished, whose key may be as large.
+    [[nodiscard]] Entry Finished(std::size_t source) const {
+        return {std::numeric_limits<Key>::max(), m_Leaves + source};
+    }
+
+    // Exchanges the two when `loser` comes before `winner`. By a mask and not by a branch: no
+    // processor foretells which of two sources is the earlier one.
+    static void SwapIfBefore(Entry& loser, Entry& winner) {
+        const bool isBefore =
+            (loser.key < winner.key) | ((loser.key == winner.key) & (loser.source < winner.source));
+        const std::uint64_t mask = ~std::uint64_t{isBefore} + 1;  // all ones or all zeros
+        const Key keys = (loser.key ^ winner.key) & static_cast<Key>(mask);
+        const std::size_t sources = (loser.source ^ winner.source) & mask;
+        loser = {loser.key ^ keys, loser.source ^ sources};
+        winner = {winner.key ^ keys, winner.source ^ sources};
     }
 
     void Play(Entry entry, std::size_t source) {
-        for (std::size_t node = (m_Count + source) / 2; node > 0; node /= 2) {
-            Entry& loser = m_Losers[node];
-            const Entry kept = loser;
-            const bool loses = IsBefore(kept, entry);
-            loser.key = loses ? entry.key : kept.key;
-            loser.source = loses ? entry.source : kept.source;
-            entry.key = loses ? kept.key : entry.key;
-            entry.source = loses ? kept.source : entry.source;
+        for (std::size_t node = (m_Leaves + source) / 2; node > 0; node /= 2) {
+            SwapIfBefore(m_Losers[node], entry);
         }
         m_Losers[0] = entry;
     }
 
-    std::size_t m_Count;
+    // A power of two, so that all ways to the root are of one length, which a processor learns.
+    std::size_t m_Leaves;
     std::vector<Entry> m_Losers;  // [0] is the winner of all; [n] lost at node n
 };
 
