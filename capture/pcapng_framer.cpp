@@ -16,6 +16,7 @@ using namespace PcapNgFormat;
 constexpr std::size_t kBlockStart = 8;          // type and length
 constexpr std::size_t kSectionStart = 12;       // and the byte-order magic
 constexpr std::size_t kTrailer = 4;             // the second length
+constexpr std::size_t kOptionStart = 4;         // code and length of an option
 constexpr std::size_t kMostInterfaces = 65536;  // a section
 // Blocks that are looked at are held whole, options included.
 constexpr std::uint32_t kLargestHeldBlock = 256U << 20U;
@@ -104,7 +105,7 @@ Framer::Result PcapNgFramer::Frame(RecordBlock& block, const Bytes& bytes) {
         }
         std::string fault = FaultOfTrailer(at);
         if (fault.empty()) {
-            fault = at.type == kSectionHeader          ? ReadSectionHeader(at)
+            fault = at.type == kSectionHeader          ? ReadSectionHeader(at, block)
                     : at.type == kInterfaceDescription ? ReadInterface(at, block)
                     : at.type == kSimplePacket         ? ReadSimplePacket(at, block, bytes)
                                                        : ReadPacket(at, block, bytes);
@@ -175,11 +176,12 @@ std::string PcapNgFramer::FaultOfTrailer(const BlockAt& at) const {
                : "the two lengths of a block differ";
 }
 
-std::string PcapNgFramer::ReadSectionHeader(const BlockAt& at) {
+std::string PcapNgFramer::ReadSectionHeader(const BlockAt& at, RecordBlock& block) {
     const auto version = Get<std::uint16_t>(at.start + kSectionStart);
     if (version != kVersionMajor) {
         return "a section of version " + std::to_string(version) + ", which is not known";
     }
+    block.hasDropped |= HasComment(OptionsOf(at, kSectionHeaderSize - kTrailer));
     m_Interfaces.clear();
     m_Traits.format = Format::kPcapNg;
     m_IsCapture = true;
@@ -192,23 +194,15 @@ std::string PcapNgFramer::ReadInterface(const BlockAt& at, RecordBlock& block) {
     }
     std::uint8_t resolution = kDefaultTimestampResolution;
     std::int64_t offset = 0;
-    const std::uint8_t* option = at.start + kInterfaceDescriptionSize - kTrailer;
-    const std::uint8_t* const end = at.start + at.length - kTrailer;
-    while (end - option >= 4) {
-        const auto code = Get<std::uint16_t>(option);
-        const auto length = Get<std::uint16_t>(option + 2);
-        option += 4;
-        if (code == kEndOfOptions || static_cast<std::size_t>(end - option) < Padded(length)) {
-            break;
-        }
-        if (code == kTimestampResolution && length == 1) {
-            resolution = *option;
-        } else if (code == kTimestampOffset && length == 8) {
-            offset = Get<std::int64_t>(option);
-        } else if (code == kComment) {
+    auto options = OptionsOf(at, kInterfaceDescriptionSize - kTrailer);
+    while (const std::optional<Option> option = TakeOption(options)) {
+        if (option->code == kTimestampResolution && option->value.size() == 1) {
+            resolution = option->value.front();
+        } else if (option->code == kTimestampOffset && option->value.size() == 8) {
+            offset = Get<std::int64_t>(option->value.data());
+        } else if (option->code == kComment) {
             block.hasDropped = true;
         }
-        option += Padded(length);
     }
     SectionInterface added;
     added.time = TickTime(resolution, offset);
@@ -250,10 +244,8 @@ std::string PcapNgFramer::ReadPacket(const BlockAt& at, RecordBlock& block, cons
     const std::int64_t time = from.time.Nanoseconds(ticks);
     const auto captured = Get<std::uint32_t>(at.start + 20);
     const auto original = Get<std::uint32_t>(at.start + 24);
-    if (!block.hasDropped && at.length > kPacketSize + Padded(captured)) {
-        block.hasDropped = HasComment(at.start + kPacketDataOffset + Padded(captured),
-                                      at.start + at.length - kTrailer);
-    }
+    block.hasDropped =
+        block.hasDropped || HasComment(OptionsOf(at, kPacketDataOffset + Padded(captured)));
     CountRecord(block, bytes, at.position + at.length, time);
     if (Admit(block, from)) {
         block.AddPacketBlock(at.position, time, captured, original, from.number);
@@ -282,18 +274,30 @@ std::string PcapNgFramer::ReadSimplePacket(const BlockAt& at, RecordBlock& block
     return {};
 }
 
-bool PcapNgFramer::HasComment(const std::uint8_t* options, const std::uint8_t* end) const {
-    while (end - options >= 4) {
-        const auto code = Get<std::uint16_t>(options);
-        const auto length = Get<std::uint16_t>(options + 2);
-        if (code == kEndOfOptions) {
-            break;
-        }
-        if (code == kComment) {
+std::span<const std::uint8_t> PcapNgFramer::OptionsOf(const BlockAt& at, std::size_t start) {
+    return {at.start + start, at.start + at.length - kTrailer};
+}
+
+std::optional<PcapNgFramer::Option> PcapNgFramer::TakeOption(
+    std::span<const std::uint8_t>& options) const {
+    if (options.size() < kOptionStart) {
+        return std::nullopt;
+    }
+    const auto code = Get<std::uint16_t>(options.data());
+    const auto length = Get<std::uint16_t>(options.data() + 2);
+    if (code == kEndOfOptions || options.size() - kOptionStart < Padded(length)) {
+        return std::nullopt;
+    }
+    const Option option{code, options.subspan(kOptionStart, length)};
+    options = options.subspan(kOptionStart + Padded(length));
+    return option;
+}
+
+bool PcapNgFramer::HasComment(std::span<const std::uint8_t> options) const {
+    while (const std::optional<Option> option = TakeOption(options)) {
+        if (option->code == kComment) {
             return true;
         }
-        options +=
-            4 + std::min<std::size_t>(Padded(length), static_cast<std::size_t>(end - options) - 4);
     }
     return false;
 }

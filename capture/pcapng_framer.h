@@ -6,6 +6,7 @@
 #pragma once
 
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "capture/framer.h"
@@ -44,7 +45,7 @@ class PcapNgFramer final : public Framer {
     [[nodiscard]] Value Get(const std::uint8_t* place) const;
 
     // Each of these answers with a fault, or none.
-    [[nodiscard]] std::string ReadSectionHeader(const BlockAt& at);
+    [[nodiscard]] std::string ReadSectionHeader(const BlockAt& at, RecordBlock& block);
     [[nodiscard]] std::string ReadInterface(const BlockAt& at, RecordBlock& block);
     [[nodiscard]] std::string ReadPacket(const BlockAt& at, RecordBlock& block, const Bytes& bytes);
     [[nodiscard]] std::string ReadSimplePacket(const BlockAt& at, RecordBlock& block,
@@ -56,7 +57,17 @@ class PcapNgFramer final : public Framer {
     [[nodiscard]] bool Skip(RecordBlock& block, const Bytes& bytes, std::size_t& position,
                             Result& result);
 
-    [[nodiscard]] bool HasComment(const std::uint8_t* options, const std::uint8_t* end) const;
+    struct Option {
+        std::uint16_t code;
+        std::span<const std::uint8_t> value;
+    };
+    // What stands between `start`, counted from that of the block, and the second length.
+    [[nodiscard]] static std::span<const std::uint8_t> OptionsOf(const BlockAt& at,
+                                                                 std::size_t start);
+    // Takes the first of them; none at their end, or where one is longer than what is left.
+    [[nodiscard]] std::optional<Option> TakeOption(std::span<const std::uint8_t>& options) const;
+    [[nodiscard]] bool HasComment(std::span<const std::uint8_t> options) const;
+
     // Whether the record counts for the output, else it is left out.
     [[nodiscard]] bool Admit(RecordBlock& block, const SectionInterface& from);
 
