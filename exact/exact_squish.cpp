@@ -1,6 +1,7 @@
 #include "exact/exact_squish.h"
 
 #include <algorithm>
+#include <limits>
 #include <optional>
 #include <vector>
 
@@ -12,17 +13,27 @@
 namespace velora::exact {
 namespace {
 
+__extension__ using Wide = __int128;
+
+// Wide enough for every sum of times that a clock makes, so that it never goes back: one that
+// stopped at the ends of 64 bits would, behind a step from the last time to the first.
 struct Nanoseconds {
-    std::int64_t count = 0;
+    Wide count = 0;
 
     friend Nanoseconds operator+(Nanoseconds one, Nanoseconds other) {
-        return {MiscUtils::SaturatingSum(one.count, other.count)};
+        return {one.count + other.count};
     }
     friend Nanoseconds operator-(Nanoseconds one, Nanoseconds other) {
-        return {MiscUtils::SaturatingDifference(one.count, other.count)};
+        return {one.count - other.count};
     }
     friend bool operator<(Nanoseconds one, Nanoseconds other) { return one.count < other.count; }
 };
+
+// What has elapsed never is less than nothing.
+std::int64_t Saturated(Nanoseconds elapsed) {
+    constexpr Wide kMost = std::numeric_limits<std::int64_t>::max();
+    return static_cast<std::int64_t>(std::min(elapsed.count, kMost));
+}
 
 using Clock = MiscUtils::ShiftClock<Nanoseconds>;
 
@@ -52,15 +63,15 @@ class Copier {
 }  // namespace
 
 bool Squish(std::span<InputOrder> inputs, bool makesCopies, RecordWriter& output) {
-    Nanoseconds base;
+    std::int64_t base = 0;
     std::vector<Clock> clocks;
     std::vector<std::optional<std::int64_t>> elapsed;
     clocks.reserve(inputs.size());
     elapsed.reserve(inputs.size());
     bool hasBase = false;
     for (const InputOrder& input : inputs) {
-        const Nanoseconds start{input.AtEnd() ? 0 : input.Current().time};
-        clocks.emplace_back(start);
+        const std::int64_t start = input.AtEnd() ? 0 : input.Current().time;
+        clocks.emplace_back(Nanoseconds{start});
         elapsed.push_back(input.AtEnd() ? std::nullopt : std::optional<std::int64_t>(0));
         if (!hasBase && !input.AtEnd()) {
             base = start;
@@ -71,7 +82,7 @@ bool Squish(std::span<InputOrder> inputs, bool makesCopies, RecordWriter& output
     for (MiscUtils::TournamentTree tree(elapsed); !tree.Empty();) {
         const std::size_t chosen = tree.Winner();
         InputOrder& input = inputs[chosen];
-        const std::int64_t time = (base + Nanoseconds{tree.WinnerKey()}).count;
+        const std::int64_t time = MiscUtils::SaturatingSum(base, tree.WinnerKey());
         if (!output.Write(input, time) || (makesCopies && !copier.Write(input, time, output))) {
             return false;
         }
@@ -80,7 +91,7 @@ bool Squish(std::span<InputOrder> inputs, bool makesCopies, RecordWriter& output
             tree.Remove();
         } else {
             clocks[chosen].Advance({input.Current().time});
-            tree.Replace(clocks[chosen].Elapsed().count);
+            tree.Replace(Saturated(clocks[chosen].Elapsed()));
         }
     }
     return true;
