@@ -7,7 +7,7 @@
 
 #include "exact/address_copies.h"
 #include "utils/saturating.h"
-#include "utils/shift_clock.h"
+#include "utils/shift_rule.h"
 #include "utils/tournament_tree.h"
 
 namespace velora::exact {
@@ -15,27 +15,29 @@ namespace {
 
 __extension__ using Wide = __int128;
 
-// Wide enough for every sum of times that a clock makes, so that it never goes back: one that
-// stopped at the ends of 64 bits would, behind a step from the last time to the first.
-struct Nanoseconds {
-    Wide count = 0;
+// Where one input stands on the common axis of time, where each starts at zero. Wide enough for
+// every sum of times there can be: one that stopped at the ends of 64 bits would go back behind a
+// step from the last time to the first.
+class Clock {
+ public:
+    explicit Clock(std::int64_t start) : m_Start(start), m_Current(start) {}
 
-    friend Nanoseconds operator+(Nanoseconds one, Nanoseconds other) {
-        return {one.count + other.count};
+    void Advance(std::int64_t next) {
+        m_Shift = MiscUtils::NextShift<Wide>(m_Current, m_Shift, next);
+        m_Current = next;
     }
-    friend Nanoseconds operator-(Nanoseconds one, Nanoseconds other) {
-        return {one.count - other.count};
+
+    // Nanoseconds since the start, never negative.
+    [[nodiscard]] std::int64_t Elapsed() const {
+        constexpr Wide kMost = std::numeric_limits<std::int64_t>::max();
+        return static_cast<std::int64_t>(std::min(m_Current - m_Start + m_Shift, kMost));
     }
-    friend bool operator<(Nanoseconds one, Nanoseconds other) { return one.count < other.count; }
+
+ private:
+    Wide m_Start;
+    Wide m_Current;
+    Wide m_Shift = 0;
 };
-
-// What has elapsed never is less than nothing.
-std::int64_t Saturated(Nanoseconds elapsed) {
-    constexpr Wide kMost = std::numeric_limits<std::int64_t>::max();
-    return static_cast<std::int64_t>(std::min(elapsed.count, kMost));
-}
-
-using Clock = MiscUtils::ShiftClock<Nanoseconds>;
 
 // Writes the copies of the input's record, which has just been written.
 class Copier {
@@ -71,7 +73,7 @@ bool Squish(std::span<InputOrder> inputs, bool makesCopies, RecordWriter& output
     bool hasBase = false;
     for (const InputOrder& input : inputs) {
         const std::int64_t start = input.AtEnd() ? 0 : input.Current().time;
-        clocks.emplace_back(Nanoseconds{start});
+        clocks.emplace_back(start);
         elapsed.push_back(input.AtEnd() ? std::nullopt : std::optional<std::int64_t>(0));
         if (!hasBase && !input.AtEnd()) {
             base = start;
@@ -90,8 +92,8 @@ bool Squish(std::span<InputOrder> inputs, bool makesCopies, RecordWriter& output
         if (input.AtEnd()) {
             tree.Remove();
         } else {
-            clocks[chosen].Advance({input.Current().time});
-            tree.Replace(Saturated(clocks[chosen].Elapsed()));
+            clocks[chosen].Advance(input.Current().time);
+            tree.Replace(clocks[chosen].Elapsed());
         }
     }
     return true;

@@ -1,7 +1,7 @@
 // The squish: plays captures of different times as if they had been taken side by side.
 //
 // Each input is moved to start with the first record of the first input that has one, and keeps its
-// own spacing from there; where its times step back its records wait (utils/shift_clock.h). The
+// own spacing from there; where its times step back its records wait (utils/shift_rule.h). The
 // moved inputs are interleaved to the nanosecond, ties to the input named first; each keeps its own
 // order.
 

@@ -4,6 +4,7 @@
 
 #include "impex/input_cursor.h"
 #include "logging/logger.h"
+#include "utils/shift_rule.h"
 #include "utils/time_text.h"
 
 using MiscUtils::TimeVal32;
@@ -37,13 +38,7 @@ std::int64_t Key(const InputCursor& cursor) {
 }
 
 void AdvanceTime(InputCursor& cursor, const TimeVal32& next) {
-    const TimeVal32 previous = cursor.currentTime;
-    const TimeVal32 reached = previous + cursor.shift;
-    if (next < previous) {
-        cursor.shift = reached - next;
-    } else if (next > reached) {
-        cursor.shift = {};
-    }
+    cursor.shift = MiscUtils::NextShift(cursor.currentTime, cursor.shift, next);
     cursor.currentTime = next;
 }
 
