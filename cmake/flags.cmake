@@ -19,6 +19,14 @@ if(VELORA_SANITIZE)
 else()
   target_compile_options(velora_flags INTERFACE
     -fstack-protector-strong $<$<CONFIG:Release>:-U_FORTIFY_SOURCE> $<$<CONFIG:Release>:-D_FORTIFY_SOURCE=2>)
+  include(CheckCXXCompilerFlag)
+  foreach(flag IN ITEMS -fstack-clash-protection -fcf-protection)  # not on every processor
+    string(MAKE_C_IDENTIFIER "has${flag}" has_flag)
+    check_cxx_compiler_flag(${flag} ${has_flag})
+    if(${has_flag})
+      target_compile_options(velora_flags INTERFACE ${flag})
+    endif()
+  endforeach()
 endif()
 
 include(CheckPIESupported)
