@@ -34,18 +34,20 @@ check_pie_supported()
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 target_link_options(velora_flags INTERFACE -Wl,-z,relro -Wl,-z,now)
 
-# Makes one static library of the product: velora_library(name sources...). Every header among the
-# sources is public: it is installed under its folder's name, and cmake/install.cmake takes the
-# library up by itself. Headers alone make an INTERFACE library.
+# Makes one static library of the product: velora_library(name sources... [INTERNAL headers...]).
+# Every header among the sources is public: it is installed under its folder's name, and
+# cmake/install.cmake takes the library up by itself. Those behind INTERNAL are the library's own.
+# Headers alone make an INTERFACE library.
 function(velora_library name)
-  set(headers ${ARGN})
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "INTERNAL")
+  set(headers ${arg_UNPARSED_ARGUMENTS})
   list(FILTER headers INCLUDE REGEX "\\.h$")
   set(scope PUBLIC)
-  if(headers STREQUAL "${ARGN}")
+  if(headers STREQUAL "${arg_UNPARSED_ARGUMENTS}")
     set(scope INTERFACE)
     add_library(velora_${name} INTERFACE)
   else()
-    add_library(velora_${name} STATIC ${ARGN})
+    add_library(velora_${name} STATIC ${arg_UNPARSED_ARGUMENTS} ${arg_INTERNAL})
     target_link_libraries(velora_${name} PRIVATE $<BUILD_INTERFACE:velora_flags>)
   endif()
   add_library(velora::${name} ALIAS velora_${name})

@@ -40,9 +40,9 @@ const LevelStyle& StyleOf(int level) {
 
 }  // namespace
 
-CVeloLogger::CVeloLogger() : m_Threshold(Level::kDebug) {}
+CVeloLogger::CVeloLogger() : threshold(Level::kDebug) {}
 
-CVeloLogger::CVeloLogger(LoggerMode mode) : m_Threshold(Level::kDebug) {
+CVeloLogger::CVeloLogger(LoggerMode mode) : threshold(Level::kDebug) {
     switch (mode) {
         case LoggerMode::TemporaryFile: {
             std::string path = "/tmp/Velo.log.XXXXXX";
@@ -58,38 +58,38 @@ CVeloLogger::CVeloLogger(LoggerMode mode) : m_Threshold(Level::kDebug) {
             Open("/dev/null");
             break;
         case LoggerMode::StandardError:
-            m_pStream = stderr;
+            stream = stderr;
             break;
     }
 }
 
-CVeloLogger::CVeloLogger(const std::string& path) : m_Threshold(kPathThreshold) {
+CVeloLogger::CVeloLogger(const std::string& path) : threshold(kPathThreshold) {
     Open(path);
 }
 
 CVeloLogger::~CVeloLogger() {
-    if (m_pStream != stderr) {
+    if (stream != stderr) {
         CloseStream("(closed)");
     }
 }
 
 bool CVeloLogger::Open(const std::string& path) {
-    const std::lock_guard lock(m_Mutex);
+    const std::lock_guard lock(mutex);
     CloseStream("(closed)");
     // Not null in between: a line that another thread has at hand waits for the new stream.
-    m_pStream = std::fopen(path.c_str(), "a");
-    m_FileName = path;
-    return m_pStream != nullptr;
+    stream = std::fopen(path.c_str(), "a");
+    fileName = path;
+    return stream != nullptr;
 }
 
 void CVeloLogger::Close() {
-    const std::lock_guard lock(m_Mutex);
-    if (m_pStream == nullptr) {
+    const std::lock_guard lock(mutex);
+    if (stream == nullptr) {
         return;
     }
-    const std::string path = m_FileName;
+    const std::string path = fileName;
     CloseStream("closed");
-    m_pStream = nullptr;
+    stream = nullptr;
     struct stat status {};
     if (stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && status.st_size == 0) {
         unlink(path.c_str());
@@ -97,14 +97,14 @@ void CVeloLogger::Close() {
 }
 
 std::string CVeloLogger::FileName() const {
-    const std::lock_guard lock(m_Mutex);
-    return m_FileName;
+    const std::lock_guard lock(mutex);
+    return fileName;
 }
 
 void CVeloLogger::CloseStream(const char* marker) {
-    if (m_pStream != nullptr) {
-        std::fclose(m_pStream);
-        m_FileName = marker;
+    if (stream != nullptr) {
+        std::fclose(stream);
+        fileName = marker;
     }
 }
 
@@ -113,7 +113,7 @@ int CVeloLogger::Write(int level, const std::string& text) {
 }
 
 int CVeloLogger::LogV(int level, const char* format, std::va_list arguments) {
-    if (m_pStream == nullptr) {
+    if (stream == nullptr) {
         return 0;
     }
     std::array<char, 512> message{};
@@ -122,7 +122,7 @@ int CVeloLogger::LogV(int level, const char* format, std::va_list arguments) {
 }
 
 int CVeloLogger::WriteLine(int level, const char* message) {
-    if (m_pStream == nullptr) {
+    if (stream == nullptr) {
         return 0;
     }
     timeval now{};
@@ -136,26 +136,26 @@ int CVeloLogger::WriteLine(int level, const char* message) {
     const LevelStyle& style = StyleOf(level);
     const char* const reset = style.colour[0] != '\0' ? kReset : "";
 
-    const std::lock_guard lock(m_Mutex);
-    std::FILE* const stream = m_pStream;
-    if (stream == nullptr) {
+    const std::lock_guard lock(mutex);
+    std::FILE* const destination = stream;
+    if (destination == nullptr) {
         return 0;  // closed by another thread since the test above
     }
-    std::fprintf(stream, "%s%s.%06d %s %s%s\n", style.colour, dateTime.data(),
+    std::fprintf(destination, "%s%s.%06d %s %s%s\n", style.colour, dateTime.data(),
                  static_cast<int>(now.tv_usec), style.tag, message, reset);
-    std::fflush(stream);
+    std::fflush(destination);
     return 1;
 }
 
 std::unique_ptr<LogLine> CVeloLogger::Stream(int level) {
-    return std::make_unique<LogLine>(m_Threshold >= level ? this : nullptr, level);
+    return std::make_unique<LogLine>(threshold >= level ? this : nullptr, level);
 }
 
 // A C-style variadic function cannot pass its arguments on but as a va_list, so each of the nine
 // needs the same body.
 #define VELORA_LEVEL_OPERATION(Operation, level)           \
     void CVeloLogger::Operation(const char* format, ...) { \
-        if (m_Threshold >= (level)) {                      \
+        if (threshold >= (level)) {                        \
             std::va_list arguments;                        \
             va_start(arguments, format);                   \
             LogV(level, format, arguments);                \

@@ -73,18 +73,20 @@ class CVeloLogger : public CVeloWriter {
     void Close();
 
     // Admits messages up to `level`; -1 admits none. Write and LogV do not ask.
-    void SetLevel(int level) { m_Threshold = level; }
-    [[nodiscard]] int GetLevel() const { return m_Threshold; }
+    void SetLevel(int level) { threshold = level; }
+    [[nodiscard]] int GetLevel() const { return threshold; }
 
     // The path of the log: empty when none was opened, "closed" after Close. ("(closed)" is the
     // marker while Open or the destructor has closed one stream and there is no other yet.)
     [[nodiscard]] std::string FileName() const;
 
-    // Writes one line of any length whatever the threshold is. A level outside 0..10 is shown
-    // as 10.
+    // Writes one line of any length whatever the threshold is. A level outside 0..10 is shown as
+    // 10. The message ends at a zero byte of `text`. Line ends in it are written as they are: what
+    // follows one starts a line without time and tag.
     int Write(int level, const std::string& text) override;
 
-    // The same with a printf-style message, of which at most 511 characters are kept.
+    // The same with a printf-style message, of which at most 511 characters are kept. The list is
+    // used up when a stream is open, so only va_end() may follow for it, which is the caller's.
     int LogV(int level, const char* format, std::va_list arguments)
         __attribute__((format(printf, 3, 0)));
 
@@ -104,13 +106,13 @@ class CVeloLogger : public CVeloWriter {
     [[nodiscard]] std::unique_ptr<LogLine> Stream(int level);
 
  private:
-    void CloseStream(const char* marker);  // leaves m_pStream, which is then to be replaced
+    void CloseStream(const char* marker);  // leaves `stream`, which is then to be replaced
     int WriteLine(int level, const char* message);
 
-    mutable std::mutex m_Mutex;  // held while the stream is written, opened or closed
-    std::atomic<std::FILE*> m_pStream{nullptr};  // tested without the lock before a line is made
-    std::string m_FileName;
-    std::atomic<int> m_Threshold;
+    mutable std::mutex mutex;                 // held while the stream is written, opened or closed
+    std::atomic<std::FILE*> stream{nullptr};  // tested without the lock before a line is made
+    std::string fileName;
+    std::atomic<int> threshold;
 };
 
 // The logger of the process: a TemporaryFile logger made before main starts. Its file stays when

@@ -8,7 +8,7 @@ namespace velora::utils::proc {
 
 // The directory part, as POSIX dirname(3) gives it: "/a/b" gives "/a", "b" gives ".", "/" gives
 // "/". It is worked out in a buffer for paths of up to 1024 bytes; a longer path ends the process
-// (MiscUtils::CopyBounded).
+// (SIGABRT).
 [[nodiscard]] std::string DirName(const std::string& path);
 
 // The last component, as POSIX basename(3) gives it: slashes at the end do not count ("/a/b/" gives

@@ -6,8 +6,9 @@
 //   std::invalid_argument ("stoi") is raised, beyond 32 bits std::out_of_range;
 // - as the text in /proc/<text>/cmdline: taken whole, so that a file whose id is followed by a line
 //   end names no process there. Only pid files without one can be matched, waited for and stopped.
-//   A file with another name of /proc in it, such as "self", can be matched and waited for, but is
-//   never stopped: that takes the number.
+//   A file with another name of /proc in it, such as "self", can be matched and waited for, but not
+//   stopped: that takes the number. "1/../self" has both: it is matched as the calling process and
+//   stopped as process 1. So StopProc() is for files that nobody else may write.
 //
 // `pattern` is an RE2 expression, looked for anywhere in the first line of the process's command
 // line, in which a zero byte follows each argument. A pattern that does not compile matches

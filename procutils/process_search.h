@@ -5,7 +5,9 @@
 // passes nothing of unknown origin.
 //
 // The shell that runs pgrep has the pattern in its own command line, and is found where the pattern
-// matches itself: "sleep" finds at least that shell, "'[s]leep'" finds other processes only.
+// matches itself: "sleep" finds at least that shell, "'[s]leep'" finds other processes only. That
+// is so where /bin/sh starts pgrep as a process of its own, as Debian's dash does; a shell that
+// becomes pgrep itself, as bash does, is not found.
 //
 // Example:
 //     int oldest = 0;
@@ -27,8 +29,8 @@ namespace velora::utils::proc {
 // it could not be run.
 bool Pgrep(const std::string& pattern, const std::function<void(int)>& callback);
 
-// True when the search finds anything: for a pattern that matches itself, always. False also when
-// pgrep is not installed or could not be run.
+// True when the search finds anything: for a pattern that matches itself, always (see above for the
+// shells of which that is true). False also when pgrep is not installed or could not be run.
 [[nodiscard]] bool IsProcRunning(const std::string& pattern);
 
 }  // namespace velora::utils::proc

@@ -11,7 +11,8 @@
 //     words.Token(1);        // "-l"
 //     words.TokenLength(1);  // 4: the two letters and the two blanks behind them
 //
-// The offsets have 32 bits, so texts stay below 4 GiB. Operations on one object that only read may
+// Texts and sets must not be null, which nothing looks for: the process would end by SIGSEGV. The
+// offsets have 32 bits, so texts stay below 4 GiB. Operations on one object that only read may
 // run in many threads.
 
 #pragma once
@@ -26,7 +27,8 @@ namespace velora::utils::proc {
 class StrTokenizer {
  public:
     // Splits at every run of characters of the set `delimiters`, as strtok_r(3) does: there are no
-    // empty tokens, and delimiters at either end are passed over.
+    // empty tokens, and delimiters at either end are passed over. With an empty set the whole text
+    // is one token, unless it is empty.
     StrTokenizer(const char* text, const char* delimiters);
 
     // The same for exactly `length` bytes, which need no zero behind them. A zero among them ends

@@ -2,7 +2,8 @@
 //
 // All but ReadWholeFile answer by a bool and throw nothing of their own; after false, errno is that
 // of the failed call. A file that had to be created and could not be filled stays, as far as it
-// was filled. No descriptor outlives a call.
+// was filled. No descriptor outlives a call. But they are not close-on-exec: a program that another
+// thread starts meanwhile inherits those of that moment, and keeps the file open.
 //
 // A new file gets mode 0644 whatever the umask of the process is: it is created under umask 011,
 // and the process's own umask is back before the first byte is written. As the umask belongs to the
@@ -26,7 +27,7 @@ namespace MiscUtils {
 // Adds what `source` holds to the end of `target`, when that is a regular file; the rules for
 // writes are those of CopyFileContents. For any other target, a missing one above all, it is
 // CopyFileContents. A file is not appended to itself, which would never come to an end: false, with
-// errno EINVAL.
+// errno EINVAL, for an empty one too.
 [[nodiscard]] bool AppendFileContents(const std::string& source, const std::string& target);
 
 // Adds `text` to the end of a regular file, or creates the file with it. True when the one write

@@ -12,7 +12,7 @@ namespace MiscUtils {
 //
 // Throws std::runtime_error "<error text> : socket()" or "<error text> : sendto()", the second for
 // a path where nobody listens and for a payload too long for one datagram. A path of more than 107
-// bytes ends the process (CopyBounded).
+// bytes ends the process (SIGABRT).
 void SendLocalDatagram(const std::string& socketPath, const std::string& payload);
 
 }  // namespace MiscUtils

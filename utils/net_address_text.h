@@ -34,7 +34,7 @@ char* IpToString(const std::uint8_t* address, char* buffer, std::size_t size);
 // The reader is lenient, with sscanf(3): blanks and a plus sign before a number, leading zeros
 // (which do not mean octal) and anything after the fourth number pass. Of a number beyond 32 bits
 // sscanf keeps the low bits. A text of 128 characters or more is taken for a fault of the caller
-// and ends the process, see CopyBounded; check the length of text from outside first.
+// and ends the process (SIGABRT); check the length of text from outside first.
 [[nodiscard]] int ParseIp(const char* text, std::uint8_t* out);
 [[nodiscard]] int ParseIp(const std::string& text, std::uint8_t* out);  // up to its first zero
 

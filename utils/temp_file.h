@@ -5,6 +5,8 @@
 //     MiscUtils::WriteFile(text, path.c_str());
 //     ...
 //     unlink(path.c_str());
+//
+// Descriptors are not close-on-exec: see utils/file_contents.h.
 
 #pragma once
 
@@ -20,7 +22,7 @@ namespace MiscUtils {
 // Throws std::runtime_error with the error text alone when the file cannot be created. A pattern
 // has to hold the marker: one without throws std::out_of_range when it is shorter than five
 // characters, and the std::runtime_error for "Invalid argument" otherwise. A pattern of 4096
-// characters or more ends the process (CopyBounded).
+// characters or more ends the process (SIGABRT).
 [[nodiscard]] std::string MakeTempFile(const std::string& pattern);
 
 // Makes `path` a file that holds exactly `content`; what it held before is lost. Throws

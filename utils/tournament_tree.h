@@ -26,7 +26,7 @@ namespace MiscUtils {
 
 class TournamentTree {
  public:
-    using Key = std::int64_t;
+    using Key = std::int64_t;  // any 64 bits, the smallest first
 
     // One source for each element, in order; one without a key is finished from the start. At most
     // 2^31 sources.
@@ -49,8 +49,9 @@ class TournamentTree {
     // True when every source is finished. Everything below needs a source that is not.
     [[nodiscard]] bool Empty() const { return m_Losers[0].source >= m_Leaves; }
 
+    // The number of the source that comes next, and its key.
     [[nodiscard]] std::size_t Winner() const { return m_Losers[0].source; }
-    [[nodiscard]] Key WinnerKey() const { return m_Losers[0].key; }
+    [[nodiscard]] Key WinnerKey() const { return m_Losers[0].key; }  // see Winner()
 
     // The winner goes on with another key, smaller ones included.
     void Replace(Key key) { Play({key, Winner()}, Winner()); }

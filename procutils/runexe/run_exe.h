@@ -33,6 +33,9 @@ namespace velora::utils::proc {
 // as soon as the program is known to have ended. So this is for programs that print little, or
 // where the status is what matters; RunPopen gets all the output.
 //
+// A program that closes both its outputs and lives on costs the caller a processor: pipes at their
+// end are always ready to be read, so the loop that waits for the program never rests.
+//
 // SIGCHLD is set to its default for the length of the call: one thread at a time. Descriptors 0, 1
 // and 2 have to be open in the caller: a pipe end that became number 0 would not be closed, and one
 // that became 1 or 2 would be taken from the program.

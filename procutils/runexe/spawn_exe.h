@@ -11,7 +11,8 @@ namespace velora::utils::proc {
 // quoting. The call takes two seconds. The program is the caller's child, to be waited for by the
 // caller, unless it has ended by then: it is then reaped, and the id names nothing any more. So it
 // is for a program that could not be started, too: its process ends with status 255 and leaves a
-// line in syslog.
+// line in syslog. A program that ends later stays a zombie until the caller waits for it, and until
+// then kill(id, 0) succeeds.
 //
 // Example:
 //     const int collector = SpawnExe("/usr/sbin/collector --port 2055");
@@ -21,7 +22,8 @@ namespace velora::utils::proc {
 //
 // Raises std::runtime_error:
 // - with just what the program wrote to its standard error in that time (up to a zero byte, 256
-//   bytes at most), when that is more than 10 bytes; the program may still run, and is not reaped;
+//   bytes at most), when that is more than 10 bytes; the program may still run, and is not reaped:
+//   as its id is not told, only a wait for any child (waitpid(-1, ...)) removes its zombie;
 // - "<error text> : procutils/runexecvp/fork:" when there is no process to be had.
 //
 // The program does not inherit the caller's descriptors 3 to 31. These go before its standard error
