@@ -8,7 +8,12 @@ cd $work/home
 touch a.pcap b.GZ notes.txt sub/inner.{cap,log}
 
 # Ctrl-X writes down what the line has become, and empties it.
-zpty shell "TERM=dumb zsh -f -i"
+if ! zpty shell "TERM=dumb zsh -f -i"; then
+  print "skipped: no terminal device to be had"
+  trap - EXIT
+  rm -rf $work
+  exit 77
+fi
 zpty -w shell "fpath=($1 \$fpath); autoload -Uz compinit; compinit -u -D
 tell() { print -r -- \"\$BUFFER|\" >$work/new; mv $work/new $work/line; BUFFER= }; zle -N tell
 bindkey '^X' tell; bindkey '^I' complete-word; print ready >$work/line"

@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "tests/support/temp_dir.h"
 
@@ -56,6 +57,16 @@ struct DescriptorWatch {
 
 // The directory of such a test.
 struct ScratchDir : TempDir, DescriptorWatch {};
+
+// A directory to write to on another file system than that of TempDir; empty where there is none.
+inline std::string AnotherFileSystem() {
+    const std::string path = "/dev/shm";
+    struct stat here = {};
+    struct stat there = {};
+    const bool differs = stat(std::filesystem::temp_directory_path().c_str(), &here) == 0 &&
+                         stat(path.c_str(), &there) == 0 && here.st_dev != there.st_dev;
+    return differs && access(path.c_str(), W_OK) == 0 ? path : "";
+}
 
 // The text of the Error that the call throws; "no error" when it returns.
 template <typename Error, typename Call, typename... Arguments>

@@ -74,9 +74,13 @@ TEST(FileTreeTest, MovesCopiesAndDeletes) {
         {"Delete", [](auto& path, auto&, auto&) { Delete(path); }},
         {"DeleteDir", [](auto& path, auto&, auto&) { DeleteDir(path); }},
         {"MoveOrCopy", [](auto& s, auto& t, auto& callback) { MoveOrCopy(s, t, callback); }}};
+    const std::string farPlace = AnotherFileSystem();
     std::istringstream lines(kCalls);
     for (std::string line; std::getline(lines >> std::ws, line);) {
         SCOPED_TRACE(line);
+        if (farPlace.empty() && line.find("far/") != std::string::npos) {
+            continue;
+        }
         std::string call, before, after, files, error, operation, source, target;
         std::istringstream rest(line);
         for (std::string* cell : {&call, &before, &after, &files, &error}) {
@@ -84,7 +88,7 @@ TEST(FileTreeTest, MovesCopiesAndDeletes) {
         }
         std::istringstream(call) >> operation >> source >> target;
         const ScratchDir scratch;
-        const TempDir far("/dev/shm");  // another file system
+        const TempDir far(farPlace.empty() ? fs::temp_directory_path() : fs::path(farPlace));
         const ScopedCWD inside(scratch.Path());
         Plant(scratch, "far>" + far.Path());  // first: what is planted may lie in it
         Plant(scratch, before);
@@ -102,11 +106,17 @@ TEST(FileTreeTest, MovesCopiesAndDeletes) {
         EXPECT_EQ(Planted(), Words(after + " far>" + far.Path()));
         EXPECT_EQ(announced, Words(files));
     }
+    if (farPlace.empty()) {
+        GTEST_SKIP() << "no second file system at /dev/shm: the moves to one are left out";
+    }
 }
 
 TEST(FileTreeTest, MoveOrCopyKeepsWhatItCannotCopyWhole) {
+    if (AnotherFileSystem().empty()) {
+        GTEST_SKIP() << "no second file system at /dev/shm";
+    }
     const ScratchDir scratch;
-    const TempDir far("/dev/shm");
+    const TempDir far(AnotherFileSystem());
     Plant(scratch, "dir/ dir/f=1 long=" + std::string(4120, 'x'));
     Plant(far, "to-f>" + scratch / "dir/f" + " dir/ dir/f>" + scratch / "dir/f");
     EXPECT_THROW(MoveOrCopy(scratch / "dir/f", far / "to-f"), std::exception);
