@@ -34,34 +34,34 @@ Tree Planted() {
     return words;
 }
 
-// Columns: the call, the tree before it and after it, the announced files, the error. "@" is the
-// canonical path of the working directory; far/ lies on another file system.
+// Columns: what the row is about and the call, the tree before it and after it, the announced files, the error. "@" is
+// the canonical path of the working directory; far/ lies on another file system.
 constexpr const char* kCalls = R"(
-Move s t|s=1 t=234|t=1||no error
-Move s t|f=1 s>f|f=1 t>f||no error
-Move s t|s!|s!||no error
-Move s far/t|s=1|s=1||rename() failed for s=s t= far/t err=18 c=Invalid cross-device link
-Move s t|s/ s/a=1 s/d/ s/d/b=2 s/d/e/|t/ t/a=1 t/d/ t/d/b=2 t/d/e/|@/t/a @/t/d/b|no error
-Move s t|s/ t=1|s/ t=1||Unable to mkdir or check dest dir @/t errno = 17=File exists
-Move s t|s/ s/a=1 s/p!|s/ s/p! t/ t/a=1|@/t/a|MoveDir: Unable to rmdir() s errno = 39=Directory not empty
-Move s s/t|s/ s/a=1|s/ s/a=1 s/t/||Unable to mkdir or check dest dir @/s/t errno = 22=Invalid argument
-MoveDir s t|s/ s/d/ s/d/b=2 t/ t/d/ t/d/b=0 t/d/c=3|t/ t/d/ t/d/b=2 t/d/c=3|@/t/d/b|no error
-MoveDir s t|s/|s/||realpath() cannot convert to canonical: t errno = 2=No such file or directory
-CopyFile s n/t|s=1|s=1||CopyFile failed for =s t= n/t err=2 c=No such file or directory
-CopyFile s t|f=1 s/ s/d/ s/d/b>../../f|f=1 s/ s/d/ s/d/b>../../f t/ t/d/ t/d/b=1|@/t/d/b|no error
-CopyDir s t||||Unable to open source dir s errno = 2=No such file or directory
-CopyDir s s|s/ s/a=1|s/ s/a=1||Unable to mkdir or check dest dir @/s errno = 22=Invalid argument
-CopyDir s st|s/ s/.a=1|s/ s/.a=1 st/ st/.a=1|@/st/.a|no error
-Delete s|f=1 s>f|f=1||no error
-Delete s|k=2 s/ s/a=1 s/d/ s/d/b=1|k=2||no error
-Delete s|d/ d/a=1 s>d|d/ s>d||DeleteDir: Unable to rmdir() s errno = 20=Not a directory
-Delete /proc/self/status||||unlink() failed for s=/proc/self/status err=1 c=Operation not permitted
-DeleteDir s||||Unable to open source dir s errno = 2=No such file or directory
-MoveOrCopy s t||||no error
-MoveOrCopy s n/t|s=1|s=1||std::exception
-MoveOrCopy s far/t|s=1|far/t=1||no error
-MoveOrCopy s far/t|s/ s/a=1 s/d/ s/d/b=2|far/t/ far/t/a=1 far/t/d/ far/t/d/b=2|far/t/a far/t/d/b|no error
-MoveOrCopy s far/t|s=1 far/t/|s=1 far/t/||std::exception
+file onto file: Move s t|s=1 t=234|t=1||no error
+link to a file: Move s t|f=1 s>f|f=1 t>f||no error
+pipe: Move s t|s!|s!||no error
+file far away: Move s far/t|s=1|s=1||rename() failed for s=s t= far/t err=18 c=Invalid cross-device link
+tree: Move s t|s/ s/a=1 s/d/ s/d/b=2 s/d/e/|t/ t/a=1 t/d/ t/d/b=2 t/d/e/|@/t/a @/t/d/b|no error
+tree onto file: Move s t|s/ t=1|s/ t=1||Unable to mkdir or check dest dir @/t errno = 17=File exists
+pipe below: Move s t|s/ s/a=1 s/p!|s/ s/p! t/ t/a=1|@/t/a|MoveDir: Unable to rmdir() s errno = 39=Directory not empty
+into itself: Move s s/t|s/ s/a=1|s/ s/a=1 s/t/||Unable to mkdir or check dest dir @/s/t errno = 22=Invalid argument
+merge: MoveDir s t|s/ s/d/ s/d/b=2 t/ t/d/ t/d/b=0 t/d/c=3|t/ t/d/ t/d/b=2 t/d/c=3|@/t/d/b|no error
+no target: MoveDir s t|s/|s/||realpath() cannot convert to canonical: t errno = 2=No such file or directory
+no place: CopyFile s n/t|s=1|s=1||CopyFile failed for =s t= n/t err=2 c=No such file or directory
+link in a tree: CopyFile s t|f=1 s/ s/d/ s/d/b>../../f|f=1 s/ s/d/ s/d/b>../../f t/ t/d/ t/d/b=1|@/t/d/b|no error
+no source: CopyDir s t||||Unable to open source dir s errno = 2=No such file or directory
+onto itself: CopyDir s s|s/ s/a=1|s/ s/a=1||Unable to mkdir or check dest dir @/s errno = 22=Invalid argument
+a name that starts alike: CopyDir s st|s/ s/.a=1|s/ s/.a=1 st/ st/.a=1|@/st/.a|no error
+link to a file: Delete s|f=1 s>f|f=1||no error
+tree: Delete s|k=2 s/ s/a=1 s/d/ s/d/b=1|k=2||no error
+link to a directory: Delete s|d/ d/a=1 s>d|d/ s>d||DeleteDir: Unable to rmdir() s errno = 20=Not a directory
+refused: Delete /proc/self/status||||unlink() failed for s=/proc/self/status err=1 c=Operation not permitted
+no directory: DeleteDir s||||Unable to open source dir s errno = 2=No such file or directory
+no source: MoveOrCopy s t||||no error
+no place: MoveOrCopy s n/t|s=1|s=1||std::exception
+file far away: MoveOrCopy s far/t|s=1|far/t=1||no error
+tree far away: MoveOrCopy s far/t|s/ s/a=1 s/d/ s/d/b=2|far/t/ far/t/a=1 far/t/d/ far/t/d/b=2|far/t/a far/t/d/b|no error
+onto a far directory: MoveOrCopy s far/t|s=1 far/t/|s=1 far/t/||std::exception
 )";
 
 TEST(FileTreeTest, MovesCopiesAndDeletes) {
@@ -82,7 +82,7 @@ TEST(FileTreeTest, MovesCopiesAndDeletes) {
             continue;
         }
         std::string call, before, after, files, error, operation, source, target;
-        std::istringstream rest(line);
+        std::istringstream rest(line.substr(line.find(": ") + 2));
         for (std::string* cell : {&call, &before, &after, &files, &error}) {
             std::getline(rest, *cell, '|');
         }
