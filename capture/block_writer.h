@@ -28,7 +28,7 @@ namespace velora::capture {
 
 class BlockWriter {
  public:
-    static constexpr std::size_t kBlockSize = std::size_t{1} << 20;
+    static constexpr std::size_t kBlockSize = std::size_t{1} << 18;
     static constexpr std::size_t kBlocks = 4;
     static constexpr std::size_t kMostReserved = 64;
 

@@ -2,12 +2,12 @@
 
 #include "capture/output_file.h"
 
-#include <algorithm>
 #include <csignal>
 #include <filesystem>
+#include <functional>
+#include <memory>
 #include <set>
 #include <thread>
-#include <vector>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -24,12 +24,7 @@ namespace {
 
 using Kind = OutputOutcome::Kind;
 
-const std::string kContent = [] {  // of more than 3 MiB, so that space is asked for twice
-    std::string content(3'300'000, '\0');
-    unsigned value = 1;
-    std::generate(content.begin(), content.end(), [&] { return static_cast<char>((value *= 69069) >> 24); });
-    return content;
-}();
+const std::string kContent = Noise(3'300'000);  // space ahead is asked for twice
 
 std::set<std::string> NamesIn(const TempDir& directory) {
     std::set<std::string> names;
@@ -149,6 +144,13 @@ TEST(OutputFileTest, WhatTakesItsNameMeanwhileStays) {
     }
 }
 
+TEST(OutputFileTest, NamesTheTemporaryNameThatItCannotRemove) {
+    const TempDir directory;
+    const OutputOutcome outcome = Produce(directory / "out", "openat 1 unlinkat 2").outcome;
+    EXPECT_TRUE(outcome.IsGood());
+    EXPECT_EQ(outcome.text, *NamesIn(directory).begin() + " is left: Input/output error");
+}
+
 TEST(OutputFileTest, RefusesWhatExistsAndWhatCannotBe) {
     const TempDir directory;
     directory.Write("file", "content");
@@ -207,30 +209,25 @@ TEST(OutputFileTest, IsGoneWhenItIsGivenUp) {
         SCOPED_TRACE(way);
         const TempDir directory;
         const bool isHidden = way == std::string(kNoUnnamed) || way == std::string(kNoLink);
-        {
-            OutputFile output;
+        for (const char* const end : {"destroyed", "ended by a signal"}) {
+            OutputFile done;
+            auto given = std::make_unique<OutputFile>();
             ArmFault(way);
-            EXPECT_TRUE(output.Prepare(directory / "out").IsGood());
+            EXPECT_TRUE(done.Prepare(directory / end).IsGood() && done.Finish().IsGood());
+            ArmFault(way);
+            EXPECT_TRUE(given->Prepare(directory / "out").IsGood());
             ArmFault(nullptr);
-            EXPECT_TRUE(output.Write(BytesOf("begun")).IsGood());
-            const auto names = NamesIn(directory);
-            EXPECT_EQ(names.size(), isHidden ? 1 : 0);
-            EXPECT_TRUE(names.empty() || names.begin()->starts_with(".out.seamtool-"));
+            EXPECT_TRUE(given->Write(BytesOf("begun")).IsGood());
+            EXPECT_EQ(NamesIn(directory).begin()->starts_with(".out.seamtool-"), isHidden);
+            if (end == std::string("destroyed")) {
+                given.reset();
+            } else {
+                OutputFile::RemoveUnfinished();
+            }
+            EXPECT_FALSE(NamesIn(directory).begin()->starts_with(".out.seamtool-"));
+            EXPECT_TRUE(NamesIn(directory).contains(end)) << "what was finished stays";
+            EXPECT_TRUE(given == nullptr || given->Finish().error == (isHidden ? ENOENT : 0));
         }
-        EXPECT_EQ(NamesIn(directory).size(), 0U) << "after its destruction";
-        {
-            OutputFile first, second;
-            ArmFault(way);
-            EXPECT_TRUE(first.Prepare(directory / "first").IsGood());
-            EXPECT_TRUE(first.Finish().IsGood());
-            ArmFault(way);
-            EXPECT_TRUE(second.Prepare(directory / "second").IsGood());
-            ArmFault(nullptr);
-            OutputFile::RemoveUnfinished();
-            EXPECT_EQ(NamesIn(directory), std::set<std::string>{"first"}) << "after a signal";
-            EXPECT_EQ(second.Finish().error, isHidden ? ENOENT : 0);
-        }
-        EXPECT_EQ(NamesIn(directory).size(), isHidden ? 1U : 2U);
     }
 }
 
@@ -246,26 +243,29 @@ TEST(OutputFileTest, FullDiskLeavesNothing) {
     }
 }
 
+// Reads until there is nothing more to come, or `most` bytes.
+std::string ReadUpTo(int pipe, std::size_t most) {
+    std::string got(most, '\0');
+    std::size_t size = 0;
+    for (ssize_t count = 1; size < most && count > 0; size += static_cast<std::size_t>(std::max<ssize_t>(count, 0))) {
+        count = read(pipe, &got[size], most - size);
+    }
+    return got.substr(0, size);
+}
+
 TEST(OutputFileTest, WritesAllToPipesAndSeesTheirReaderLeave) {
     std::signal(SIGPIPE, SIG_IGN);
     const TempDir directory;
     const std::string path = directory / "pipe";
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
-    for (const std::size_t wanted : {kContent.size(), std::size_t{70000}}) {
-        std::string got(wanted, '\0');
-        std::thread reader([&] {
-            const MiscUtils::UniqueFd pipe(open(path.c_str(), O_RDONLY));
-            for (std::size_t size = 0; size < wanted;) {
-                size += static_cast<std::size_t>(std::max<ssize_t>(read(pipe.Get(), &got[size], wanted - size), 0));
-            }
-        });
-        OutputFile output;
-        EXPECT_TRUE(output.Prepare(path).IsGood());
-        const OutputOutcome outcome = WriteAll(output);
+    for (const std::size_t wanted : {kContent.size() + 1, std::size_t{70000}}) {
+        std::string got;
+        std::thread reader([&] { got = ReadUpTo(MiscUtils::UniqueFd(open(path.c_str(), O_RDONLY)).Get(), wanted); });
+        const OutputOutcome outcome = Produce(path, "none 1").outcome;
         reader.join();
         EXPECT_TRUE(got == kContent.substr(0, wanted));
-        EXPECT_EQ(outcome.error, wanted == kContent.size() ? 0 : EPIPE);
-        EXPECT_EQ(outcome.hasReaderLeft, wanted != kContent.size());
+        EXPECT_EQ(outcome.error, wanted > kContent.size() ? 0 : EPIPE);
+        EXPECT_EQ(outcome.hasReaderLeft, wanted < kContent.size());
     }
     OutputFile output;
     EXPECT_TRUE(output.Prepare(path).IsGood());
@@ -278,46 +278,30 @@ TEST(OutputFileTest, WritesAllToPipesAndSeesTheirReaderLeave) {
 TEST(OutputFileTest, WritesAllToAStandardOutputThatDoesNotBlock) {
     int ends[2];
     ASSERT_EQ(pipe2(ends, O_CLOEXEC), 0);
-    MiscUtils::UniqueFd in(ends[0]), out(ends[1]);
+    const MiscUtils::UniqueFd in(ends[0]), out(ends[1]);
     ASSERT_EQ(fcntl(out.Get(), F_SETFL, O_NONBLOCK), 0);
-    std::string got(kContent.size(), '\0');
-    std::thread reader([&] {
-        for (std::size_t size = 0; size < got.size();) {
-            size += static_cast<std::size_t>(std::max<ssize_t>(read(in.Get(), &got[size], got.size() - size), 0));
-        }
-    });
+    std::string got;
+    std::thread reader([&] { got = ReadUpTo(in.Get(), kContent.size()); });
     std::fflush(stdout);
     const MiscUtils::UniqueFd before(dup(STDOUT_FILENO));
-    OutputFile output, unreadable;
     dup2(in.Get(), STDOUT_FILENO);
-    const OutputOutcome readOnly = unreadable.Prepare("-");
+    const OutputOutcome readOnly = OutputFile().Prepare("-");
     dup2(out.Get(), STDOUT_FILENO);
-    const OutputOutcome prepared = output.Prepare("-");
-    const OutputOutcome outcome = WriteAll(output);
+    const OutputOutcome outcome = Produce("-", "none 1").outcome;
     dup2(before.Get(), STDOUT_FILENO);
     reader.join();
     EXPECT_EQ(readOnly.error, EBADF);
-    EXPECT_TRUE(prepared.IsGood());
     EXPECT_TRUE(outcome.IsGood()) << outcome.text;
     EXPECT_TRUE(got == kContent);
-    EXPECT_EQ(output.Size(), kContent.size());
 }
 
 TEST(TemporaryNameTest, CutsNoCharacter) {
-    const struct {
-        const char* name;
-        std::size_t most;
-        const char* beginning;
-    } rows[] = {{"name", 4, "name"},
-                {"name", 3, "nam"},
-                {"n\u00fc", 2, "n"},
-                {"n\u00fcx", 3, "n\u00fc"},
-                {"\U0001F980x", 3, ""},
-                {"n\U0001F980", 4, "n"},
-                {"\x80\x80\x80\x80\x80", 4, "\x80\x80\x80\x80"}};
-    for (const auto& row : rows) {
-        EXPECT_EQ(BeginningOf(row.name, row.most), row.beginning) << row.name << ' ' << row.most;
-    }
+    EXPECT_EQ(BeginningOf("name", 4), "name");
+    EXPECT_EQ(BeginningOf("name", 3), "nam");
+    EXPECT_EQ(BeginningOf("n\u00fcx", 2), "n");
+    EXPECT_EQ(BeginningOf("n\u00fcx", 3), "n\u00fc");
+    EXPECT_EQ(BeginningOf("\U0001F980x", 3), "");
+    EXPECT_EQ(BeginningOf("\x80\x80\x80\x80\x80", 4), "\x80\x80\x80\x80") << "no UTF-8";
 }
 
 }  // namespace
