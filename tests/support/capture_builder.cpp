@@ -30,6 +30,27 @@ CaptureBuilder& CaptureBuilder::LinkType(std::uint32_t linkType) {
     return *this;
 }
 
+CaptureBuilder& CaptureBuilder::Nanoseconds() {
+    m_Magic = 0xA1B23C4D;
+    return *this;
+}
+
+CaptureBuilder& CaptureBuilder::Modified() {
+    m_Magic = 0xA1B2CD34;
+    return *this;
+}
+
+CaptureBuilder& CaptureBuilder::Version(std::uint16_t major, std::uint16_t minor) {
+    m_Major = major;
+    m_Minor = minor;
+    return *this;
+}
+
+CaptureBuilder& CaptureBuilder::SnapLen(std::uint32_t snapLen) {
+    m_SnapLen = snapLen;
+    return *this;
+}
+
 CaptureBuilder& CaptureBuilder::Record(std::int32_t sec, std::int32_t usec, std::string_view data) {
     const auto length = static_cast<std::uint32_t>(data.size());
     return Record(sec, usec, length, length, data);
@@ -38,38 +59,74 @@ CaptureBuilder& CaptureBuilder::Record(std::int32_t sec, std::int32_t usec, std:
 CaptureBuilder& CaptureBuilder::Record(std::int32_t sec, std::int32_t usec, std::uint32_t inclLen,
                                        std::uint32_t origLen, std::string_view data) {
     m_Records += Raw(sec, m_IsBig) + Raw(usec, m_IsBig) + Raw(inclLen, m_IsBig) + Raw(origLen, m_IsBig);
+    m_Records += std::string(m_Magic == 0xA1B2CD34 ? 8 : 0, '?');
     m_Records += data;
     return *this;
 }
 
 std::string CaptureBuilder::Bytes() const {
-    const std::string version = Raw(std::uint16_t{2}, m_IsBig) + Raw(std::uint16_t{4}, m_IsBig);
-    return Raw(0xA1B2C3D4U, m_IsBig) + version + std::string(8, '\0') + Raw(65535U, m_IsBig) +
-           Raw(m_LinkType, m_IsBig) + m_Records;
+    return Raw(m_Magic, m_IsBig) + Raw(m_Major, m_IsBig) + Raw(m_Minor, m_IsBig) + std::string(8, '\0') +
+           Raw(m_SnapLen, m_IsBig) + Raw(m_LinkType, m_IsBig) + m_Records;
 }
 
 PcapNgBuilder::PcapNgBuilder(std::uint16_t linkType, std::uint8_t ticksPerSecondPower) {
-    // Section Header Block: byte-order magic, version 1.0, unknown section length.
-    Block(0x0A0D0D0A, Raw(0x1A2B3C4DU) + Raw(std::uint16_t{1}) + Raw(std::uint16_t{0}) + Raw(~std::uint64_t{0}));
-    // Interface Description Block with the option if_tsresol (9) and the end of options.
-    std::string resolution = Raw(std::uint16_t{9}) + Raw(std::uint16_t{1});
-    resolution += static_cast<char>(ticksPerSecondPower);
-    resolution += std::string(3, '\0') + Raw(std::uint32_t{0});
-    Block(1, Raw(linkType) + Raw(std::uint16_t{0}) + Raw(std::uint32_t{65535}) + resolution);
+    Section().Interface(linkType, 65535, Option(9, {static_cast<char>(ticksPerSecondPower)}) + Number(0));
+}
+
+// Byte-order magic, version, unknown section length.
+PcapNgBuilder& PcapNgBuilder::Section(bool isBig, const std::string& options, std::uint16_t major) {
+    m_IsBig = isBig;
+    return Block(0x0A0D0D0A, Number(0x1A2B3C4D) + ::Raw(major, isBig) + ::Raw(std::uint16_t{0}, isBig) +
+                                 std::string(8, '\xFF') + options);
+}
+
+PcapNgBuilder& PcapNgBuilder::Interface(std::uint16_t linkType, std::uint32_t snapLen, const std::string& options) {
+    return Block(1, ::Raw(linkType, m_IsBig) + std::string(2, '\0') + Number(snapLen) + options);
 }
 
 PcapNgBuilder& PcapNgBuilder::Packet(std::uint64_t ticks, std::string_view data, std::uint32_t length) {
+    return PacketOf(0, ticks, data, "", length);
+}
+
+PcapNgBuilder& PcapNgBuilder::PacketOf(std::uint32_t interface, std::uint64_t ticks, std::string_view data,
+                                       const std::string& options, std::uint32_t length) {
     const auto captured = static_cast<std::uint32_t>(data.size());
-    Block(6, Raw(std::uint32_t{0}) + Raw(static_cast<std::uint32_t>(ticks >> 32)) +
-                 Raw(static_cast<std::uint32_t>(ticks)) + Raw(captured) + Raw(std::max(captured, length)) +
-                 std::string(data));
+    const std::string padding((4 - captured % 4) % 4, '\0');
+    return Block(6, Number(interface) + Number(static_cast<std::uint32_t>(ticks >> 32)) +
+                        Number(static_cast<std::uint32_t>(ticks)) + Number(captured) +
+                        Number(std::max(captured, length)) + std::string(data) + padding + options);
+}
+
+PcapNgBuilder& PcapNgBuilder::ObsoletePacket(std::uint16_t interface, std::uint64_t ticks, std::string_view data) {
+    const auto captured = static_cast<std::uint32_t>(data.size());
+    return Block(2, ::Raw(interface, m_IsBig) + "\x12\x34" + Number(static_cast<std::uint32_t>(ticks >> 32)) +
+                        Number(static_cast<std::uint32_t>(ticks)) + Number(captured) + Number(captured) +
+                        std::string(data));
+}
+
+PcapNgBuilder& PcapNgBuilder::SimplePacket(std::uint32_t length, std::string_view data) {
+    return Block(3, Number(length) + std::string(data));
+}
+
+PcapNgBuilder& PcapNgBuilder::Block(std::uint32_t type, std::string body) {
+    body.resize((body.size() + 3) / 4 * 4);
+    const std::string total = Number(static_cast<std::uint32_t>(body.size() + 12));
+    return Raw(Number(type) + total + body + total);
+}
+
+PcapNgBuilder& PcapNgBuilder::Raw(std::string_view bytes) {
+    m_Bytes += bytes;
     return *this;
 }
 
-void PcapNgBuilder::Block(std::uint32_t type, std::string body) {
-    body.resize((body.size() + 3) / 4 * 4);
-    const auto total = static_cast<std::uint32_t>(body.size() + 12);
-    m_Bytes += Raw(type) + Raw(total) + body + Raw(total);
+std::string PcapNgBuilder::Option(std::uint16_t code, const std::string& value) const {
+    std::string option = ::Raw(code, m_IsBig) + ::Raw(static_cast<std::uint16_t>(value.size()), m_IsBig) + value;
+    option.resize((option.size() + 3) / 4 * 4);
+    return option;
+}
+
+std::string PcapNgBuilder::Number(std::uint32_t value) const {
+    return ::Raw(value, m_IsBig);
 }
 
 std::string Gzip(std::string_view bytes) {

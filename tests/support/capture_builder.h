@@ -2,6 +2,7 @@
 
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -12,6 +13,10 @@ class CaptureBuilder {
     // These shape the global header, so they come before the records.
     CaptureBuilder& BigEndian(bool isBig = true);
     CaptureBuilder& LinkType(std::uint32_t linkType);
+    CaptureBuilder& Nanoseconds();  // as fractions of a second, instead of microseconds
+    CaptureBuilder& Modified();     // record headers of 24 bytes
+    CaptureBuilder& Version(std::uint16_t major, std::uint16_t minor);
+    CaptureBuilder& SnapLen(std::uint32_t snapLen);
 
     CaptureBuilder& Record(std::int32_t sec, std::int32_t usec, std::string_view data);
     // A record header that need not tell the truth about the data behind it.
@@ -22,22 +27,46 @@ class CaptureBuilder {
 
  private:
     bool m_IsBig = false;
+    std::uint32_t m_Magic = 0xA1B2C3D4;
+    std::uint16_t m_Major = 2;
+    std::uint16_t m_Minor = 4;
+    std::uint32_t m_SnapLen = 65535;
     std::uint32_t m_LinkType = 1;
     std::string m_Records;
 };
 
-// A little-endian pcap-ng section with one interface.
+// pcap-ng, block by block: std::string bytes = PcapNgBuilder().Packet(7, "frame").Bytes();
 class PcapNgBuilder {
  public:
-    // `ticksPerSecondPower` is the resolution: 6 for microseconds, 9 for nanoseconds.
+    // A little-endian section with one interface. `ticksPerSecondPower` is the resolution: 6 for
+    // microseconds, 9 for nanoseconds.
     explicit PcapNgBuilder(std::uint16_t linkType = 1, std::uint8_t ticksPerSecondPower = 6);
-    // `length` is that on the wire, unless the data is longer.
+    // Nothing yet: a section comes first.
+    static PcapNgBuilder Empty() { return PcapNgBuilder(nullptr); }
+
+    PcapNgBuilder& Section(bool isBig = false, const std::string& options = "", std::uint16_t major = 1);
+    PcapNgBuilder& Interface(std::uint16_t linkType, std::uint32_t snapLen, const std::string& options = "");
+    // Of the section's first interface. `length` is that on the wire, unless the data is longer.
     PcapNgBuilder& Packet(std::uint64_t ticks, std::string_view data, std::uint32_t length = 0);
+    PcapNgBuilder& PacketOf(std::uint32_t interface, std::uint64_t ticks, std::string_view data,
+                            const std::string& options = "", std::uint32_t length = 0);
+    PcapNgBuilder& ObsoletePacket(std::uint16_t interface, std::uint64_t ticks, std::string_view data);
+    // Without a time, of the first interface. `length` is that on the wire.
+    PcapNgBuilder& SimplePacket(std::uint32_t length, std::string_view data);
+    // Any block, its body padded; and bytes that need be none.
+    PcapNgBuilder& Block(std::uint32_t type, std::string body);
+    PcapNgBuilder& Raw(std::string_view bytes);
+
+    // For the blocks of the section: an option, a number of 32 bits.
+    [[nodiscard]] std::string Option(std::uint16_t code, const std::string& value) const;
+    [[nodiscard]] std::string Number(std::uint32_t value) const;
+
     [[nodiscard]] const std::string& Bytes() const { return m_Bytes; }
 
  private:
-    void Block(std::uint32_t type, std::string body);
+    explicit PcapNgBuilder(std::nullptr_t /*nothing*/) {}
 
+    bool m_IsBig = false;
     std::string m_Bytes;
 };
 
