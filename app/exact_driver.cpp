@@ -17,10 +17,10 @@
 #include "app/input_list.h"
 #include "app/process_setup.h"
 #include "app/progress_line.h"
-#include "app/shown_text.h"
 #include "app/version.h"
 #include "capture/output_file.h"
 #include "exact/exact_run.h"
+#include "exact/shown_text.h"
 #include "logging/logger.h"
 #include "utils/errno_text.h"
 
@@ -30,6 +30,7 @@ using velora::capture::Problem;
 using velora::capture::ProblemKind;
 using velora::exact::ExactJob;
 using velora::exact::RunReport;
+using velora::exact::ShownText;
 using velora::exact::Status;
 
 constexpr int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP};

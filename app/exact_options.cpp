@@ -10,7 +10,7 @@
 #include <system_error>
 #include <utility>
 
-#include "app/shown_text.h"
+#include "exact/shown_text.h"
 #include "exact/time_argument.h"
 
 namespace {
@@ -19,6 +19,7 @@ using velora::capture::Compression;
 using velora::exact::ExactJob;
 using velora::exact::Mode;
 using velora::exact::OutputFormat;
+using velora::exact::ShownText;
 
 // Every option, in the order of the help.
 struct OptionText {

@@ -17,7 +17,10 @@
 
 namespace {
 
+using velora::capture::ByteCount;
 using velora::capture::Counted;
+using velora::capture::Duration;
+using velora::capture::Moment;
 using velora::capture::Seconds;
 using velora::exact::RunProgress;
 using velora::exact::RunReport;
@@ -29,42 +32,6 @@ constexpr std::string_view kWipe = "\r\033[K";
 // A line of progress is on the terminal now.
 std::atomic<bool> g_isDrawn = false;
 static_assert(std::atomic<bool>::is_always_lock_free);
-
-// "1.5 GB": three digits at most, in powers of ten as disks and networks have them.
-std::string ByteCount(double bytes) {
-    constexpr std::array<const char*, 6> kUnits = {"bytes", "kB", "MB", "GB", "TB", "PB"};
-    std::size_t unit = 0;
-    while (bytes >= 999.5 && unit + 1 < kUnits.size()) {
-        bytes /= 1000;
-        ++unit;
-    }
-    std::array<char, 32> text{};
-    std::snprintf(text.data(), text.size(), unit > 0 && bytes < 9.95 ? "%.1f %s" : "%.0f %s", bytes,
-                  kUnits[unit]);
-    return text.data();
-}
-
-std::string Duration(double seconds) {
-    const auto whole = static_cast<std::uint64_t>(std::max(0.0, seconds + 0.5));
-    if (whole < 60) {
-        return std::to_string(whole) + " s";
-    }
-    if (whole < 3600) {
-        return std::to_string(whole / 60) + " min " + std::to_string(whole % 60) + " s";
-    }
-    return std::to_string(whole / 3600) + " h " + std::to_string(whole / 60 % 60) + " min";
-}
-
-// UTC, to the second, which is enough to see which capture it is.
-std::string Moment(std::int64_t nanoseconds) {
-    constexpr std::int64_t kSecond = 1'000'000'000;
-    const std::time_t seconds = nanoseconds / kSecond - (nanoseconds % kSecond < 0 ? 1 : 0);
-    std::tm parts{};
-    std::array<char, 64> text{};
-    gmtime_r(&seconds, &parts);
-    std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &parts);
-    return text.data();
-}
 
 }  // namespace
 

@@ -1,8 +1,9 @@
-#include "app/shown_text.h"
+#include "exact/shown_text.h"
 
 #include <cstddef>
 #include <cstdint>
 
+namespace velora::exact {
 namespace {
 
 std::uint8_t ByteAt(std::string_view text, std::size_t index) {
@@ -69,3 +70,16 @@ std::string ShownText(std::string_view text) {
     }
     return shown;
 }
+
+bool IsUtf8(std::string_view text) {
+    while (!text.empty()) {
+        const std::size_t size = FirstCharacter(text).size;
+        if (size == 0) {
+            return false;
+        }
+        text.remove_prefix(size);
+    }
+    return true;
+}
+
+}  // namespace velora::exact
