@@ -1,6 +1,7 @@
 #include "app/exact_driver.h"
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <exception>
@@ -20,16 +21,21 @@
 #include "app/version.h"
 #include "capture/output_file.h"
 #include "exact/exact_run.h"
+#include "exact/report_json.h"
+#include "exact/report_page.h"
 #include "exact/shown_text.h"
 #include "logging/logger.h"
 #include "utils/errno_text.h"
 
 namespace {
 
+using velora::capture::OutputFile;
+using velora::capture::OutputOutcome;
 using velora::capture::Problem;
 using velora::capture::ProblemKind;
 using velora::exact::ExactJob;
 using velora::exact::RunReport;
+using velora::exact::RunSetting;
 using velora::exact::ShownText;
 using velora::exact::Status;
 
@@ -118,6 +124,10 @@ class Teller final : public velora::exact::RunListener {
         m_OutputText = "seamtool: " + ShownOutput(m_Job) + ": " + ShownText(text);
     }
 
+    void OnReport(const std::string& text) override {
+        m_Line.Tell("seamtool: " + ShownText(m_Job.report) + ": " + ShownText(text));
+    }
+
     void TellOutput() {
         if (!m_OutputText.empty()) {
             m_Line.Tell(m_OutputText);
@@ -158,6 +168,37 @@ std::string FaultOfLists(ExactOptions& options) {
     return {};
 }
 
+// Writes the report. Gives the status that the run then has: an output that is written stays, and
+// is as good as it was, but the report was asked for too.
+Status WriteReport(OutputFile& file, const RunSetting& setting, const RunReport& report,
+                   Teller& teller) {
+    const std::string text = setting.job.report.ends_with(".json") ? ReportJson(setting, report)
+                                                                   : ReportPage(setting, report);
+    OutputOutcome outcome = file.Open();
+    if (outcome.IsGood()) {
+        outcome = file.Write({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+    }
+    if (outcome.IsGood()) {
+        outcome = file.Finish();
+    }
+    if (outcome.IsGood()) {
+        return report.status;
+    }
+    const bool isElsewhere = outcome.kind == OutputOutcome::Kind::kTaken;
+    teller.OnReport(outcome.text +
+                    (isElsewhere ? "; the finished report is " + outcome.keptAs : std::string()) +
+                    (report.IsWritten() ? "; the capture is written all the same" : ""));
+    if (!report.IsWritten()) {
+        return report.status;
+    }
+    return isElsewhere || outcome.kind == OutputOutcome::Kind::kExists ? Status::kOutputExists
+                                                                       : Status::kCannotWrite;
+}
+
+std::int64_t NanosecondsSince1970() {
+    return std::chrono::nanoseconds(std::chrono::system_clock::now().time_since_epoch()).count();
+}
+
 std::int32_t RunJob(const ExactOptions& options, const SignalSetup& signals) {
     const ExactJob& job = options.job;
     velora::exact::RunProgress progress;
@@ -166,7 +207,12 @@ std::int32_t RunJob(const ExactOptions& options, const SignalSetup& signals) {
                                               : ProgressLine::Show::kWhereSeen;
     ProgressLine line(progress, show);
     Teller teller(job, line, options.isQuiet);
-    const RunReport report = velora::exact::Run(job, teller, progress);
+    RunSetting setting{job, kVersion, options.words, options.homeDirectory, NanosecondsSince1970()};
+    const auto start = std::chrono::steady_clock::now();
+    OutputFile reportFile;
+    const RunReport report =
+        velora::exact::Run(job, teller, progress, job.report.empty() ? nullptr : &reportFile);
+    setting.duration = std::chrono::nanoseconds(std::chrono::steady_clock::now() - start).count();
     line.End();
     if (report.hasReaderLeft) {
         signals.EndByPipe();
@@ -176,7 +222,9 @@ std::int32_t RunJob(const ExactOptions& options, const SignalSetup& signals) {
         (report.status == Status::kComplete || report.status == Status::kIncomplete)) {
         line.Tell(SummaryText(report, ShownOutput(job)));
     }
-    return Exit(report.status);
+    return Exit(!job.report.empty() && report.hasBegun
+                    ? WriteReport(reportFile, setting, report, teller)
+                    : report.status);
 }
 
 }  // namespace
@@ -184,8 +232,7 @@ std::int32_t RunJob(const ExactOptions& options, const SignalSetup& signals) {
 std::int32_t RunExactDriver(int argc, char** argv) {
     // Nothing has been written to the log yet, so closing removes it.
     VeloLogger::GlobalLogger.Close();
-    auto parsed =
-        ParseExactOptions(std::span(argv, static_cast<std::size_t>(argc)).subspan(2));
+    auto parsed = ParseExactOptions(std::span(argv, static_cast<std::size_t>(argc)).subspan(2));
     if (const auto* const fault = std::get_if<std::string>(&parsed)) {
         return TellWrongCommandLine(*fault);
     }

@@ -42,6 +42,8 @@ constexpr OptionText kOptions[] = {
      "pcap (microseconds), pcap-ns or pcapng, which holds several link types"},
     {"--compress", "=HOW", false,
      "gzip, zstd or none; without it an outfile in .gz or .zst is compressed so"},
+    {"--report", "=FILE", false,
+     "write what happened into FILE, a new one ending in .json or .html"},
     {"--progress", "", false, "show progress and a summary on any standard error"},
     {"--quiet", "", false, "show neither, and no notes; problems are told all the same"},
     {"--help", "", false, "print this"},
@@ -100,6 +102,7 @@ class Parser {
         if (name != "--files-from" && !option->value.empty() && !m_Given.insert(name).second) {
             return Fail("'" + std::string(name) + "' is given twice");
         }
+        m_Options.words.emplace_back(word);
         if (!Apply(name, value)) {
             Fail("'" + std::string(name) + "' does not take " + Quoted(value) +
                  "; see 'seamtool --exact --help'");
@@ -134,6 +137,9 @@ class Parser {
             return ApplyFormat(value);
         } else if (name == "--compress") {
             return ApplyCompression(value);
+        } else if (name == "--report") {
+            job.report = value;
+            return value.ends_with(".json") || value.ends_with(".html");
         }
         return true;
     }

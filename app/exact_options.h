@@ -22,6 +22,7 @@ struct ExactOptions {
     bool showsProgress = false;
     std::string homeDirectory;       // empty: stay
     std::vector<std::string> lists;  // files that name more inputs, "-" for standard input
+    std::vector<std::string> words;  // the options, as they stood there
     velora::exact::ExactJob job;     // its inputs are those of the command line
 };
 

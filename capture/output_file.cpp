@@ -164,6 +164,17 @@ OutputOutcome OutputFile::OpenTemporary() {
     return {};
 }
 
+bool OutputFile::IsSameAs(const OutputFile& other) const {
+    if (m_Identity || other.m_Identity) {
+        return m_Identity == other.m_Identity;
+    }
+    struct stat mine {};
+    struct stat theirs {};
+    return m_Name == other.m_Name && m_Directory && other.m_Directory &&
+           fstat(m_Directory.Get(), &mine) == 0 && fstat(other.m_Directory.Get(), &theirs) == 0 &&
+           IdentityOf(mine) == IdentityOf(theirs);
+}
+
 OutputOutcome OutputFile::Open() {
     if (m_File) {
         return {};

@@ -52,6 +52,9 @@ class OutputFile final : public ByteSink {
     // it as an input; nothing for a new file.
     [[nodiscard]] std::optional<FileIdentity> GetIdentity() const { return m_Identity; }
 
+    // After Prepare of both, if it went well: whether they would be one file.
+    [[nodiscard]] bool IsSameAs(const OutputFile& other) const;
+
     // Once, before the first Write. kExists: another file has taken the place of the FIFO or device
     // since Prepare.
     [[nodiscard]] OutputOutcome Open();

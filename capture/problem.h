@@ -20,6 +20,7 @@ enum class ProblemKind : std::uint8_t {
     kTimeChanged,    // records have another time in the output than in the input
     kNote,           // nothing is missing; worth knowing all the same
 };
+inline constexpr std::uint8_t kProblemKinds = 8;
 
 // One thing that happened to one input or output. Numbers that `text` names stand beside it for
 // programs.

@@ -10,6 +10,7 @@ pkg_check_modules(re2 REQUIRED IMPORTED_TARGET re2)  # its file says version 0.0
 foreach(module IN ITEMS libisal liblzma libzstd liblz4 libxxhash)
   pkg_check_modules(${module} REQUIRED IMPORTED_TARGET ${module})
 endforeach()
+find_package(nlohmann_json REQUIRED)
 
 # The pooling of the scalable allocator hides heap errors from the sanitizers, so their builds
 # link a stand-in that forwards to malloc.

@@ -36,6 +36,7 @@ struct ExactJob {
     Mode mode = Mode::kMerge;
     std::vector<InputName> inputs;  // in the order named, which decides between equal times
     std::string output;             // a path, or "-" for standard output
+    std::string report;             // a path; empty: none is asked for
 
     // Only records with earliest <= time <= latest, as captured, in nanoseconds since 1970.
     std::int64_t earliest = std::numeric_limits<std::int64_t>::min();

@@ -55,8 +55,9 @@ class DescriptorReserve {
 
 class ExactRun {
  public:
-    ExactRun(const ExactJob& job, RunListener& listener, RunProgress& progress)
-        : m_Job(job), m_Listener(listener), m_Progress(progress) {}
+    ExactRun(const ExactJob& job, RunListener& listener, RunProgress& progress,
+             capture::OutputFile* reportFile)
+        : m_Job(job), m_Listener(listener), m_Progress(progress), m_ReportFile(reportFile) {}
 
     RunReport Execute() {
         m_Report.inputs.resize(m_Job.inputs.size());
@@ -82,13 +83,20 @@ class ExactRun {
 
     bool Refuse(Status status, const std::string& text) {
         m_Report.status = status;
+        m_Report.outputText = text;
         m_Listener.OnOutput(text);
+        return false;
+    }
+    bool RefuseReport(Status status, const std::string& text) {
+        m_Report.status = status;
+        m_Listener.OnReport(text);
         return false;
     }
     bool Refuse(const OutputOutcome& outcome);
 
     void Tell(std::size_t input, const Problem& problem) {
         m_IsDoubtful |= problem.kind != ProblemKind::kNote;
+        m_Report.inputs[input].problems.Add(problem);
         m_Listener.OnInput(input, problem);
     }
     void TellLeftOut(std::size_t input, Problem problem) {
@@ -110,6 +118,7 @@ class ExactRun {
     RunReport m_Report;
     bool m_IsDoubtful = false;
 
+    capture::OutputFile* m_ReportFile;
     capture::OutputFile m_Output;
     std::vector<std::size_t> m_Opened;  // the job's inputs that could be opened
     std::unique_ptr<capture::ReadAhead> m_Ahead;
@@ -132,6 +141,7 @@ bool ExactRun::Refuse(const OutputOutcome& outcome) {
         case OutputOutcome::Kind::kExists:
             return Refuse(Status::kOutputExists, outcome.text);
         case OutputOutcome::Kind::kTaken:
+            m_Report.keptAs = outcome.keptAs;
             return Refuse(Status::kOutputExists,
                           outcome.text + "; the finished capture is " + outcome.keptAs);
         case OutputOutcome::Kind::kCannot:
@@ -149,16 +159,32 @@ bool ExactRun::IsInput(const capture::FileIdentity& output) const {
     });
 }
 
+// What exists is refused before what cannot be written, for the report as for the output.
 bool ExactRun::PrepareOutput() {
+    constexpr const char* kIsInput = "it is one of the inputs";
     const OutputOutcome outcome = m_Output.Prepare(m_Job.output);
     if (m_Output.GetIdentity() && IsInput(*m_Output.GetIdentity())) {
-        return Refuse(Status::kOutputExists, "it is one of the inputs");
+        return Refuse(Status::kOutputExists, kIsInput);
     }
-    return Refuse(outcome);
+    if (m_ReportFile == nullptr || outcome.kind == OutputOutcome::Kind::kExists) {
+        return Refuse(outcome);
+    }
+    const OutputOutcome report = m_ReportFile->Prepare(m_Job.report);
+    if (m_ReportFile->GetIdentity() && IsInput(*m_ReportFile->GetIdentity())) {
+        return RefuseReport(Status::kOutputExists, kIsInput);
+    }
+    if (m_ReportFile->IsSameAs(m_Output)) {
+        return RefuseReport(Status::kOutputExists, "it is the output as well");
+    }
+    if (report.kind == OutputOutcome::Kind::kExists) {
+        return RefuseReport(Status::kOutputExists, report.text);
+    }
+    return Refuse(outcome) && (report.IsGood() || RefuseReport(Status::kCannotWrite, report.text));
 }
 
 bool ExactRun::OpenInputs() {
     const DescriptorReserve reserve;
+    m_Report.hasBegun = true;
     std::vector<capture::InputFile> files;
     std::uint64_t bytesInAll = 0;
     bool isSizeKnown = true;
@@ -179,6 +205,7 @@ bool ExactRun::OpenInputs() {
         }
         auto& file = std::get<capture::InputFile>(opened);
         m_Report.inputs[input].bytesOnDisk = file.size;
+        m_Report.inputs[input].isRegular = file.isRegular;
         bytesInAll += file.size;
         isSizeKnown &= file.isRegular;
         files.push_back(std::move(file));
@@ -229,6 +256,9 @@ bool ExactRun::LookAtInputs() {
                          });
         if (m_Ahead->IsCapture(opened)) {
             report.isCapture = true;
+            if (m_ReportFile != nullptr && input < RunReport::kMostTimelines) {
+                report.tally.timeline = std::make_unique<InputTimeline>();
+            }
             report.traits = m_Ahead->Traits(opened);
             m_Sources.push_back(input);
             m_Orders.push_back(std::move(order));
@@ -258,11 +288,11 @@ bool ExactRun::ChooseForm() {
             m_Form.fcsBits = traits.fcsBits;
         }
         if (traits.linkType != first->linkType && !IsPcapNg()) {
-            m_Listener.OnInput(input, {ProblemKind::kLeftOut,
-                                       "its link type is " + LinkType::Shown(*traits.linkType) +
-                                           ", that of " + m_Listener.ShownInput(firstInput) +
-                                           " is " + LinkType::Shown(*first->linkType),
-                                       0, 0});
+            Tell(input, {ProblemKind::kLeftOut,
+                         "its link type is " + LinkType::Shown(*traits.linkType) + ", that of " +
+                             m_Listener.ShownInput(firstInput) + " is " +
+                             LinkType::Shown(*first->linkType),
+                         0, 0});
             return Refuse(Status::kNothingToWrite,
                           "not written: inputs of different link types do not fit into one pcap "
                           "file, but with --format=pcapng they do");
@@ -281,6 +311,10 @@ bool ExactRun::ChooseForm() {
     }
     m_Report.linkType = m_Form.linkType;
     m_Report.hasNanoseconds = m_Form.hasNanoseconds;
+    m_Report.format = IsPcapNg()              ? capture::Format::kPcapNg
+                      : m_Form.hasNanoseconds ? capture::Format::kClassicNanoseconds
+                                              : capture::Format::kClassicMicroseconds;
+    m_Report.compression = m_Job.compression;
     return IsPcapNg() ? FitsPcapNg() : true;
 }
 
@@ -324,6 +358,7 @@ bool ExactRun::WriteRecords(capture::BlockWriter& writer) {
     const bool isWritten = BeginRecords() && WriteInOrder();
     m_Writer = nullptr;
     m_Report.recordsWritten = output.Count();
+    m_Report.stepsBack = output.StepsBack();
     if (output.Count() > 0) {
         m_Report.earliest = output.Earliest();
         m_Report.latest = output.Latest();
@@ -384,8 +419,9 @@ void ExactRun::TellTallies() {
 
 }  // namespace
 
-RunReport Run(const ExactJob& job, RunListener& listener, RunProgress& progress) {
-    return ExactRun(job, listener, progress).Execute();
+RunReport Run(const ExactJob& job, RunListener& listener, RunProgress& progress,
+              capture::OutputFile* reportFile) {
+    return ExactRun(job, listener, progress, reportFile).Execute();
 }
 
 }  // namespace velora::exact

@@ -5,16 +5,13 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
-#include <optional>
 #include <string>
-#include <vector>
 
-#include "capture/capture_traits.h"
+#include "capture/output_file.h"
 #include "capture/problem.h"
 #include "exact/exact_job.h"
-#include "exact/input_tally.h"
 #include "exact/run_progress.h"
+#include "exact/run_report.h"
 
 namespace velora::exact {
 
@@ -31,30 +28,17 @@ class RunListener {
     virtual void OnInput(std::size_t input, const capture::Problem& problem) = 0;
     // Why there is no output, or where it is instead. Without a path and a line end.
     virtual void OnOutput(const std::string& text) = 0;
-};
-
-// What is known of one input in the end.
-struct InputReport {
-    std::uint64_t bytesOnDisk = 0;  // 0 where it is no regular file
-    bool isCapture = false;         // else nothing below is known
-    capture::CaptureTraits traits;
-    InputTally tally;
-};
-
-struct RunReport {
-    Status status = Status::kNothingToWrite;
-    bool hasReaderLeft = false;  // the output was a pipe that nobody reads any more
-    std::vector<InputReport> inputs;
-    std::uint64_t recordsWritten = 0;
-    std::uint64_t bytesWritten = 0;        // size of the output
-    std::optional<std::int64_t> earliest;  // times in the output, as asked for
-    std::optional<std::int64_t> latest;
-    std::uint32_t linkType = 0;
-    bool hasNanoseconds = false;
+    // Why there can be no report, in the same form.
+    virtual void OnReport(const std::string& /*text*/) {}
 };
 
 // Runs the job. Throws std::bad_alloc and std::system_error when memory or threads run out, and
 // leaves no output then.
-[[nodiscard]] RunReport Run(const ExactJob& job, RunListener& listener, RunProgress& progress);
+//
+// A job that asks for a report comes with a file for it, as it was made. The file is prepared
+// together with the output, so that whatever speaks against it ends the run before anything is
+// read; opening, writing and finishing it, when the run `hasBegun`, is the caller's.
+[[nodiscard]] RunReport Run(const ExactJob& job, RunListener& listener, RunProgress& progress,
+                            capture::OutputFile* reportFile = nullptr);
 
 }  // namespace velora::exact

@@ -4,12 +4,20 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <memory>
 #include <optional>
 
 #include "capture/problem.h"
 #include "capture/record_block.h"
+#include "exact/time_histogram.h"
 
 namespace velora::exact {
+
+// Where the written records of an input lie in time.
+struct InputTimeline {
+    TimeHistogram captured;
+    TimeHistogram written;  // of a squish; without the copies
+};
 
 struct InputTally {
     std::uint64_t recordsRead = 0;     // whole records of the file
@@ -28,6 +36,7 @@ struct InputTally {
     // Of the records that were asked for, as captured.
     std::optional<std::int64_t> earliest;
     std::optional<std::int64_t> latest;
+    std::unique_ptr<InputTimeline> timeline;  // filled where there is one
 
     // A further block of the input.
     void Add(const capture::RecordBlock& block) {

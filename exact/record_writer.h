@@ -57,7 +57,12 @@ class RecordWriter {
 
     // Writes the record that the input stands on, with another time than its own, perhaps.
     [[nodiscard]] bool Write(InputOrder& input, std::int64_t time) {
-        input.Tally().recordsWritten += 1;
+        InputTally& tally = input.Tally();
+        tally.recordsWritten += 1;
+        if (tally.timeline != nullptr) [[unlikely]] {
+            tally.timeline->captured.Add(input.Current().time);
+            tally.timeline->written.Add(time);
+        }
         return WriteBytes(input, KeptBytes(input.Current()), time);
     }
 
@@ -77,6 +82,8 @@ class RecordWriter {
     }
 
     [[nodiscard]] std::uint64_t Count() const { return m_Count; }
+    // Records earlier than the one before.
+    [[nodiscard]] std::uint64_t StepsBack() const { return m_StepsBack; }
     // The span of the times asked for.
     [[nodiscard]] std::int64_t Earliest() const { return m_Earliest; }
     [[nodiscard]] std::int64_t Latest() const { return m_Latest; }
@@ -88,6 +95,8 @@ class RecordWriter {
 
     [[nodiscard]] bool WriteBytes(InputOrder& input, std::span<const std::uint8_t> bytes,
                                   std::int64_t time) {
+        m_StepsBack += time < m_Previous ? 1 : 0;
+        m_Previous = time;
         m_Earliest = std::min(m_Earliest, time);
         m_Latest = std::max(m_Latest, time);
         m_Progress.records.store(++m_Count, std::memory_order_relaxed);
@@ -114,6 +123,8 @@ class RecordWriter {
     RunProgress& m_Progress;
     std::uint64_t m_Count = 0;
     std::uint32_t m_Interfaces = 0;
+    std::uint64_t m_StepsBack = 0;
+    std::int64_t m_Previous = std::numeric_limits<std::int64_t>::min();
     std::int64_t m_Earliest = std::numeric_limits<std::int64_t>::max();
     std::int64_t m_Latest = std::numeric_limits<std::int64_t>::min();
 };
