@@ -32,22 +32,22 @@ TEST(RecordEncoderTest, HoldsTheNearestTime) {
     const struct {
         std::int64_t time;
         const char* micro;
-        TimeChange microChange;
         const char* nano;
+        TimeChange microChange;
         TimeChange nanoChange;
     } rows[] = {
-        {kEarliest, "00000000 00000000", kBefore1970, "00000000 00000000", kBefore1970},
-        {-1, "00000000 00000000", kBefore1970, "00000000 00000000", kBefore1970},
-        {0, "00000000 00000000", kAsIs, "00000000 00000000", kAsIs},
-        {1, "00000000 00000000", kFinerThanUnit, "00000000 01000000", kAsIs},
-        {999, "00000000 00000000", kFinerThanUnit, "00000000 e7030000", kAsIs},
-        {1000, "00000000 01000000", kAsIs, "00000000 e8030000", kAsIs},
-        {kSecond - 1, "00000000 3f420f00", kFinerThanUnit, "00000000 ffc99a3b", kAsIs},
-        {kSecond, "01000000 00000000", kAsIs, "01000000 00000000", kAsIs},
-        {kEnd - 1000, "ffffffff 3f420f00", kAsIs, "ffffffff 18c69a3b", kAsIs},
-        {kEnd - 1, "ffffffff 3f420f00", kFinerThanUnit, "ffffffff ffc99a3b", kAsIs},
-        {kEnd, "ffffffff 3f420f00", kBeyondLast, "ffffffff ffc99a3b", kBeyondLast},
-        {kLatest, "ffffffff 3f420f00", kBeyondLast, "ffffffff ffc99a3b", kBeyondLast},
+        {kEarliest, "00000000 00000000", "00000000 00000000", kBefore1970, kBefore1970},
+        {-1, "00000000 00000000", "00000000 00000000", kBefore1970, kBefore1970},
+        {0, "00000000 00000000", "00000000 00000000", kAsIs, kAsIs},
+        {1, "00000000 00000000", "00000000 01000000", kFinerThanUnit, kAsIs},
+        {999, "00000000 00000000", "00000000 e7030000", kFinerThanUnit, kAsIs},
+        {1000, "00000000 01000000", "00000000 e8030000", kAsIs, kAsIs},
+        {kSecond - 1, "00000000 3f420f00", "00000000 ffc99a3b", kFinerThanUnit, kAsIs},
+        {kSecond, "01000000 00000000", "01000000 00000000", kAsIs, kAsIs},
+        {kEnd - 1000, "ffffffff 3f420f00", "ffffffff 18c69a3b", kAsIs, kAsIs},
+        {kEnd - 1, "ffffffff 3f420f00", "ffffffff ffc99a3b", kFinerThanUnit, kAsIs},
+        {kEnd, "ffffffff 3f420f00", "ffffffff ffc99a3b", kBeyondLast, kBeyondLast},
+        {kLatest, "ffffffff 3f420f00", "ffffffff ffc99a3b", kBeyondLast, kBeyondLast},
     };
     const RecordEncoder micro(RecordEncoder::Unit::kMicroseconds), nano(RecordEncoder::Unit::kNanoseconds);
     EXPECT_EQ(HexOf(micro.EncodeFileHeader(262144, 1)), "d4c3b2a10200040000000000000000000000040001000000");

@@ -53,6 +53,7 @@ OutputOutcome WriteAll(OutputFile& output) {
     return finished;
 }
 
+// `faults` is null where other threads run, which would meet them too.
 struct Produced {
     Kind prepared;
     OutputOutcome outcome;  // the last
@@ -62,14 +63,16 @@ struct Produced {
 Produced Produce(
     const std::string& path, const char* faults, const std::function<void()>& meanwhile = [] {}) {
     OutputFile output;
-    ArmFault(faults);
+    if (faults != nullptr) {
+        ArmFault(faults);
+    }
     OutputOutcome outcome = output.Prepare(path);
     const Kind prepared = outcome.kind;
     if (outcome.IsGood()) {
         meanwhile();
         outcome = WriteAll(output);
     }
-    return {prepared, outcome, ArmFault(nullptr)};
+    return {prepared, outcome, faults != nullptr ? ArmFault(nullptr) : 0};
 }
 
 // Ways to get a name, by what the file system refuses.
@@ -261,7 +264,7 @@ TEST(OutputFileTest, WritesAllToPipesAndSeesTheirReaderLeave) {
     for (const std::size_t wanted : {kContent.size() + 1, std::size_t{70000}}) {
         std::string got;
         std::thread reader([&] { got = ReadUpTo(MiscUtils::UniqueFd(open(path.c_str(), O_RDONLY)).Get(), wanted); });
-        const OutputOutcome outcome = Produce(path, "none 1").outcome;
+        const OutputOutcome outcome = Produce(path, nullptr).outcome;
         reader.join();
         EXPECT_TRUE(got == kContent.substr(0, wanted));
         EXPECT_EQ(outcome.error, wanted > kContent.size() ? 0 : EPIPE);
@@ -287,7 +290,7 @@ TEST(OutputFileTest, WritesAllToAStandardOutputThatDoesNotBlock) {
     dup2(in.Get(), STDOUT_FILENO);
     const OutputOutcome readOnly = OutputFile().Prepare("-");
     dup2(out.Get(), STDOUT_FILENO);
-    const OutputOutcome outcome = Produce("-", "none 1").outcome;
+    const OutputOutcome outcome = Produce("-", nullptr).outcome;
     dup2(before.Get(), STDOUT_FILENO);
     reader.join();
     EXPECT_EQ(readOnly.error, EBADF);
