@@ -183,7 +183,7 @@ bool ExactRun::PrepareOutput() {
 }
 
 bool ExactRun::OpenInputs() {
-    const DescriptorReserve reserve;
+    std::optional<DescriptorReserve> reserve(std::in_place);
     m_Report.hasBegun = true;
     std::vector<capture::InputFile> files;
     std::uint64_t bytesInAll = 0;
@@ -212,6 +212,7 @@ bool ExactRun::OpenInputs() {
         m_Opened.push_back(input);
     }
     m_Progress.bytesInAll = isSizeKnown ? bytesInAll : 0;
+    reserve.reset();
     capture::BlockReader::Options options;
     options.ordersBlocks = IsOrdered();
     options.keepsAllLinkTypes = IsPcapNg();
