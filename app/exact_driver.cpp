@@ -98,6 +98,23 @@ class SignalSetup {
     bool m_WasPipeIgnored;
 };
 
+// What was asked for instead of a run goes to standard output.
+Status Print(const std::string& text, const SignalSetup& signals) {
+    if (WasClosedAtStart(STDOUT_FILENO)) {
+        TellLine("standard output: is closed");
+        return Status::kCannotWrite;
+    }
+    if (std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0) {
+        return Status::kComplete;
+    }
+    const int error = errno;
+    if (error == EPIPE) {
+        signals.EndByPipe();
+    }
+    TellLine("standard output: " + MiscUtils::ErrnoText(error).text);
+    return Status::kCannotWrite;
+}
+
 std::string ShownOutput(const ExactJob& job) {
     return job.output == "-" ? "standard output" : ShownText(job.output);
 }
@@ -232,16 +249,15 @@ std::int32_t RunJob(const ExactOptions& options, const SignalSetup& signals) {
 std::int32_t RunExactDriver(int argc, char** argv) {
     // Nothing has been written to the log yet, so closing removes it.
     VeloLogger::GlobalLogger.Close();
+    const SignalSetup signals;
     auto parsed = ParseExactOptions(std::span(argv, static_cast<std::size_t>(argc)).subspan(2));
     if (const auto* const fault = std::get_if<std::string>(&parsed)) {
         return TellWrongCommandLine(*fault);
     }
     auto& options = std::get<ExactOptions>(parsed);
     if (options.wish != ExactOptions::Wish::kRun) {
-        const std::string text =
-            options.wish == ExactOptions::Wish::kHelp ? ExactHelp() : std::string(kVersion) + "\n";
-        const bool isWritten = std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0;
-        return Exit(isWritten ? Status::kComplete : Status::kCannotWrite);
+        const bool isHelp = options.wish == ExactOptions::Wish::kHelp;
+        return Exit(Print(isHelp ? ExactHelp() : std::string(kVersion) + "\n", signals));
     }
     if (!options.homeDirectory.empty() && chdir(options.homeDirectory.c_str()) != 0) {
         TellLine(ShownText(options.homeDirectory) +
@@ -258,7 +274,6 @@ std::int32_t RunExactDriver(int argc, char** argv) {
         TellLine("standard output: is closed");
         return Exit(Status::kCannotWrite);
     }
-    const SignalSetup signals;
     try {
         return RunJob(options, signals);
     } catch (const std::bad_alloc&) {

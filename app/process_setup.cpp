@@ -10,10 +10,10 @@ namespace {
 
 bool g_wasClosed[STDERR_FILENO + 1];
 
-void Reserve(int descriptor) {
+void Reserve(int descriptor, int mode = O_RDWR) {
     if (fcntl(descriptor, F_GETFD) == -1) {
         g_wasClosed[descriptor] = true;
-        const int null = open("/dev/null", O_RDWR);
+        const int null = open("/dev/null", mode);
         if (null != descriptor) {
             dup2(null, descriptor);
             close(null);
@@ -24,7 +24,7 @@ void Reserve(int descriptor) {
 // Runs before the static objects are made, the process's logger among them.
 __attribute__((constructor(101))) void ReserveStandardDescriptors(int argc, char** argv) {
     if (IsExact(argc, argv)) {
-        Reserve(STDIN_FILENO);
+        Reserve(STDIN_FILENO, O_WRONLY);  // not to be taken for an empty input
     }
     Reserve(STDOUT_FILENO);
     Reserve(STDERR_FILENO);
