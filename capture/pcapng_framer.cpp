@@ -216,7 +216,9 @@ std::string PcapNgFramer::ReadInterface(const BlockAt& at, RecordBlock& block) {
         m_Traits.snapLen = std::max(m_Traits.snapLen, added.description.snapLen);
         m_Traits.isFinerThanMicroseconds |= added.description.isFinerThanMicroseconds;
     }
-    block.interfaces.push_back(added.description);
+    if (m_KeepsAllLinkTypes) {
+        block.interfaces.push_back(added.description);
+    }
     m_Interfaces.push_back(added);
     return {};
 }

@@ -45,9 +45,11 @@ class RecordBlock {
     std::uint32_t leftOutLinkType = 0;  // the link type of one of them
     std::uint64_t stepsBack = 0;        // of these, those earlier than the one before in the file
     bool hasDropped = false;  // names, secrets or comments, which have no place in a record
-    std::vector<Interface> interfaces;  // those first described in this block
-    std::optional<Problem> problem;     // what ended the capture behind these records
-    bool isLast = false;                // no further block comes
+    // Those first described in this block; of pcap-ng only where all link types are kept, since a
+    // file may describe any number of them.
+    std::vector<Interface> interfaces;
+    std::optional<Problem> problem;  // what ended the capture behind these records
+    bool isLast = false;             // no further block comes
 
     // ---- What a framer does.
 
