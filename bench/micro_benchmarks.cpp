@@ -1,12 +1,15 @@
-// The cost of one step: reading a record of each format, choosing among many inputs, logging a
-// line. Built and run by hand: cmake --build build/release --target micro_benchmarks.
+// The cost of one step: reading a record of each format, choosing among many inputs, in the plain
+// mode and in the exact one, and logging a line. Built and run by hand: cmake --build build/release
+// --target micro_benchmarks.
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <random>
 #include <string>
 #include <vector>
@@ -16,6 +19,8 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include "capture/capture_reader.h"
+#include "exact/exact_run.h"
 #include "impex/impex_libpcap.h"
 #include "impex/squish.h"
 #include "impex/time_ordered_merge.h"
@@ -23,13 +28,23 @@
 #include "tests/support/capture_builder.h"
 #include "tests/support/temp_dir.h"
 #include "utils/scope_guards.h"
+#include "utils/tournament_tree.h"
 
 namespace {
 
 constexpr int kRecords = 20000;
-const std::string kFrame(594, 'f');
+constexpr std::size_t kFrameSize = 594;
 
-enum Form { kClassic, kBigEndian, kGzip, kBzip2, kPcapNg };
+// Half of each frame is noise, so that a compressed capture has something to tell.
+std::string MakeFrame(std::mt19937& random) {
+    std::string frame(kFrameSize, 'f');
+    for (std::size_t index = 0; index < kFrameSize; index += 2) {
+        frame[index] = static_cast<char>(random());
+    }
+    return frame;
+}
+
+enum Form { kClassic, kBigEndian, kNanoseconds, kPcapNg, kGzip, kBzip2, kXz, kZstd, kLz4 };
 
 std::string MakeCapture(Form form, const TempDir& directory) {
     CaptureBuilder classic;
@@ -37,17 +52,27 @@ std::string MakeCapture(Form form, const TempDir& directory) {
     if (form == kBigEndian) {
         classic.BigEndian();
     }
+    std::mt19937 random(1);
     for (int record = 0; record < kRecords; ++record) {
-        classic.Record(record, 0, kFrame);
-        next.Packet(static_cast<std::uint64_t>(record) * 1000000, kFrame);
+        const std::string frame = MakeFrame(random);
+        classic.Record(record, 0, frame);
+        next.Packet(static_cast<std::uint64_t>(record) * 1000000, frame);
     }
     switch (form) {
+        case kNanoseconds:
+            return directory.Write("in.pcap", "\x4D\x3C\xB2\xA1" + classic.Bytes().substr(4));
+        case kPcapNg:
+            return directory.Write("in.pcapng", next.Bytes());
         case kGzip:
             return directory.Write("in.gz", Gzip(classic.Bytes()));
         case kBzip2:
             return directory.Write("in.bz2", Bzip2(classic.Bytes()));
-        case kPcapNg:
-            return directory.Write("in.pcapng", next.Bytes());
+        case kXz:
+            return directory.Write("in.xz", Xz(classic.Bytes()));
+        case kZstd:
+            return directory.Write("in.zst", Zstd(classic.Bytes()));
+        case kLz4:
+            return directory.Write("in.lz4", Lz4(classic.Bytes()));
         default:
             return directory.Write("in.pcap", classic.Bytes());
     }
@@ -78,11 +103,37 @@ BENCHMARK_CAPTURE(ReadRecord, gzip, kGzip);
 BENCHMARK_CAPTURE(ReadRecord, bzip2, kBzip2);
 BENCHMARK_CAPTURE(ReadRecord, pcapng, kPcapNg);
 
-using Run = bool (*)(MergeJob& job);
+void ExactReadRecord(benchmark::State& state, Form form) {
+    const TempDir directory;
+    const std::string path = MakeCapture(form, directory);
+    for (auto _ : state) {
+        velora::capture::CaptureReader reader(path);
+        int count = 0;
+        while (const velora::capture::Record* record = reader.Next()) {
+            benchmark::DoNotOptimize(*record);
+            count += 1;
+        }
+        if (count != kRecords || reader.GetProblem()) {
+            state.SkipWithError("not all was read");
+        }
+    }
+    state.SetItemsProcessed(state.iterations() * kRecords);
+}
+BENCHMARK_CAPTURE(ExactReadRecord, classic, kClassic);
+BENCHMARK_CAPTURE(ExactReadRecord, big_endian, kBigEndian);
+BENCHMARK_CAPTURE(ExactReadRecord, nanoseconds, kNanoseconds);
+BENCHMARK_CAPTURE(ExactReadRecord, pcapng, kPcapNg);
+BENCHMARK_CAPTURE(ExactReadRecord, gzip, kGzip);
+BENCHMARK_CAPTURE(ExactReadRecord, bzip2, kBzip2);
+BENCHMARK_CAPTURE(ExactReadRecord, xz, kXz);
+BENCHMARK_CAPTURE(ExactReadRecord, zstd, kZstd);
+BENCHMARK_CAPTURE(ExactReadRecord, lz4, kLz4);
+
+using PlainRun = bool (*)(MergeJob& job);
 
 // The processor time of a run into the null device, in seconds; below 0 when not all was written.
 // The squish, which tells standard output of each input's end, tells the null device.
-double SecondsOf(Run run, const std::vector<std::string>& paths, std::uint64_t records) {
+double SecondsOf(PlainRun run, const std::vector<std::string>& paths, std::uint64_t records) {
     std::fflush(stdout);
     const MiscUtils::UniqueFd output(dup(STDOUT_FILENO));
     const MiscUtils::UniqueFd null(open("/dev/null", O_WRONLY | O_CLOEXEC));
@@ -98,7 +149,7 @@ double SecondsOf(Run run, const std::vector<std::string>& paths, std::uint64_t r
 
 // What grows with the number of inputs, a record: the choice among them, and the memory that their
 // readers take. Opening them costs as much for an input with one record, which is subtracted.
-void ChooseAmong(benchmark::State& state, Run run) {
+void ChooseAmong(benchmark::State& state, PlainRun run) {
     constexpr int kTotal = 1048576;
     const TempDir directory;
     std::mt19937 random(1);
@@ -137,6 +188,75 @@ BENCHMARK_CAPTURE(ChooseAmong, merge, Merge)->Apply(AmongFewAndMany);
 BENCHMARK_CAPTURE(ChooseAmong, squish, [](MergeJob& job) {
     return Squish(job, 0);
 })->Apply(AmongFewAndMany);
+
+// Exact merges into the null device: what grows with the number of inputs is the choice.
+constexpr int kExactTotal = 262144;
+
+std::vector<std::string> MakeInputs(int inputs, const TempDir& directory) {
+    std::mt19937 random(1);
+    std::vector<std::string> paths;
+    for (int input = 0; input < inputs; ++input) {
+        CaptureBuilder builder;
+        std::int32_t second = 0;
+        for (int record = 0; record < kExactTotal / inputs; ++record) {
+            second += static_cast<std::int32_t>(random() % 5);
+            builder.Record(second, 0, "x");
+        }
+        paths.push_back(directory.Write("in" + std::to_string(input), builder.Bytes()));
+    }
+    return paths;
+}
+
+class DeafListener final : public velora::exact::RunListener {
+ public:
+    [[nodiscard]] std::string ShownInput(std::size_t /*input*/) const override { return {}; }
+    void OnInput(std::size_t /*input*/, const velora::capture::Problem& /*problem*/) override {}
+    void OnOutput(const std::string& /*text*/) override {}
+};
+
+// The time of all threads, as several work on one merge.
+void ExactChooseAmong(benchmark::State& state) {
+    const TempDir directory;
+    velora::exact::ExactJob job;
+    job.output = "/dev/null";
+    for (const std::string& path : MakeInputs(static_cast<int>(state.range(0)), directory)) {
+        job.inputs.push_back({path, false});
+    }
+    for (auto _ : state) {
+        DeafListener listener;
+        velora::exact::RunProgress progress;
+        if (Run(job, listener, progress).recordsWritten != kExactTotal) {
+            state.SkipWithError("not all was merged");
+        }
+    }
+    state.SetItemsProcessed(state.iterations() * kExactTotal);
+}
+BENCHMARK(ExactChooseAmong)
+    ->Arg(2)
+    ->Arg(16)
+    ->Arg(256)
+    ->Arg(4096)
+    ->Unit(benchmark::kMillisecond)
+    ->MeasureProcessCPUTime();
+
+// The choice alone: sources whose keys grow by chance.
+void PlayTournament(benchmark::State& state) {
+    const auto sources = static_cast<std::size_t>(state.range(0));
+    std::mt19937 random(1);
+    std::vector<std::int64_t> steps(4096);
+    for (std::int64_t& step : steps) {
+        step = static_cast<std::int64_t>(random() % 5);
+    }
+    const std::vector<std::optional<std::int64_t>> keys(sources, 0);
+    MiscUtils::TournamentTree tree(keys);
+    std::size_t next = 0;
+    for (auto _ : state) {
+        tree.Replace(tree.WinnerKey() + steps[next++ % steps.size()]);
+        benchmark::DoNotOptimize(tree.Winner());
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(PlayTournament)->Arg(2)->Arg(16)->Arg(256)->Arg(4096);
 
 void LogLine(benchmark::State& state) {
     const TempDir directory;
