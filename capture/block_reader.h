@@ -25,6 +25,7 @@ namespace velora::capture {
 
 class BlockReader {
  public:
+    // How to read; the same for all inputs of a run.
     struct Options {
         std::size_t blockSize = std::size_t{1} << 20U;  // bytes; at least 64
         // Lists the records of a block by time where they do not stand so.
@@ -36,11 +37,13 @@ class BlockReader {
         std::int64_t latest = std::numeric_limits<std::int64_t>::max();
     };
 
+    // Stands at the start of a capture.
     explicit BlockReader(const Options& options);
     ~BlockReader();
     BlockReader(const BlockReader&) = delete;
     BlockReader& operator=(const BlockReader&) = delete;
 
+    // What a Read came to.
     enum class State : std::uint8_t {
         kBlock,       // the block is filled
         kNeedsBytes,  // see Wanted; then Read again, with the same block

@@ -28,9 +28,10 @@ namespace velora::capture {
 
 class BlockWriter {
  public:
+    // How large blocks are, in bytes, and how many, unless it is said otherwise.
     static constexpr std::size_t kBlockSize = std::size_t{1} << 18;
     static constexpr std::size_t kBlocks = 4;
-    static constexpr std::size_t kMostReserved = 64;
+    static constexpr std::size_t kMostReserved = 64;  // bytes that Reserve gives at most
 
     // `blockSize` is at least kMostReserved; there are at least two blocks. Their memory is not
     // touched before it is filled. Throws std::bad_alloc or std::system_error when the system gives

@@ -13,6 +13,7 @@ namespace velora::capture {
 
 // What became of an output, or of one step on the way to it.
 struct OutputOutcome {
+    // How it ended.
     enum class Kind : std::uint8_t {
         kGood,
         kExists,  // the path exists: it was not touched
@@ -20,12 +21,13 @@ struct OutputOutcome {
                   // output stays beside it
         kCannot,  // it cannot be created or written: nothing of it is left, unless `text` tells so
     };
-    Kind kind = Kind::kGood;
+    Kind kind = Kind::kGood;     // for programs; `text` is for people
     int error = 0;               // an errno value; 0 where no system call failed
     bool hasReaderLeft = false;  // the output is a pipe, and nobody reads it any more (EPIPE)
     std::string text{};          // why, without the path, without a line end
     std::string keptAs{};        // kTaken: the path of the finished output
 
+    // Nothing went wrong.
     [[nodiscard]] bool IsGood() const { return kind == Kind::kGood; }
 };
 

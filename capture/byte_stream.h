@@ -36,6 +36,7 @@ namespace velora::capture {
 
 class ByteStream {
  public:
+    // How far a Read came, and what it takes to go on.
     enum class State : std::uint8_t {
         kFull,        // `out` is full; ask again with more room
         kNeedsBytes,  // raw bytes are wanted: see Wanted
@@ -43,13 +44,15 @@ class ByteStream {
         kBroken,      // nothing further comes: see GetFault
     };
 
+    // What a Read gave.
     struct Step {
-        std::size_t given = 0;  // bytes of `out` that were filled, whatever the state
-        State state = State::kFull;
+        std::size_t given = 0;       // bytes of `out` that were filled, whatever the state
+        State state = State::kFull;  // why it gave no more
     };
 
     // Why a stream is broken.
     struct Fault {
+        // What can go wrong.
         enum class Kind : std::uint8_t {
             kReadFailed,     // the owner said so
             kCut,            // the raw bytes end inside a member
@@ -57,8 +60,8 @@ class ByteStream {
             kWrongChecksum,  // all was given, but is not what the checksum was made of
             kRefused,        // of a kind that is not read here; the reason names what reads it
         };
-        Kind kind = Kind::kDamaged;
-        std::string reason;  // "the gzip stream ends in its middle", "invalid block type"
+        Kind kind = Kind::kDamaged;  // for programs
+        std::string reason;          // "the gzip stream ends in its middle", "invalid block type"
     };
 
     // `rawCapacity` bytes, at least 4096, are held of a compressed file, and to begin with of any.

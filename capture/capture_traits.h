@@ -9,6 +9,7 @@
 
 namespace velora::capture {
 
+// The formats that are read here.
 enum class Format : std::uint8_t {
     kClassicMicroseconds,
     kClassicNanoseconds,
@@ -20,9 +21,10 @@ enum class Format : std::uint8_t {
 [[nodiscard]] const char* NameOf(Format format);
 
 struct CaptureTraits {
+    // What it is, and what it is in.
     Format format = Format::kClassicMicroseconds;
     Compression compression = Compression::kNone;
-    bool hasRecord = false;
+    bool hasRecord = false;  // it has one at least
     // That of the first record; without a record, that of the first interface; none when a pcap-ng
     // file describes no interface.
     std::optional<std::uint32_t> linkType;

@@ -8,6 +8,7 @@
 
 namespace velora::capture {
 
+// The compressions that are read here; gzip and zstd are written too.
 enum class Compression : std::uint8_t { kNone, kGzip, kBzip2, kXz, kZstd, kLz4 };
 
 // "none", "gzip", "bzip2", "xz", "zstd", "lz4".

@@ -23,10 +23,10 @@ class Decoder {
  public:
     // At most one of the last two. Nothing but Reset follows either.
     struct Step {
-        std::size_t taken = 0;  // bytes of `in`, from its start
-        std::size_t given = 0;  // bytes of `out`, from its start, whatever else happened
-        bool isMemberEnd = false;
-        std::optional<ByteStream::Fault> fault;
+        std::size_t taken = 0;     // bytes of `in`, from its start
+        std::size_t given = 0;     // bytes of `out`, from its start, whatever else happened
+        bool isMemberEnd = false;  // the member is over, and its checksum was right
+        std::optional<ByteStream::Fault> fault;  // what is wrong with it
     };
 
     Decoder() = default;

@@ -22,12 +22,14 @@ class Framer {
     Framer(const Framer&) = delete;
     Framer& operator=(const Framer&) = delete;
 
+    // The bytes that are there.
     struct Bytes {
         std::size_t count = 0;       // at the front of the block's room
         std::uint64_t offset = 0;    // of the first of them in the decompressed capture
         std::uint64_t verified = 0;  // offset up to which checksums were right
     };
 
+    // How far they were understood.
     struct Result {
         std::size_t used = 0;    // bytes that need not be shown again
         std::size_t wanted = 0;  // bytes from `used` on that what stands there takes in all, as far
@@ -62,6 +64,7 @@ class Framer {
     // A whole record that ends in front of `end`, a position among `bytes`.
     void CountRecord(RecordBlock& block, const Bytes& bytes, std::size_t end, std::int64_t time);
 
+    // What IsCapture and Traits tell.
     bool m_IsCapture = false;
     CaptureTraits m_Traits;
     std::int64_t m_LastTime = 0;  // of the record before in the file, left-out ones included

@@ -15,6 +15,7 @@ class GzipHeader {
     // unless the header is over or bad.
     std::size_t Take(std::span<const std::uint8_t> in);
 
+    // All of it has been taken.
     [[nodiscard]] bool IsWhole() const { return m_Part == Part::kNone; }
     // What is wrong with it; null as long as nothing is.
     [[nodiscard]] const char* Reason() const { return m_Reason; }

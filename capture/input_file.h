@@ -14,7 +14,7 @@
 namespace velora::capture {
 
 struct InputFile {
-    MiscUtils::UniqueFd fd;
+    MiscUtils::UniqueFd fd;  // open for reading
     bool isRegular = false;  // else a FIFO, a character device, or what standard input may be
     std::uint64_t size = 0;  // bytes on disk; 0 when it is not regular
 };

@@ -31,8 +31,10 @@ namespace velora::capture {
 
 // Two open or named things with the same identity are one file.
 struct FileIdentity {
+    // As stat(2) gives them.
     dev_t device = 0;
     ino_t inode = 0;
+    // Both are the same.
     bool operator==(const FileIdentity&) const = default;
 };
 

@@ -29,6 +29,7 @@ class PcapNgEncoder {
     static constexpr std::size_t kHeadSize = PcapNgFormat::kPacketDataOffset;
     static constexpr std::size_t kMostTail = 3 + sizeof(std::uint32_t);
 
+    // What the file begins with.
     [[nodiscard]] static std::vector<std::uint8_t> SectionHeader();
 
     // Interfaces are numbered from 0, in the order of their descriptions; each comes before its

@@ -20,6 +20,7 @@ namespace velora::capture {
 
 class PipePump {
  public:
+    // Something that waits for bytes.
     class Waiter {
      public:
         Waiter() = default;

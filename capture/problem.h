@@ -10,6 +10,7 @@
 
 namespace velora::capture {
 
+// What kind of thing happened; all but a note make a run incomplete.
 enum class ProblemKind : std::uint8_t {
     kCannotRead,     // it could not be opened, or reading failed
     kNoCapture,      // its bytes are no capture that is read here
@@ -25,8 +26,8 @@ inline constexpr std::uint8_t kProblemKinds = 8;
 // One thing that happened to one input or output. Numbers that `text` names stand beside it for
 // programs.
 struct Problem {
-    ProblemKind kind = ProblemKind::kNote;
-    std::string text;           // what happened, without the path, without a line end
+    ProblemKind kind = ProblemKind::kNote;  // for programs
+    std::string text;                       // what happened, without the path, without a line end
     std::uint64_t records = 0;  // kDamage, kWrongChecksum, kCannotRead: those read whole before it;
                                 // kLeftOut, kOutOfPlace, kTimeChanged: those that it happened to
     std::uint64_t offset = 0;   // kDamage, kCannotRead: the byte of the decompressed capture

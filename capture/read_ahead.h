@@ -35,7 +35,7 @@ namespace velora::capture {
 
 // How much memory many inputs share.
 struct BlockPlan {
-    std::size_t blocksPerInput = 3;
+    std::size_t blocksPerInput = 3;                 // one that is used, the others ahead
     std::size_t blockSize = std::size_t{1} << 20U;  // bytes
 
     // 64 MiB in three blocks for each input, or two from 1000 inputs on; a block has at most 1 MiB

@@ -12,8 +12,9 @@ struct Record {
     std::uint32_t capturedLength = 0;  // bytes that the capture holds, from `data` on
     std::uint32_t originalLength = 0;  // bytes of the packet on the wire, as the capture says
     std::uint32_t interface = 0;  // counts the interfaces of its capture as they were described
-    const std::uint8_t* data = nullptr;
+    const std::uint8_t* data = nullptr;  // the captured bytes
 
+    // The captured bytes, which live as long as what the record came from says.
     [[nodiscard]] std::span<const std::uint8_t> Bytes() const { return {data, capturedLength}; }
 };
 

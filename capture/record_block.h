@@ -148,6 +148,7 @@ class RecordBlock {
 class BlockCursor {
  public:
     BlockCursor() = default;
+    // Stands on the first record of the block, which keeps its content as long as this is used.
     explicit BlockCursor(const RecordBlock& block) : m_Block(&block), m_Left(block.Count()) {
         if (m_Left > 0) {
             m_Offset = block.m_IsListed ? block.m_Order[0] : block.m_First;
@@ -155,7 +156,9 @@ class BlockCursor {
         }
     }
 
+    // There is no record any more.
     [[nodiscard]] bool AtEnd() const { return m_Left == 0; }
+    // Not at the end; valid until the next Advance.
     [[nodiscard]] const Record& Current() const { return m_Record; }
 
     // Not at the end.

@@ -19,12 +19,15 @@ namespace velora::capture {
 
 class RecordEncoder {
  public:
+    // What the fractions of seconds count.
     enum class Unit : std::uint8_t { kMicroseconds, kNanoseconds };
+    // The 24 bytes that a file begins with.
     using FileHeader = std::array<std::uint8_t, sizeof(ClassicFormat::FileHeader)>;
 
     // Bytes in front of the captured bytes of a record.
     static constexpr std::size_t kHeaderSize = sizeof(ClassicFormat::RecordHeader);
 
+    // For a file whose times are in that unit.
     explicit RecordEncoder(Unit unit) : m_Unit(unit) {}
 
     // What the file begins with. `linkTypeField` is written as it is: the link type in the low 26

@@ -24,12 +24,14 @@ class TemporaryName {
     // There is no name when there are too many, or the system gives no random bytes.
     TemporaryName(int directory, std::string_view name);
 
+    // The name moves; the other object has none from then on.
     TemporaryName(TemporaryName&& other) noexcept;
     TemporaryName& operator=(TemporaryName&& other) noexcept;
     TemporaryName(const TemporaryName&) = delete;
     TemporaryName& operator=(const TemporaryName&) = delete;
     ~TemporaryName() { static_cast<void>(Remove()); }
 
+    // There is a name: Get gives it, relative to the directory, until it is removed.
     explicit operator bool() const { return m_Slot >= 0; }
     [[nodiscard]] const char* Get() const;
 

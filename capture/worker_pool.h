@@ -18,6 +18,7 @@ namespace velora::capture {
 
 class WorkerPool {
  public:
+    // Something to do, made again and again.
     class Task {
      public:
         Task() = default;

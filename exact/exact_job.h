@@ -14,10 +14,11 @@ namespace velora::exact {
 
 // Something to read from: a path, or standard input.
 struct InputName {
-    std::string path;
-    bool isStandardInput = false;
+    std::string path;              // relative to the working directory
+    bool isStandardInput = false;  // then the path is not looked at
 };
 
+// What is done with the times of the inputs.
 enum class Mode : std::uint8_t {
     kMerge,        // by time
     kConcatenate,  // input after input
@@ -25,6 +26,7 @@ enum class Mode : std::uint8_t {
     kSquish10,     // the same, with ten copies of IPv4 packets
 };
 
+// As --format names them; the first is what comes without it.
 enum class OutputFormat : std::uint8_t {
     kFitting,  // pcap, with nanoseconds when an input has them
     kPcap,     // with microseconds: what is finer is cut, as was asked for
@@ -33,7 +35,7 @@ enum class OutputFormat : std::uint8_t {
 };
 
 struct ExactJob {
-    Mode mode = Mode::kMerge;
+    Mode mode = Mode::kMerge;       // what is done with the times
     std::vector<InputName> inputs;  // in the order named, which decides between equal times
     std::string output;             // a path, or "-" for standard output
     std::string report;             // a path; empty: none is asked for
@@ -45,6 +47,7 @@ struct ExactJob {
     // Records equal to one written at most so many nanoseconds before are dropped; a merge only.
     std::optional<std::int64_t> duplicateWindow;
 
+    // What the output is like.
     OutputFormat format = OutputFormat::kFitting;
     capture::Compression compression = capture::Compression::kNone;  // or gzip, or zstd
 };

@@ -21,8 +21,8 @@ namespace velora::exact {
 
 // One of the interfaces that an input's records name, as the output has it.
 struct OutputInterface {
-    std::uint32_t linkType = 0;
-    std::uint32_t number = 0;  // among the output's
+    std::uint32_t linkType = 0;  // raw IP is always 101
+    std::uint32_t number = 0;    // among the output's
 };
 
 class InputOrder {
@@ -38,10 +38,12 @@ class InputOrder {
     // Stands on the first record, waiting for what it takes to know it. Once, before all below.
     void Begin();
 
+    // There is no record any more.
     [[nodiscard]] bool AtEnd() const { return m_Active == nullptr; }
     // Not at the end; valid until the next Advance.
     [[nodiscard]] const capture::Record& Current() const { return m_Active->Current(); }
 
+    // Goes to the next record, waiting for it; not at the end.
     void Advance() {
         m_Active->Advance();
         if (m_Overlaps || m_Active->AtEnd()) {
@@ -52,6 +54,7 @@ class InputOrder {
         }
     }
 
+    // What is counted of the input.
     [[nodiscard]] InputTally& Tally() { return m_Tally; }
 
     // What the output made of the interfaces that the blocks so far have described, in their order.

@@ -20,14 +20,15 @@ struct InputTimeline {
 };
 
 struct InputTally {
-    std::uint64_t recordsRead = 0;     // whole records of the file
-    std::uint64_t recordsWritten = 0;  // without the copies of a squish
-    std::uint64_t recordsLeftOut = 0;  // of another link type than the first
-    std::uint32_t leftOutLinkType = 0;
-    std::uint64_t stepsBack = 0;    // records earlier than the one before in the file
-    std::uint64_t outOfPlace = 0;   // records that stand in the output behind later ones
-    std::int64_t largestStep = 0;   // by how many nanoseconds at most
-    std::uint64_t beforeEpoch = 0;  // records whose time the output cannot hold, and how
+    std::uint64_t recordsRead = 0;      // whole records of the file
+    std::uint64_t recordsWritten = 0;   // without the copies of a squish
+    std::uint64_t recordsLeftOut = 0;   // of another link type than the first
+    std::uint32_t leftOutLinkType = 0;  // the link type of one of them
+    std::uint64_t stepsBack = 0;        // records earlier than the one before in the file
+    std::uint64_t outOfPlace = 0;       // records that stand in the output behind later ones
+    std::int64_t largestStep = 0;       // by how many nanoseconds at most
+    // Records whose time the output cannot hold, and how.
+    std::uint64_t beforeEpoch = 0;
     std::uint64_t beyondEnd = 0;
     std::uint64_t roundedDown = 0;
     std::uint64_t copies = 0;      // of a squish

@@ -31,10 +31,10 @@ struct OutputForm {
 
 // A record as it stands in the output, but for its time.
 struct WrittenRecord {
-    std::int64_t time = 0;  // as captured
-    std::uint32_t linkType = 0;
-    std::uint32_t originalLength = 0;
-    std::span<const std::uint8_t> bytes;
+    std::int64_t time = 0;                // as captured
+    std::uint32_t linkType = 0;           // that of its interface in the output
+    std::uint32_t originalLength = 0;     // bytes on the wire
+    std::span<const std::uint8_t> bytes;  // those that the output keeps
 };
 
 class RecordWriter {
@@ -81,6 +81,7 @@ class RecordWriter {
                 record.originalLength, KeptBytes(record)};
     }
 
+    // Records written, copies included.
     [[nodiscard]] std::uint64_t Count() const { return m_Count; }
     // Records earlier than the one before.
     [[nodiscard]] std::uint64_t StepsBack() const { return m_StepsBack; }

@@ -11,14 +11,14 @@
 namespace LinkType {
 
 inline constexpr std::uint32_t kBsdLoopback = 0;  // address family (4 bytes, writer's byte order)
-inline constexpr std::uint32_t kEthernet = 1;
-inline constexpr std::uint32_t kRawIp = 101;            // an IPv4 or IPv6 header
+inline constexpr std::uint32_t kEthernet = 1;     // a MAC header
+inline constexpr std::uint32_t kRawIp = 101;      // an IPv4 or IPv6 header
 inline constexpr std::uint32_t kOpenBsdLoopback = 108;  // address family, big-endian
-inline constexpr std::uint32_t kLinuxCooked = 113;
-inline constexpr std::uint32_t kIpv4 = 228;
-inline constexpr std::uint32_t kDbus = 231;
-inline constexpr std::uint32_t kUsbPcap = 249;
-inline constexpr std::uint32_t kLinuxCooked2 = 276;
+inline constexpr std::uint32_t kLinuxCooked = 113;   // 16 bytes in place of the link's own header
+inline constexpr std::uint32_t kIpv4 = 228;          // an IPv4 header
+inline constexpr std::uint32_t kDbus = 231;          // messages of up to 128 MiB
+inline constexpr std::uint32_t kUsbPcap = 249;       // transfers of up to 128 MiB
+inline constexpr std::uint32_t kLinuxCooked2 = 276;  // 20 bytes in place of the link's own header
 
 // The field of a classic file header: the link type is its low 26 bits; the six above tell of frame
 // check sequences behind the packets.

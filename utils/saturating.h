@@ -7,6 +7,7 @@
 
 namespace MiscUtils {
 
+// one + other.
 [[nodiscard]] constexpr std::int64_t SaturatingSum(std::int64_t one, std::int64_t other) {
     std::int64_t sum = 0;
     if (!__builtin_add_overflow(one, other, &sum)) {
@@ -16,6 +17,7 @@ namespace MiscUtils {
     return one < 0 ? Limits::min() : Limits::max();
 }
 
+// one - other.
 [[nodiscard]] constexpr std::int64_t SaturatingDifference(std::int64_t one, std::int64_t other) {
     std::int64_t difference = 0;
     if (!__builtin_sub_overflow(one, other, &difference)) {
