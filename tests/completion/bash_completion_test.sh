@@ -7,7 +7,7 @@ HOME=$(mktemp -d)
 trap 'rm -rf "$HOME"' EXIT
 cd "$HOME" || exit 2
 mkdir -p sub/deep 'my captures'
-touch a.pcap 'b c.pcapng' d.cap e.PCAP.GZ f.bz2 g.bzip2 notes.txt pcap sub/inner.{cap,log} 'my captures/mine.gz'
+touch a.pcap 'b c.pcapng' d.cap e.PCAP.GZ f.bz2 g.bzip2 x=1.zst notes.txt pcap sub/inner.{cap,log} 'my captures/mine.gz'
 
 failures=0
 # expect LINE CANDIDATE...: the cursor is behind the line's last character.
@@ -24,7 +24,7 @@ expect() {
 }
 
 paths=(a.pcap 'b c.pcapng' d.cap e.PCAP.GZ f.bz2 g.bzip2 'my captures' sub)
-expect 'seamtool ' -squish -squish10 -r --version "${paths[@]}"
+expect 'seamtool ' -squish -squish10 -r --exact --version "${paths[@]}"
 expect 'seamtool -s' -squish -squish10
 expect 'seamtool -squish ' -r "${paths[@]}"
 expect 'seamtool -r ' 'my captures' sub
@@ -40,4 +40,20 @@ expect 'seamtool a.pcap ' -out "${paths[@]}"
 expect 'seamtool -squish10 a.pcap -' -out
 expect 'seamtool a.pcap -out x '
 expect 'seamtool --version '
+
+options=(--from= --to= --snaplen= --dedup --dedup= --concatenate --files-from= --format= --compress= --report=
+  --progress --quiet --help --version)
+expect 'seamtool --exact ' -squish -squish10 -r "${options[@]}" "${paths[@]}" x=1.zst
+expect 'seamtool --exact --quiet --f' --from= --files-from= --format=
+expect 'seamtool --exact --format=pcap' pcap pcap-ns pcapng
+expect 'seamtool --exact --compress=' gzip zstd none
+expect 'seamtool --exact --files-from=n' notes.txt
+expect 'seamtool --exact --report=s' sub
+expect 'seamtool --exact x=1' 1.zst
+expect 'seamtool --exact --dedup=1 -squish ' -r "${paths[@]}" x=1.zst
+expect 'seamtool --exact --quiet -r sub ' deep/ inner.cap
+expect 'seamtool --exact -- a.pcap -' -out
+expect 'seamtool --exact a.pcap -out ' 'my captures' sub
+expect 'seamtool --exact --help '
+expect 'seamtool a.pcap --exact --format='
 ((failures == 0))

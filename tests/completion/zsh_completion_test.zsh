@@ -5,7 +5,7 @@ work=$(mktemp -d)
 trap 'zpty -d shell; rm -rf $work' EXIT
 mkdir -p $work/home/sub/deep
 cd $work/home
-touch a.pcap b.GZ notes.txt sub/inner.{cap,log}
+touch a.pcap b.GZ c.zst notes.txt sub/inner.{cap,log}
 
 # Ctrl-X writes down what the line has become, and empties it.
 if ! zpty shell "TERM=dumb zsh -f -i"; then
@@ -23,7 +23,12 @@ failures=0
 for text expected in \
   --ver '--version ' '-squish -' '-squish -r ' '-r s' '-r sub/' '-r sub i' '-r sub inner.cap ' \
   '-squish10 -r sub inner.cap -out ' '-squish10 -r sub inner.cap -out deep/' \
-  a 'a.pcap ' b 'b.GZ ' n n 'a.pcap -' 'a.pcap -out ' 'a.pcap -out x a' 'a.pcap -out x a'
+  a 'a.pcap ' b 'b.GZ ' c c n n 'a.pcap -' 'a.pcap -out ' 'a.pcap -out x a' 'a.pcap -out x a' \
+  --ex '--exact ' '--exact --con' '--exact --concatenate ' '--exact --quiet --sn' '--exact --quiet --snaplen=' \
+  '--exact --format=pcapn' '--exact --format=pcapng ' '--exact --compress=z' '--exact --compress=zstd ' \
+  '--exact --files-from=n' '--exact --files-from=notes.txt ' '--exact c' '--exact c.zst ' \
+  '--exact -squish -' '--exact -squish -r ' '--exact --quiet -r sub i' '--exact --quiet -r sub inner.cap ' \
+  '--exact -- a.pcap -' '--exact -- a.pcap -out '
 do
   await_line  # of the row before
   rm -f $work/line
