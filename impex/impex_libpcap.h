@@ -23,8 +23,8 @@
 #include <memory>
 #include <string>
 
-#include "impex/packet_header.h"
 #include "formats/classic_format.h"
+#include "impex/packet_header.h"
 #include "iowrap/io_wrap.h"
 
 class CImpex_Libpcap {
