@@ -15,8 +15,8 @@ namespace velora::exact {
 
 // Where the written records of an input lie in time.
 struct InputTimeline {
-    TimeHistogram captured;
-    TimeHistogram written;  // of a squish; without the copies
+    TimeHistogram captured;  // by their own times
+    TimeHistogram written;   // of a squish; without the copies
 };
 
 struct InputTally {

@@ -14,6 +14,7 @@
 
 namespace velora::exact {
 
+// The document, which ends with a line end.
 [[nodiscard]] std::string ReportJson(const RunSetting& setting, const RunReport& report);
 
 }  // namespace velora::exact

@@ -12,6 +12,7 @@
 
 namespace velora::exact {
 
+// The page, as a whole file.
 [[nodiscard]] std::string ReportPage(const RunSetting& setting, const RunReport& report);
 
 }  // namespace velora::exact

@@ -4,6 +4,7 @@
 
 namespace velora::exact {
 
+// The text between <style> and </style>.
 inline constexpr char kReportStyle[] = R"css(
 :root {
   color-scheme: light dark;

@@ -23,15 +23,19 @@ namespace velora::exact {
 // What was told of one input: at most ten problems of one kind, and how many more there were.
 class ToldProblems {
  public:
+    // Lines that are kept of one kind.
     static constexpr std::size_t kMostOfOneKind = 10;
+    // How many kinds there are.
     static constexpr std::size_t kKinds = std::size_t{capture::kProblemKinds};
 
+    // A further one, which is counted at least.
     void Add(const capture::Problem& problem) {
         if (++m_Counts[static_cast<std::size_t>(problem.kind)] <= kMostOfOneKind) {
             m_Lines.push_back(problem);
         }
     }
 
+    // Those that were kept, as they were told.
     [[nodiscard]] const std::vector<capture::Problem>& Lines() const { return m_Lines; }
     // Those of that kind that are not among the lines.
     [[nodiscard]] std::uint64_t More(capture::ProblemKind kind) const {
@@ -55,30 +59,32 @@ class ToldProblems {
 
 // What is known of one input in the end.
 struct InputReport {
-    bool isRegular = false;
+    bool isRegular = false;         // its size is known
     std::uint64_t bytesOnDisk = 0;  // 0 where it is no regular file
-    ToldProblems problems;
-    bool isCapture = false;  // else nothing below is known
-    capture::CaptureTraits traits;
-    InputTally tally;
+    ToldProblems problems;          // what was told of it
+    bool isCapture = false;         // else nothing below is known
+    capture::CaptureTraits traits;  // what it says of itself
+    InputTally tally;               // what became of it
 };
 
 struct RunReport {
     // As many inputs have a timeline, the first of the job.
     static constexpr std::size_t kMostTimelines = 60;
 
-    Status status = Status::kNothingToWrite;
-    bool hasBegun = false;       // the outputs were found fit, and the inputs were looked at
-    bool hasReaderLeft = false;  // the output was a pipe that nobody reads any more
-    std::vector<InputReport> inputs;
-    std::string outputText;  // why there is no output, or where it is instead; else empty
-    std::string keptAs;      // the path of an output whose own came into being during the run
-    std::uint64_t recordsWritten = 0;
-    std::uint64_t stepsBack = 0;           // records of the output earlier than the one before
-    std::uint64_t bytesWritten = 0;        // size of the output
-    std::optional<std::int64_t> earliest;  // times in the output, as asked for
+    Status status = Status::kNothingToWrite;  // what the process exits with
+    bool hasBegun = false;            // the outputs were found fit, and the inputs were looked at
+    bool hasReaderLeft = false;       // the output was a pipe that nobody reads any more
+    std::vector<InputReport> inputs;  // one for each of the job, in its order
+    std::string outputText;           // why there is no output, or where it is instead; else empty
+    std::string keptAs;  // the path of an output whose own came into being during the run
+    std::uint64_t recordsWritten = 0;  // copies included
+    std::uint64_t stepsBack = 0;       // records of the output earlier than the one before
+    std::uint64_t bytesWritten = 0;    // size of the output
+    // The span of the times in the output, as asked for.
+    std::optional<std::int64_t> earliest;
     std::optional<std::int64_t> latest;
-    capture::Format format = capture::Format::kClassicMicroseconds;  // of the output
+    // What the output is like; the link type is that of a classic one.
+    capture::Format format = capture::Format::kClassicMicroseconds;
     capture::Compression compression = capture::Compression::kNone;
     std::uint32_t linkType = 0;
     bool hasNanoseconds = false;
@@ -91,7 +97,7 @@ struct RunReport {
 
 // What is known of a run outside of it.
 struct RunSetting {
-    const ExactJob& job;
+    const ExactJob& job;               // borrowed
     std::string version;               // of the tool
     std::vector<std::string> options;  // as they stood on the command line
     std::string directory;             // that all paths are relative to; empty: where it was called

@@ -11,16 +11,19 @@ namespace velora::exact {
 
 class TimeAxis {
  public:
+    // A place on the axis that bears a label.
     struct Tick {
-        double place = 0;  // 0 at the beginning of the axis, 1 at its end
-        std::string label;
+        double place = 0;   // 0 at the beginning of the axis, 1 at its end
+        std::string label;  // what is written there
     };
 
     // From the one time to the other, which is not earlier. A span of nothing gets a second.
     TimeAxis(std::int64_t from, std::int64_t to);
 
+    // Beginning and end, in nanoseconds since 1970.
     [[nodiscard]] std::int64_t From() const { return m_From; }
     [[nodiscard]] std::int64_t To() const { return m_To; }
+
     // In nanoseconds.
     [[nodiscard]] double Span() const { return m_Span; }
 

@@ -26,6 +26,7 @@ namespace velora::exact {
 
 class TimeHistogram {
  public:
+    // Parts that the span is in.
     static constexpr std::size_t kBuckets = 1024;
 
     // Counts a record of that time, in nanoseconds since 1970.
@@ -41,6 +42,7 @@ class TimeHistogram {
         m_Latest = std::max(m_Latest, time);
     }
 
+    // Times counted, in all buckets.
     [[nodiscard]] std::uint64_t Total() const { return m_Total; }
     // The times that were added, the first and the last; 0 when there are none.
     [[nodiscard]] std::int64_t Earliest() const { return m_Earliest; }
