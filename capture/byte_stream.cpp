@@ -76,6 +76,12 @@ class ByteStream::Impl {
         m_Fault = std::move(fault);
         m_Place = Place::kBroken;
     }
+    // Of memory, when nothing held is wanted and no member can follow.
+    void Release() {
+        m_Raw = {};
+        m_HeldBegin = m_HeldEnd = 0;
+        m_Decoder.reset();
+    }
     [[nodiscard]] std::span<const std::uint8_t> Held() const {
         return std::span(m_Raw).subspan(m_HeldBegin, m_HeldEnd - m_HeldBegin);
     }
@@ -106,6 +112,7 @@ ByteStream::Step ByteStream::Impl::Read(std::span<std::uint8_t> out) {
     while (step.given < out.size()) {
         if (m_Place == Place::kEnd || m_Place == Place::kBroken) {
             step.state = m_Place == Place::kEnd ? State::kEnd : State::kBroken;
+            Release();
             return step;
         }
         std::size_t given = 0;
@@ -166,8 +173,7 @@ bool ByteStream::Impl::GoOnPlain(std::span<std::uint8_t> out, std::size_t& given
     }
     given = std::min(Held().size(), out.size());
     if (given == 0) {
-        m_Raw = {};
-        m_HeldBegin = m_HeldEnd = 0;
+        Release();
         return false;
     }
     std::memcpy(out.data(), Held().data(), given);

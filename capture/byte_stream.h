@@ -54,7 +54,7 @@ class ByteStream {
     struct Fault {
         // What can go wrong.
         enum class Kind : std::uint8_t {
-            kReadFailed,     // the owner said so
+            kReadFailed,     // the owner said so, or the decoder got no memory
             kCut,            // the raw bytes end inside a member
             kDamaged,        // the decoder refuses them, or they are no further member
             kWrongChecksum,  // all was given, but is not what the checksum was made of
@@ -83,12 +83,13 @@ class ByteStream {
     void Ended();                     // no further raw byte
     void Failed(int error);           // an errno value
 
-    // Known as soon as a byte has been given, or the stream is at its end or broken.
+    // Known as soon as a byte has been given, or the stream is at its end or broken. A file of
+    // nothing but skippable frames counts as zstd.
     [[nodiscard]] Compression GetCompression() const;
 
     // So far: raw bytes taken from the owner; bytes given out; and of these, how many stand before
     // the last checksum that was found right (or end of a member without one). What stands behind
-    // is doubtful when the next checksum is wrong.
+    // is doubtful when the next checksum is wrong. Without compression nothing is.
     [[nodiscard]] std::uint64_t RawBytes() const;
     [[nodiscard]] std::uint64_t GivenBytes() const;
     [[nodiscard]] std::uint64_t VerifiedBytes() const;
