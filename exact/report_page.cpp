@@ -82,6 +82,12 @@ const char* KindOf(const Problem& problem) {
     return "soft";
 }
 
+bool HasBad(const InputReport& input) {
+    return std::ranges::any_of(input.problems.Lines(), [](const Problem& problem) {
+        return std::string_view(KindOf(problem)) == "bad";
+    });
+}
+
 class Page {
  public:
     Page(const RunSetting& setting, const RunReport& report)
@@ -124,7 +130,9 @@ class Page {
         std::string kind = "bad";
         std::string icon = "<circle cx=\"10\" cy=\"10\" r=\"9\"/><path d=\"M7 7l6 6M13 7l-6 6\"/>";
         std::string word = m_Report.IsWritten() ? "Written elsewhere" : "Not written";
+        constexpr std::string_view kSame = "not written: ";
         std::string text = m_Report.outputText;
+        text.erase(0, text.starts_with(kSame) ? kSame.size() : 0);
         if (status == Status::kComplete) {
             kind = "good";
             icon = "<circle cx=\"10\" cy=\"10\" r=\"9\"/><path d=\"M6 10.5l3 3 5-6\"/>";
@@ -277,13 +285,11 @@ class Page {
         AddCell("Steps back", input.isCapture ? Grouped(tally.stepsBack) : "\u2013");
         AddTimes(tally.earliest, tally.latest);
         const std::uint64_t problems = input.problems.Count();
-        const bool isBad = std::ranges::any_of(input.problems.Lines(), [](const Problem& problem) {
-            return std::string_view(KindOf(problem)) == "bad";
-        });
-        AddCell("Problems", problems == 0 ? "<span class=\"ok\">none</span>"
-                                          : std::string("<a class=\"") + (isBad ? "bad" : "warn") +
-                                                "\" href=\"#p" + std::to_string(number + 1) +
-                                                "\">" + Grouped(problems) + "</a>");
+        AddCell("Problems", problems == 0
+                                ? "<span class=\"ok\">none</span>"
+                                : std::string("<a class=\"") + (HasBad(input) ? "bad" : "warn") +
+                                      "\" href=\"#p" + std::to_string(number + 1) + "\">" +
+                                      Grouped(problems) + "</a>");
         m_Html += "</tr>\n";
     }
 
@@ -321,12 +327,14 @@ class Page {
         AddTimes(isWritten ? m_Report.earliest : std::nullopt,
                  isWritten ? m_Report.latest : std::nullopt);
         std::uint64_t problems = m_Report.outputText.empty() ? 0 : 1;
+        const bool isBad = problems > 0 || std::ranges::any_of(m_Report.inputs, HasBad);
         for (const InputReport& input : m_Report.inputs) {
             problems += input.problems.Count();
         }
         AddCell("Problems", problems == 0
                                 ? "<span class=\"ok\">none</span>"
-                                : "<span class=\"warn\">" + Grouped(problems) + "</span>");
+                                : std::string("<span class=\"") + (isBad ? "bad" : "warn") + "\">" +
+                                      Grouped(problems) + "</span>");
         m_Html += "</tr>\n";
     }
 
@@ -346,8 +354,7 @@ class Page {
             AddRunItem("Paths from", HtmlOf(m_Setting.directory));
         }
         AddRunItem("Started", capture::Moment(m_Setting.start) + " UTC");
-        AddRunItem("Duration",
-                   HtmlOf(capture::Seconds(m_Setting.duration / 1'000'000 * 1'000'000)));
+        AddRunItem("Duration", HtmlOf(SpanText(static_cast<double>(m_Setting.duration))));
         AddRunItem("Status", std::to_string(static_cast<int>(m_Report.status)) + ": " +
                                  TextOf(m_Report.status));
         AddRunItem("Version", HtmlOf(m_Setting.version));

@@ -311,9 +311,9 @@ class Panel {
         html += "<div class=\"row axis\" aria-hidden=\"true\"><svg class=\"bar\">";
         std::size_t number = 0;
         for (const TimeAxis::Tick& tick : m_Axis.Ticks(kMostTicks)) {
-            const char* const anchor = tick.place < 0.04   ? "start"
-                                       : tick.place > 0.96 ? "end"
-                                                           : "middle";
+            const char* const anchor = tick.place < 0.015   ? "start"
+                                       : tick.place > 0.985 ? "end"
+                                                            : "middle";
             const std::string place = Percent(tick.place);
             html += std::string("<g") + (number++ % 2 == 1 ? " class=\"second\"" : "") +
                     "><line class=\"tick\" x1=\"" + place + "\" x2=\"" + place +
@@ -326,7 +326,7 @@ class Panel {
                            : m_Axis.Span() >= 1e7  ? 6
                                                    : 9;
         html += "<text class=\"end\" y=\"38\">" + capture::Moment(m_Axis.From(), digits) +
-                "</text><text class=\"end\" y=\"38\" x=\"100%\" text-anchor=\"end\">" +
+                "</text><text class=\"end to\" y=\"38\" x=\"100%\" text-anchor=\"end\">" +
                 capture::Moment(m_Axis.To(), digits) + "</text></svg></div>\n";
     }
 

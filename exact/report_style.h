@@ -123,7 +123,8 @@ footer { color: var(--soft); font-size: 12.5px; margin-top: 20px; text-align: ce
   .row { grid-template-columns: minmax(0, 1fr) auto; }
   .row .count { grid-area: 1 / 2; }
   .row .bar { grid-area: 2 / 1 / auto / -1; height: 24px; margin-bottom: 6px; }
-  .axis .bar { height: 46px; }
+  .axis .bar { height: 60px; }
+  .axis .to { transform: translateY(14px); }
   .axis .second { display: none; }
   thead { position: absolute; width: 1px; height: 1px; overflow: hidden; clip-path: inset(50%); }
   table, tbody, tfoot { display: block; }

@@ -52,9 +52,8 @@ std::string Label(std::int64_t time, std::int64_t step) {
     return capture::Moment(time, digits).substr(11, step < kMinute ? std::string::npos : 5);
 }
 
-// "+250 us", "+1.5 us", "+20 ns".
-std::string OffsetLabel(std::int64_t offset) {
-    if (offset % kMicrosecond == 0) {
+std::string OffsetLabel(std::int64_t offset, std::int64_t step) {
+    if (step % kMicrosecond == 0) {
         return "+" + std::to_string(offset / kMicrosecond) + " \u00B5s";
     }
     return "+" + std::to_string(offset) + " ns";
@@ -94,7 +93,7 @@ std::vector<TimeAxis::Tick> TimeAxis::Ticks(std::size_t most) const {
     const std::int64_t step = StepFor(least);
     if (step > 0 && step < kMillisecond) {
         for (std::int64_t offset = 0; static_cast<double>(offset) < m_Span; offset += step) {
-            ticks.push_back({static_cast<double>(offset) / m_Span, OffsetLabel(offset)});
+            ticks.push_back({static_cast<double>(offset) / m_Span, OffsetLabel(offset, step)});
         }
     } else if (step > 0) {
         const std::int64_t before = m_From / step - (m_From % step < 0 ? 1 : 0);

@@ -2,7 +2,7 @@
 //
 // Where the span of the times is not known ahead, the buckets are as narrow as the times so far
 // allow, and double their width as the span grows: at the end the span is at least 512 buckets
-// wide, unless it is shorter than so many nanoseconds. 8 KiB, whatever is added, in any order.
+// wide, unless it is shorter than a microsecond. 8 KiB, whatever is added, in any order.
 //
 //     TimeHistogram histogram;
 //     for (const Record& record : records) histogram.Add(record.time);
@@ -19,8 +19,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
-
-#include "utils/saturating.h"
 
 namespace velora::exact {
 
@@ -52,12 +50,10 @@ class TimeHistogram {
     // and buckets start at its multiples.
     [[nodiscard]] std::uint64_t Count(std::size_t bucket) const { return m_Counts[bucket]; }
     [[nodiscard]] std::uint64_t Width() const { return std::uint64_t{1} << m_Shift; }
-    // Buckets beyond what 64 bits hold start at the nearest time that they do.
+    // Buckets beyond what 64 bits hold start at the last time that they do.
     [[nodiscard]] std::int64_t Start(std::size_t bucket) const {
-        const std::int64_t number =
-            MiscUtils::SaturatingSum(m_First, static_cast<std::int64_t>(bucket));
-        return std::clamp(number, Limits::min() >> m_Shift, Limits::max() >> m_Shift) *
-               static_cast<std::int64_t>(Width());
+        const std::int64_t number = m_First + static_cast<std::int64_t>(bucket);
+        return std::min(number, Limits::max() >> m_Shift) * static_cast<std::int64_t>(Width());
     }
 
  private:
@@ -69,7 +65,8 @@ class TimeHistogram {
 
     void MakeRoom(std::int64_t time) {
         if (m_Total == 0) {
-            m_First = m_Earliest = m_Latest = time;
+            m_First = time >> m_Shift;
+            m_Earliest = m_Latest = time;
             return;
         }
         const std::int64_t earliest = std::min(m_Earliest, time);
@@ -82,8 +79,9 @@ class TimeHistogram {
         }
         // What room is left lies where the times grow to.
         const std::int64_t first =
-            time < m_Earliest ? MiscUtils::SaturatingDifference(latest >> shift, kBuckets - 1)
-                              : earliest >> shift;
+            time < m_Earliest
+                ? std::max((latest >> shift) - std::int64_t{kBuckets - 1}, Limits::min() >> shift)
+                : earliest >> shift;
         std::array<std::uint64_t, kBuckets> counts{};
         for (std::size_t bucket = 0; bucket < kBuckets; ++bucket) {
             if (m_Counts[bucket] > 0) {
@@ -97,7 +95,7 @@ class TimeHistogram {
         m_Shift = shift;
     }
 
-    int m_Shift = 0;
+    int m_Shift = 1;           // at least, so that differences of numbers do not wrap
     std::int64_t m_First = 0;  // number of the first bucket: its start in units of the width
     std::int64_t m_Earliest = 0;
     std::int64_t m_Latest = 0;
