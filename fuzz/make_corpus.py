@@ -196,3 +196,11 @@ write("address_copies", {
     "later_fragment": raw + ipv4(17, udp, fragment=0x2001),
     "cut": raw + ipv4(6, tcp)[:37],
 })
+write("report_names", {
+    "markup": "<script>alert(1)</script>.pcap",
+    "attribute": "\" onload='x' a=\"&amp;&lt;",
+    "no_utf8": b"a\xff\xc0\xaf\xed\xa0\x80\xf4\x90\x80\x80\xe2\x82",
+    "direction": "a\u202eb\u2066\u0085\u20ac/\U0001f600",
+    "controls": "\0\n\r\x1b[2J\x7f\\",
+    "directories": "/a/b//c/",
+})
