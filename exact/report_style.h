@@ -104,8 +104,9 @@ td { text-align: right; vertical-align: top; padding: 10px 0 10px 18px; border-t
 th:first-child, td:first-child { text-align: left; padding-left: 0; }
 th.left, td.left { text-align: left; }
 td.time { white-space: nowrap; }
+td:first-child small { white-space: normal; }
 td:first-child b { font-weight: 550; overflow-wrap: anywhere; display: block; }
-td small { display: block; font-size: 12.5px; color: var(--soft); }
+td small { display: block; white-space: nowrap; font-size: 12.5px; color: var(--soft); }
 tfoot td { border-top: 2px solid var(--line); }
 tfoot td:first-child b { font-weight: 650; }
 td .ok { color: var(--good); } td .warn { color: var(--warn); font-weight: 550; } td .bad { color: var(--bad); font-weight: 550; }
@@ -126,6 +127,7 @@ footer { color: var(--soft); font-size: 12.5px; margin-top: 20px; text-align: ce
   .axis .bar { height: 60px; }
   .axis .to { transform: translateY(14px); }
   .axis .second { display: none; }
+  .axis g text { font-size: 11px; }
   thead { position: absolute; width: 1px; height: 1px; overflow: hidden; clip-path: inset(50%); }
   table, tbody, tfoot { display: block; }
   tr { display: grid; grid-template-columns: 1fr 1fr; column-gap: 28px; border-top: 1px solid var(--line); padding: 12px 0; }
