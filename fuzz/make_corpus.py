@@ -204,3 +204,37 @@ write("report_names", {
     "controls": "\0\n\r\x1b[2J\x7f\\",
     "directories": "/a/b//c/",
 })
+
+# Two bytes for the sizes of blocks and pieces behind one for the compression, and a file.
+big_ng = struct.pack(">IIIHHqI", 0x0A0D0D0A, 28, 0x1A2B3C4D, 1, 0, -1, 28)
+big_ng += struct.pack(">IIHHIHHB3xI", 1, 28, 1, 0, 0, 9, 1, 9, 28)
+big_ng += struct.pack(">IIIIIII4sI", 6, 36, 0, 0, 7, 3, 60, b"abc", 36)
+big_ng += struct.pack(">III4sI", 3, 20, 4, b"wxyz", 20) + struct.pack(">II8sI", 0xBAD, 20, b"stepover", 20)
+big_ng += struct.pack(">IIHHIIII4sI", 2, 36, 0, 0, 0, 8, 2, 60, b"xy", 36)
+forms = captures | {
+    "modified": header(0xA1B2CD34, 1) + record(1, 2, b"") + bytes(8) + record(2, 2, b"") + bytes(8),
+    "lengths_exchanged": struct.pack("<IHHiIII", 0xA1B2C3D4, 2, 2, 0, 0, 0, 1) + struct.pack("<IIII", 1, 2, 60, 3) + b"abc",
+    "dns": dns,
+    "big_endian_ng": big_ng,
+    "two_sections": big_ng + blocks(dns, 4),
+    "cut_ng": (big_ng + dns)[:-5],
+}
+packed = {
+    "raw_gzip": gzip.compress(icmp, mtime=0),
+    "raw_bzip2": bz2.compress(icmp, 1),
+    "raw_xz": lzma.compress(icmp, check=lzma.CHECK_CRC32, preset=0),
+    "raw_gzip_wrong_checksum": gzip.compress(icmp, mtime=0)[:-5] + b"x" + gzip.compress(icmp, mtime=0)[-4:],
+    "raw_zstd": bytes.fromhex("28b52ffd0418010000") + b"xyz",
+    "raw_skippable": struct.pack("<II", 0x184D2A50, 4) + b"skip",
+}
+write("exact_reader", {name: struct.pack("BBB", at % 8, 11 * at, at % 5 * 20) + content
+                       for at, (name, content) in enumerate((forms | packed).items())}
+      | {name: b"\0\0\0" + content for name, content in packed.items()})
+write("exact_merge", {f"{mode}_{name}": struct.pack("<BHH", number, len(one), len(two)) + one + two + three
+                      for number, mode in enumerate(("merge", "squish"))
+                      for name, (one, two, three) in {
+                          "plain": (web, clock_steps, empty_records),
+                          "ng_and_nanoseconds": (big_ng, captures["nanoseconds"], dns),
+                          "damaged": (web[:-7], b"", gzip.compress(icmp, mtime=0)[:-9]),
+                          "other_link_type": (web, classic, captures["cooked_big_endian"]),
+                      }.items()})

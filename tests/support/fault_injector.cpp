@@ -16,8 +16,10 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/mman.h>
 #include <sys/select.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 namespace {
@@ -100,6 +102,9 @@ FAULTY(std::FILE*, fopen, (const char* path, const char* mode), (path, mode), EM
 FAULTY(std::FILE*, fopen64, (const char* path, const char* mode), (path, mode), EMFILE, nullptr)
 FAULTY(ssize_t, read, (int fd, void* buffer, size_t count), (fd, buffer, count), EIO, -1)
 FAULTY(ssize_t, write, (int fd, const void* buffer, size_t count), (fd, buffer, count), ENOSPC, -1)
+FAULTY(ssize_t, preadv2, (int fd, const iovec* parts, int count, off_t offset, int flags),
+       (fd, parts, count, offset, flags), EOPNOTSUPP, -1)
+FAULTY(int, poll, (pollfd * polled, nfds_t count, int limit), (polled, count, limit), EINTR, -1)
 FAULTY(size_t, fread, (void* buffer, size_t size, size_t n, std::FILE* file), (buffer, size, n, file), EIO,
        (file->_flags |= kErrorSeen, 0))
 FAULTY(int, close, (int fd), (fd), EIO, (kReal(fd), errno = EIO, -1))

@@ -53,12 +53,13 @@ ToolResult ToolRun::operator()(const std::string& arguments) const {
     std::error_code noLog;
     const std::string logPath = std::filesystem::read_symlink(streams / "witness", noLog);
     const Lines log = LogLines(logPath);
-    unlink(logPath.c_str());
+    const bool hasLeftLog = unlink(logPath.c_str()) == 0;
     return {.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : -1,
             .signal = WIFSIGNALED(status) ? WTERMSIG(status) : 0,
             .output = streams.Read("output"),
             .errors = streams.Read("errors"),
             .log = log,
+            .hasLeftLog = hasLeftLog,
             .peakKilobytes = usage.ru_maxrss,
             .command = "seamtool " + arguments};
 }

@@ -12,9 +12,10 @@
 struct ToolResult {
     int exitStatus = -1;  // -1 when a signal ended the run
     int signal = 0;
-    std::string output;      // standard output
-    std::string errors;      // standard error
-    Lines log;               // as LogLines has it
+    std::string output;  // standard output
+    std::string errors;  // standard error
+    Lines log;           // as LogLines has it
+    bool hasLeftLog = false;
     long peakKilobytes = 0;  // resident set
     std::string command;
 
