@@ -106,11 +106,11 @@ void RecordBlock::AddSimplePacketBlock(std::size_t offset, std::int64_t time,
     NoteRecord(offset, time);
 }
 
-Record RecordBlock::LoadSimple(std::uint32_t offset) const {
+void RecordBlock::LoadSimple(std::uint32_t offset, Record& record) const {
     const auto behind = std::ranges::upper_bound(m_Simple, offset, {}, &SimplePacket::offset);
     const SimplePacket& packet = *std::prev(behind);
-    return {packet.time, Get<std::uint32_t>(offset + 4), Get<std::uint32_t>(offset + 8),
-            packet.interface, m_Bytes.get() + offset + 12};
+    record = {packet.time, Get<std::uint32_t>(offset + 4), Get<std::uint32_t>(offset + 8),
+              packet.interface, m_Bytes.get() + offset + 12};
 }
 
 void RecordBlock::List(bool byTime, std::int64_t from, std::int64_t last) {
