@@ -42,11 +42,11 @@ int RunPopen(const std::string& command, std::string& output) {
     for (int byte = NextByte(pipe.get()); byte != EOF; byte = NextByte(pipe.get())) {
         line += static_cast<char>(byte);
         if (byte == '\n' || line.size() == kLineBytes) {
-            collected += line.c_str();  // up to its first zero
+            collected.append(line, 0, line.find('\0'));
             line.clear();
         }
     }
-    collected += line.c_str();
+    collected.append(line, 0, line.find('\0'));
     const int status = pclose(pipe.release());
     output = std::move(collected);
     return status;
