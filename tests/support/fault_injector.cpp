@@ -5,6 +5,7 @@
 // close still closes. At a normal end of the process SEAMTOOL_FAULT_REPORT, a path, gets "<calls that failed>
 // <descriptors still open>". A test calls ArmFault() instead.
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -12,6 +13,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <utility>
 
 #include <dlfcn.h>
@@ -30,20 +32,21 @@ struct Plan {
     bool forGood;
     int seen;
 };
-Plan g_plans[4];
-int g_planned = 0;
-int* g_failed = nullptr;  // shared with the children that are forked
+constexpr int kMostPlans = 4;
+Plan g_plans[kMostPlans];  // `which` is 0 behind the last
+int* g_failed = nullptr;   // shared with the children that are forked
 
 int Arm(const char* plan) {
-    g_planned = 0;
+    int planned = 0;
+    std::fill(std::begin(g_plans), std::end(g_plans), Plan{});
     const int before = std::exchange(*g_failed, 0);
     Plan next{};
-    for (int length = 0;
-         plan != nullptr && g_planned < 4 && std::sscanf(plan, "%31s %d%n", next.call, &next.which, &length) == 2;) {
+    for (int length = 0; plan != nullptr && planned < kMostPlans &&
+                         std::sscanf(plan, "%31s %d%n", next.call, &next.which, &length) == 2;) {
         plan += length;
         next.forGood = *plan == '+';
         plan += next.forGood ? 1 : 0;
-        g_plans[g_planned++] = next;
+        g_plans[planned++] = next;
     }
     return before;
 }
@@ -55,9 +58,8 @@ __attribute__((constructor)) void ReadPlan() {
 }
 
 bool Fails(const char* call, int error) {
-    for (int at = 0; at < g_planned; ++at) {
-        Plan& plan = g_plans[at];
-        if (std::strcmp(call, plan.call) == 0) {
+    for (Plan& plan : g_plans) {
+        if (plan.which > 0 && std::strcmp(call, plan.call) == 0) {
             plan.seen += 1;
             if (plan.seen == plan.which || (plan.forGood && plan.seen > plan.which)) {
                 *g_failed += 1;
@@ -78,7 +80,7 @@ Function Real(Function /*same type*/, const char* name) {
 }
 
 __attribute__((destructor)) void Report() {
-    g_planned = 0;
+    std::fill(std::begin(g_plans), std::end(g_plans), Plan{});
     const auto descriptors = std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}) - 1;  // its own
     if (const char* const path = std::getenv("SEAMTOOL_FAULT_REPORT")) {
         std::ofstream(path) << *g_failed << ' ' << descriptors;
