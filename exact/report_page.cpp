@@ -16,7 +16,6 @@ namespace velora::exact {
 namespace {
 
 using capture::ByteCount;
-using capture::Counted;
 using capture::Problem;
 using capture::ProblemKind;
 

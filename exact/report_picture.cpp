@@ -244,8 +244,10 @@ class Panel {
             }
             if (shade > 0) {
                 const std::string width = std::to_string(end - cell);
-                paths[static_cast<std::size_t>(shade)] +=
-                    "M" + std::to_string(cell) + " 0h" + width + "v1h-" + width + "z";
+                paths[static_cast<std::size_t>(shade)]
+                    .append("M" + std::to_string(cell))
+                    .append(" 0h" + width)
+                    .append("v1h-" + width + "z");
             } else {
                 m_HasGap = true;
                 if (end - cell >= kToldGap) {
@@ -315,10 +317,12 @@ class Panel {
                                        : tick.place > 0.985 ? "end"
                                                             : "middle";
             const std::string place = Percent(tick.place);
-            html += std::string("<g") + (number++ % 2 == 1 ? " class=\"second\"" : "") +
-                    "><line class=\"tick\" x1=\"" + place + "\" x2=\"" + place +
-                    "\" y2=\"5\"/><text y=\"18\" x=\"" + place + "\" text-anchor=\"" + anchor +
-                    "\">" + HtmlOf(tick.label) + "</text></g>";
+            html += number++ % 2 == 1 ? "<g class=\"second\">" : "<g>";
+            html.append("<line class=\"tick\" x1=\"" + place);
+            html.append("\" x2=\"" + place);
+            html.append("\" y2=\"5\"/><text y=\"18\" x=\"" + place);
+            html.append("\" text-anchor=\"").append(anchor);
+            html.append("\">" + HtmlOf(tick.label) + "</text></g>");
         }
         // As exact as it matters for a span of that length.
         const int digits = m_Axis.Span() >= 1e13   ? 0
