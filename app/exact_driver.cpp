@@ -49,6 +49,10 @@ void TellLine(const std::string& line) {
     WriteToStandardError("seamtool: " + line + "\n");
 }
 
+void TellExhausted() {
+    WriteToStandardError("seamtool: memory is exhausted\n");
+}
+
 std::int32_t TellWrongCommandLine(const std::string& fault) {
     TellLine(fault);
     WriteToStandardError("Try 'seamtool --exact --help'.\n");
@@ -230,27 +234,33 @@ std::int32_t RunJob(const ExactOptions& options, const SignalSetup& signals) {
     const RunReport report =
         velora::exact::Run(job, teller, progress, job.report.empty() ? nullptr : &reportFile);
     setting.duration = std::chrono::nanoseconds(std::chrono::steady_clock::now() - start).count();
-    line.End();
-    if (report.hasReaderLeft) {
-        signals.EndByPipe();
+    // What the status says of the output holds, whether or not all else can still be said.
+    Status status = report.status;
+    try {
+        line.End();
+        if (report.hasReaderLeft) {
+            signals.EndByPipe();
+        }
+        teller.TellOutput();
+        if (line.IsShown() && (status == Status::kComplete || status == Status::kIncomplete)) {
+            line.Tell(SummaryText(report, ShownOutput(job)));
+        }
+        if (!job.report.empty() && report.hasBegun) {
+            status =
+                report.IsWritten() ? Status::kCannotWrite : report.status;  // until it is there
+            status = WriteReport(reportFile, setting, report, teller);
+        }
+    } catch (const std::bad_alloc&) {
+        TellExhausted();
     }
-    teller.TellOutput();
-    if (line.IsShown() &&
-        (report.status == Status::kComplete || report.status == Status::kIncomplete)) {
-        line.Tell(SummaryText(report, ShownOutput(job)));
+    if (report.isUntold) {
+        TellExhausted();
     }
-    return Exit(!job.report.empty() && report.hasBegun
-                    ? WriteReport(reportFile, setting, report, teller)
-                    : report.status);
+    return Exit(status);
 }
 
-}  // namespace
-
-std::int32_t RunExactDriver(int argc, char** argv) {
-    // Nothing has been written to the log yet, so closing removes it.
-    VeloLogger::GlobalLogger.Close();
-    const SignalSetup signals;
-    auto parsed = ParseExactOptions(std::span(argv, static_cast<std::size_t>(argc)).subspan(2));
+std::int32_t RunWords(std::span<char*> words, const SignalSetup& signals) {
+    auto parsed = ParseExactOptions(words);
     if (const auto* const fault = std::get_if<std::string>(&parsed)) {
         return TellWrongCommandLine(*fault);
     }
@@ -274,10 +284,19 @@ std::int32_t RunExactDriver(int argc, char** argv) {
         TellLine("standard output: is closed");
         return Exit(Status::kCannotWrite);
     }
+    return RunJob(options, signals);
+}
+
+}  // namespace
+
+std::int32_t RunExactDriver(int argc, char** argv) {
+    // Nothing has been written to the log yet, so closing removes it.
+    VeloLogger::GlobalLogger.Close();
+    const SignalSetup signals;
     try {
-        return RunJob(options, signals);
+        return RunWords(std::span(argv, static_cast<std::size_t>(argc)).subspan(2), signals);
     } catch (const std::bad_alloc&) {
-        WriteToStandardError("seamtool: memory is exhausted\n");
+        TellExhausted();
     } catch (const std::exception& error) {
         TellLine(ShownText(error.what()));
     }

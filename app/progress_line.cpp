@@ -35,13 +35,13 @@ static_assert(std::atomic<bool>::is_always_lock_free);
 
 }  // namespace
 
-void WriteToStandardError(const std::string& text) noexcept {
-    for (std::string_view left = text; !left.empty();) {
-        const ssize_t count = write(STDERR_FILENO, left.data(), left.size());
+void WriteToStandardError(std::string_view text) noexcept {
+    while (!text.empty()) {
+        const ssize_t count = write(STDERR_FILENO, text.data(), text.size());
         if (count < 0 && errno != EINTR) {
             return;
         }
-        left.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+        text.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
     }
 }
 

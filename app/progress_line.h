@@ -11,6 +11,7 @@
 #include <condition_variable>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <thread>
 
 #include "exact/exact_run.h"
@@ -61,4 +62,4 @@ class ProgressLine {
                                       const std::string& output);
 
 // Writes to standard error, all of it if it takes it.
-void WriteToStandardError(const std::string& text) noexcept;
+void WriteToStandardError(std::string_view text) noexcept;

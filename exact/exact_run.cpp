@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <limits>
 #include <memory>
+#include <new>
 #include <optional>
 #include <thread>
 #include <utility>
@@ -63,7 +64,7 @@ class ExactRun {
         m_Report.inputs.resize(m_Job.inputs.size());
         if (PrepareOutput() && OpenInputs() && LookAtInputs() && ChooseForm()) {
             WriteOutput();
-            TellTallies();
+            TellWhatIsLeft();
         }
         return std::move(m_Report);
     }
@@ -80,6 +81,7 @@ class ExactRun {
     bool BeginRecords();
     bool WriteInOrder();
     void TellTallies();
+    void TellWhatIsLeft() noexcept;
 
     bool Refuse(Status status, const std::string& text) {
         m_Report.status = status;
@@ -415,6 +417,18 @@ void ExactRun::TellTallies() {
     }
     if (m_Report.status == Status::kComplete && m_IsDoubtful) {
         m_Report.status = Status::kIncomplete;
+    }
+}
+
+// The output is there now: whatever happens from here on must not say otherwise.
+void ExactRun::TellWhatIsLeft() noexcept {
+    try {
+        TellTallies();
+    } catch (const std::bad_alloc&) {
+        m_Report.isUntold = true;
+        if (m_Report.status == Status::kComplete) {
+            m_Report.status = Status::kIncomplete;
+        }
     }
 }
 

@@ -72,8 +72,9 @@ struct RunReport {
     static constexpr std::size_t kMostTimelines = 60;
 
     Status status = Status::kNothingToWrite;  // what the process exits with
-    bool hasBegun = false;            // the outputs were found fit, and the inputs were looked at
-    bool hasReaderLeft = false;       // the output was a pipe that nobody reads any more
+    bool hasBegun = false;       // the outputs were found fit, and the inputs were looked at
+    bool hasReaderLeft = false;  // the output was a pipe that nobody reads any more
+    bool isUntold = false;       // memory ran out when the output was there, before all was told
     std::vector<InputReport> inputs;  // one for each of the job, in its order
     std::string outputText;           // why there is no output, or where it is instead; else empty
     std::string keptAs;  // the path of an output whose own came into being during the run
