@@ -81,7 +81,7 @@ TEST(ExactCommandLineTest, NamesTheFaultOfAWrongLine) {
           {"-- -out x", "there is no input"},
           {"--bogus=\x1B a -out x", "there is no option '--bogus'"},
           {"--b\x1B a -out x", "there is no option '--b\\x1b'"},
-          {"--quiet=1 a -out x", "option '--quiet' takes no value"},
+          {"--quiet=1 a -out x", "'--quiet' takes no value"},
           {"--quiet --progress a -out x", "'--quiet' and '--progress' contradict each other"},
           {"a --quiet -out x", "'--quiet' stands too late: options come first"},
           {"-squish -squish10 a -out x", together},
@@ -132,15 +132,17 @@ TEST(ExactCommandLineTest, NamesWhatIsMissing) {
     const std::string noOutput = "x: not written: no input is a readable capture\n";
     const Row rows[] = {
         {"a cut -out x", 252, "cut: 1 record read, then at byte 41: the file ends inside a record\n", "aAc"},
-        {"missing a -out x", 252, "missing: cannot be opened: No such file or directory\n", "aA"},
-        {"a sub -out x", 252, "sub: left out: it is a directory\n", "aA"},
-        {"a text -out x", 252, "text: no capture: it begins with 6e 6f 20 63, which is neither pcap nor pcap-ng\n",
+        {"missing a -out x", 252, "missing: left out: cannot be opened: No such file or directory\n", "aA"},
+        {"a sub -out x", 252, "sub: left out: is a directory\n", "aA"},
+        {"a text -out x", 252,
+         "text: left out: no capture: it begins with 6e 6f 20 63, which is neither pcap nor pcap-ng\n", "aA"},
+        {hostile + " a -out x", 252, "\\x1b]0;\\xff\\x5c\xC3\xA9\\xe2\\x80\\xae: left out: no capture: it is empty\n",
          "aA"},
-        {hostile + " a -out x", 252, "\\x1b]0;\\xff\\x5c\xC3\xA9\\xe2\\x80\\xae: no capture: it is empty\n", "aA"},
-        {"empty -out x", 251, "empty: no capture: it is empty\n" + noOutput, "none"},
+        {"empty -out x", 251, "empty: left out: no capture: it is empty\n" + noOutput, "none"},
         {"a cooked -out x", 251,
          "cooked: its link type is 113 (Linux cooked), that of a is 1 (Ethernet)\n"
-         "x: not written: one pcap file cannot hold both link types\n",
+         "x: not written: inputs of different link types do not fit into one pcap file, "
+         "but with --format=pcapng they do\n",
          "none"},
         {"early -out x", 252, "early: 1 record from before 1970: their time is 0 now\n", "e"},
         {"mixed -out x", 252,
@@ -240,10 +242,11 @@ TEST(ExactCommandLineTest, UsesStandardStreamsAsTheyAre) {
         {"- -out -", [] { Become("b", O_RDONLY, 0); }, 0, "", "bB"},
         {"- b -out x", [] { Become("a", O_RDONLY, 0); }, 0, "", "none", "abAB"},
         {"- -out x", [] { Become("sub", O_RDONLY, 0); }, 251,
-         "seamtool: standard input: left out: it is a directory\n"
+         "seamtool: standard input: left out: is a directory\n"
          "seamtool: x: not written: no input is a readable capture\n",
          "none"},
-        {"- a -out x", [] { close(0); }, 252, "seamtool: standard input: Bad file descriptor\n", "none", "aA"},
+        {"- a -out x", [] { close(0); }, 252, "seamtool: standard input: left out: Bad file descriptor\n", "none",
+         "aA"},
         {"- -out x", [] { BecomeTerminal(0); }, 255,
          "seamtool: standard input is a terminal, which gives no capture\nTry 'seamtool --exact --help'.\n", "none"},
         {"a -out -", [] { BecomeTerminal(1); }, 255,
