@@ -519,7 +519,7 @@ TEST(CaptureReaderTest, GivesOneRecordAfterTheOther) {
     EXPECT_EQ(missing.GetProblem()->text, "cannot be opened: No such file or directory");
     CaptureReader folder(directory.Path());
     EXPECT_EQ(folder.Next(), nullptr);
-    EXPECT_EQ(folder.GetProblem()->text, "left out: it is a directory");
+    EXPECT_EQ(folder.GetProblem()->text, "is a directory");
 }
 
 }  // namespace
