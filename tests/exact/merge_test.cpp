@@ -19,7 +19,7 @@ namespace {
 enum class Algorithm { kMerge, kSquish };
 
 struct Merged {
-    std::string bytes;  // records, as in a file of nanoseconds
+    std::string bytes;  // a file of nanoseconds
     std::vector<InputTally> tallies;
 };
 
@@ -36,20 +36,18 @@ Merged MergedFrom(const std::vector<std::string>& files, Algorithm algorithm, co
     merged.tallies.resize(files.size());
     std::vector<InputOrder> orders;
     for (std::size_t input = 0; input < files.size(); ++input) {
-        orders.emplace_back(ahead, input, isMerge, merged.tallies[input], [](const capture::RecordBlock&) {});
+        orders.emplace_back(ahead, input, isMerge, merged.tallies[input], [](capture::RecordBlock&) {});
     }
     std::ranges::for_each(orders, &InputOrder::Begin);
     capture::StringSink sink;
     capture::BlockWriter writer(sink);
-    const capture::RecordEncoder encoder(capture::RecordEncoder::Unit::kNanoseconds);
-    RecordWriter output(writer, encoder, progress);
-    EXPECT_TRUE(isMerge ? MergeByTime(orders, output) : Squish(orders, {}, output));
+    RecordWriter output(writer, {.hasNanoseconds = true, .snapLen = 65535}, progress);
+    EXPECT_TRUE(output.WriteFileHeader());
+    EXPECT_TRUE(isMerge ? MergeByTime(orders, output, nullptr) : Squish(orders, false, output));
     EXPECT_TRUE(writer.Finish().IsGood());
     merged.bytes = sink.content;
     return merged;
 }
-
-const std::string kHeader = CaptureBuilder().Nanoseconds().Bytes();
 
 TEST(MergeTest, AgreesWithTheNaiveModel) {
     for (unsigned seed = 1; seed <= 400; ++seed) {
@@ -76,7 +74,7 @@ TEST(MergeTest, AgreesWithTheNaiveModel) {
                                                             : capture::ReadWhole(files.back()).Records());
         }
         const Merged merged = MergedFrom(files, algorithm, plan);
-        ASSERT_TRUE(kHeader + merged.bytes ==
+        ASSERT_TRUE(merged.bytes ==
                     NaiveFile(CaptureBuilder().Nanoseconds(), 1, orders, algorithm == Algorithm::kSquish))
             << "seed " << seed;
         for (std::size_t input = 0; algorithm == Algorithm::kMerge && input < files.size(); ++input) {
@@ -131,7 +129,7 @@ TEST(MergeTest, MendsDisorderWithinTwoBlocks) {
             const Merged merged =
                 MergedFrom({file.Bytes()}, Algorithm::kMerge, {.blocksPerInput = blocks, .blockSize = 75});
             std::string written;
-            for (const auto& record : capture::ReadWhole(kHeader + merged.bytes).Records()) {
+            for (const auto& record : capture::ReadWhole(merged.bytes).Records()) {
                 written += std::to_string(record.time / 1'000'000'000);
             }
             EXPECT_EQ(written, row.written);
@@ -155,7 +153,7 @@ TEST(SquishTest, NeverGoesBackAtTheEndsOfTime) {
     std::string order;
     std::int64_t before = 0;
     const std::string merged = MergedFrom({file.Bytes(), other}, Algorithm::kSquish, {}).bytes;
-    for (const auto& record : capture::ReadWhole(kHeader + merged).Records()) {
+    for (const auto& record : capture::ReadWhole(merged).Records()) {
         order += record.data;
         EXPECT_GE(record.time, std::exchange(before, record.time)) << record.data;
     }
