@@ -120,6 +120,9 @@ Status Print(const std::string& text, const SignalSetup& signals) {
 }
 
 std::string ShownOutput(const ExactJob& job) {
+    if (job.output.empty()) {
+        return "''";
+    }
     return job.output == "-" ? "standard output" : ShownText(job.output);
 }
 

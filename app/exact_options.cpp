@@ -105,7 +105,7 @@ class Parser {
         m_Options.words.emplace_back(word);
         if (!Apply(name, value)) {
             Fail("'" + std::string(name) + "' does not take " + Quoted(value) +
-                 "; see 'seamtool --exact --help'");
+                 (name == "--report" ? ", only a name that ends in .json or .html" : ""));
         }
     }
 

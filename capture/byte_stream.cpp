@@ -78,7 +78,7 @@ class ByteStream::Impl {
     }
     // Of memory, when nothing held is wanted and no member can follow.
     void Release() {
-        m_Raw = {};
+        std::vector<std::uint8_t>().swap(m_Raw);  // given back, not only emptied
         m_HeldBegin = m_HeldEnd = 0;
         m_Decoder.reset();
     }

@@ -24,9 +24,9 @@ std::vector<Problem> ProblemsOf(const InputTally& tally, std::uint32_t linkType)
     add(ProblemKind::kOutOfPlace, tally.outOfPlace,
         "out of place: written behind records that are later by up to " +
             capture::Seconds(tally.largestStep));
-    add(ProblemKind::kTimeChanged, tally.beforeEpoch, "from before 1970: their time is 0 now");
+    add(ProblemKind::kTimeChanged, tally.beforeEpoch, "from before 1970: written with time 0");
     add(ProblemKind::kTimeChanged, tally.beyondEnd,
-        "from 2106 or later: their time is the last that the output can hold");
+        "from 2106 or later: written with the last time that the output can hold");
     add(ProblemKind::kTimeChanged, tally.roundedDown,
         "with times finer than the output's microseconds: rounded down");
     add(ProblemKind::kNote, tally.duplicates, "dropped: equal to records written before");

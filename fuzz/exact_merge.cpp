@@ -103,7 +103,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     const std::string output = fuzz::ScratchPath("output");
     std::filesystem::remove(output);
-    ExactJob job{.mode = isSquish ? Mode::kSquish : Mode::kMerge, .inputs = {}, .output = output};
+    ExactJob job;
+    job.mode = isSquish ? Mode::kSquish : Mode::kMerge;
+    job.output = output;
     for (std::size_t input = 0; input < files.size(); ++input) {
         job.inputs.push_back({fuzz::WriteScratch(std::to_string(input), files[input]), false});
     }

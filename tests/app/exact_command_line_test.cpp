@@ -144,10 +144,10 @@ TEST(ExactCommandLineTest, NamesWhatIsMissing) {
          "x: not written: inputs of different link types do not fit into one pcap file, "
          "but with --format=pcapng they do\n",
          "none"},
-        {"early -out x", 252, "early: 1 record from before 1970: their time is 0 now\n", "e"},
+        {"early -out x", 252, "early: 1 record from before 1970: written with time 0\n", "e"},
         {"mixed -out x", 252,
          "mixed: 1 record left out: link type 113 (Linux cooked) does not fit the output's, 1 (Ethernet)\n"
-         "mixed: 1 record from 2106 or later: their time is the last that the output can hold\n"
+         "mixed: 1 record from 2106 or later: written with the last time that the output can hold\n"
          "mixed: 1 record with times finer than the output's microseconds: rounded down\n"
          "mixed: names, secrets or comments in it are not taken over\n",
          "fb"},
