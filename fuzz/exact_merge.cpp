@@ -57,7 +57,7 @@ Expectation Expect(const std::vector<std::string>& files, bool isSquish) {
     for (std::size_t input = 0; input < files.size(); ++input) {
         const ReadCapture read = velora::capture::ReadWhole(files[input]);
         if (read.problem) {
-            expected.told[input] = read.problem->text;
+            expected.told[input] = (read.isCapture ? "" : "left out: ") + read.problem->text;
         }
         if (!read.isCapture) {
             continue;

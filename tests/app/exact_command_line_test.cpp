@@ -394,7 +394,9 @@ TEST(ExactCommandLineTest, CountsDescriptorsWhenThereAreTooFew) {
         hasRefused |= !isEnough;
         if (!isEnough) {
             ASSERT_EQ(result.exitStatus, 251) << result;
-            ASSERT_TRUE(result.errors.starts_with("seamtool: x: there are 16 inputs, and descriptors for 1")) << result;
+            const std::string start = "seamtool: x: there are 16 inputs, and descriptors for ";
+            ASSERT_TRUE(result.errors.starts_with(start)) << result;
+            ASSERT_LT(std::stoi(result.errors.substr(start.size())), 16) << result;
         } else {
             EXPECT_EQ(TextOf(run.run.directory.Read("x")), "f" + std::string(15, 'a') + std::string(15, 'A'));
         }
