@@ -14,6 +14,7 @@ PipePump::PipePump(std::size_t waiters) : m_WakeUp(eventfd(0, EFD_CLOEXEC | EFD_
         throw std::system_error(errno, std::generic_category(), "eventfd");
     }
     m_Polled.reserve(waiters + 1);
+    const MiscUtils::ScopedSignalBlock noSignals;  // in the thread that is started here
     m_Thread = std::jthread([this] { Pump(); });
 }
 

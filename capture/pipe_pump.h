@@ -2,7 +2,7 @@
 //
 // It waits with poll(2) for any number of descriptors, so that a pipe that gives nothing holds up
 // nobody but those who need its bytes. Descriptors are left as they are: O_NONBLOCK belongs to the
-// description, which other processes may share.
+// description, which other processes may share. The thread takes no signals.
 
 #pragma once
 

@@ -182,9 +182,8 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
 
 ReadAhead::ReadAhead(std::vector<InputFile> inputs, const BlockPlan& plan,
                      const BlockReader::Options& options, std::atomic<std::uint64_t>& bytesRead)
-    : m_BytesRead(bytesRead) {
-    const MiscUtils::ScopedSignalBlock noSignals;  // in the threads that are started here
-    m_Pool = std::make_unique<WorkerPool>(std::max(1U, std::thread::hardware_concurrency()));
+    : m_BytesRead(bytesRead),
+      m_Pool(std::make_unique<WorkerPool>(std::max(1U, std::thread::hardware_concurrency()))) {
     BlockReader::Options planned = options;
     planned.blockSize = plan.blockSize;
     std::size_t pipes = 0;

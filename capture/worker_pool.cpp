@@ -1,8 +1,11 @@
 #include "capture/worker_pool.h"
 
+#include "utils/scope_guards.h"
+
 namespace velora::capture {
 
 WorkerPool::WorkerPool(std::size_t threads) {
+    const MiscUtils::ScopedSignalBlock noSignals;  // in the threads that are started here
     try {
         m_Threads.reserve(threads);
         for (std::size_t number = 0; number < threads; ++number) {

@@ -3,7 +3,7 @@
 // A task never waits for another process or another task, so no number of slow inputs can hold up
 // the others: what has to wait is handed in again once it need not.
 //
-// Any thread may hand tasks in.
+// Any thread may hand tasks in. The pool's own threads take no signals.
 
 #pragma once
 

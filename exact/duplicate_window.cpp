@@ -23,6 +23,7 @@ bool DuplicateWindow::Equals(const Noted& noted, const WrittenRecord& record) co
 void DuplicateWindow::Forget(std::int64_t now) {
     while (!m_InOrder.empty() &&
            SaturatingDifference(now, m_InOrder.front()->second.time) > m_Width) {
+        // cppcheck-suppress mismatchingContainerIterator ; the queue is one of iterators of the map
         m_Noted.erase(m_InOrder.front());
         m_InOrder.pop_front();
     }
