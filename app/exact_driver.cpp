@@ -237,20 +237,21 @@ std::int32_t RunJob(const ExactOptions& options, const SignalSetup& signals) {
     const RunReport report =
         velora::exact::Run(job, teller, progress, job.report.empty() ? nullptr : &reportFile);
     setting.duration = std::chrono::nanoseconds(std::chrono::steady_clock::now() - start).count();
-    // What the status says of the output holds, whether or not all else can still be said.
-    Status status = report.status;
+    // What the status says holds, whether or not all else can still be said: a report that is asked
+    // for is not there yet.
+    const bool wantsReport = !job.report.empty() && report.hasBegun;
+    Status status = wantsReport && report.IsWritten() ? Status::kCannotWrite : report.status;
     try {
         line.End();
         if (report.hasReaderLeft) {
             signals.EndByPipe();
         }
         teller.TellOutput();
-        if (line.IsShown() && (status == Status::kComplete || status == Status::kIncomplete)) {
+        if (line.IsShown() &&
+            (report.status == Status::kComplete || report.status == Status::kIncomplete)) {
             line.Tell(SummaryText(report, ShownOutput(job)));
         }
-        if (!job.report.empty() && report.hasBegun) {
-            status =
-                report.IsWritten() ? Status::kCannotWrite : report.status;  // until it is there
+        if (wantsReport) {
             status = WriteReport(reportFile, setting, report, teller);
         }
     } catch (const std::bad_alloc&) {
