@@ -135,7 +135,7 @@ std::optional<std::int64_t> ParseDate(Scanner scanner) {
     }
     const std::int64_t midnight =
         std::chrono::sys_seconds(std::chrono::sys_days(date)).time_since_epoch().count();
-    return Combine(midnight + 60 * (60 * hour + minute) + second - east, nanoseconds);
+    return Combine(midnight + std::int64_t{60} * (60 * hour + minute) + second - east, nanoseconds);
 }
 
 }  // namespace
