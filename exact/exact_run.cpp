@@ -313,7 +313,6 @@ bool ExactRun::ChooseForm() {
         m_Form.snapLen = m_Form.mostBytes = m_Job.snapLen;
     }
     m_Report.linkType = m_Form.linkType;
-    m_Report.hasNanoseconds = m_Form.hasNanoseconds;
     m_Report.format = IsPcapNg()              ? capture::Format::kPcapNg
                       : m_Form.hasNanoseconds ? capture::Format::kClassicNanoseconds
                                               : capture::Format::kClassicMicroseconds;

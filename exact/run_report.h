@@ -88,7 +88,6 @@ struct RunReport {
     capture::Format format = capture::Format::kClassicMicroseconds;
     capture::Compression compression = capture::Compression::kNone;
     std::uint32_t linkType = 0;
-    bool hasNanoseconds = false;
 
     // Whether there is an output now, of its own name or another.
     [[nodiscard]] bool IsWritten() const {
