@@ -63,7 +63,10 @@ bool BlockWriter::NextBlock(std::size_t size) {
     m_Sizes[m_Filled % m_Blocks.size()] = size;
     m_Filled += 1;
     m_HasChanged.notify_one();
-    m_HasChanged.wait(lock, [&] { return m_Filled - m_Written < m_Blocks.size(); });
+    if (m_Filled - m_Written == m_Blocks.size()) {
+        // Not for a single block: handing over one by one, two threads take turns on one processor.
+        m_HasChanged.wait(lock, [&] { return IsHalfFree(); });
+    }
     m_Next = m_Blocks[m_Filled % m_Blocks.size()].get();
     m_End = m_Next + m_BlockSize;
     return m_Outcome.IsGood();
@@ -115,7 +118,9 @@ void BlockWriter::Run() {
             m_Outcome = std::move(outcome);
         }
         m_Written += 1;
-        m_HasChanged.notify_one();
+        if (IsHalfFree()) {
+            m_HasChanged.notify_one();
+        }
     }
 }
 

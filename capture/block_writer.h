@@ -30,7 +30,7 @@ class BlockWriter {
  public:
     // How large blocks are, in bytes, and how many, unless it is said otherwise.
     static constexpr std::size_t kBlockSize = std::size_t{1} << 18;
-    static constexpr std::size_t kBlocks = 4;
+    static constexpr std::size_t kBlocks = 16;
     static constexpr std::size_t kMostReserved = 64;  // bytes that Reserve gives at most
 
     // `blockSize` is at least kMostReserved; there are at least two blocks. Their memory is not
@@ -79,6 +79,7 @@ class BlockWriter {
         void operator()(std::uint8_t* block) const;
     };
 
+    [[nodiscard]] bool IsHalfFree() const { return m_Filled - m_Written <= m_Blocks.size() / 2; }
     bool HandOver();
     bool NextBlock(std::size_t size);
     bool AppendLong(std::span<const std::uint8_t> bytes);
