@@ -5,8 +5,10 @@
 #include <cstdio>
 
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <poll.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 #include "utils/errno_text.h"
@@ -17,8 +19,7 @@ namespace {
 
 using Kind = OutputOutcome::Kind;
 
-// Space ahead: as much as has been written, so that a small file asks for little. On a file system
-// in memory, 64 MiB that are asked for and given back unused cost 20 milliseconds.
+// Space ahead: as much as has been written, so that a small file asks for little.
 constexpr std::uint64_t kLeastAsked = std::uint64_t{1} << 20;
 constexpr std::uint64_t kMostAsked = std::uint64_t{64} << 20;
 
@@ -34,6 +35,13 @@ FileIdentity IdentityOf(const struct stat& status) {
 
 bool IsStream(const struct stat& status) {
     return S_ISFIFO(status.st_mode) || S_ISCHR(status.st_mode);
+}
+
+// A file system in memory lays nothing out, and to be asked for space costs it a tenth of the time
+// of a merge.
+bool IsInMemory(int directory) {
+    struct statfs status {};
+    return fstatfs(directory, &status) == 0 && status.f_type == TMPFS_MAGIC;
 }
 
 std::string ProcPath(int fd) {
@@ -119,7 +127,7 @@ OutputOutcome OutputFile::PrepareNamed() {
     if (errno != ENOENT) {
         return Fail(errno);
     }
-    m_CanAsk = true;
+    m_CanAsk = !IsInMemory(m_Directory.Get());
     return OpenUnnamed() ? OutputOutcome{} : OpenTemporary();
 }
 
