@@ -320,15 +320,21 @@ bool ExactRun::ChooseForm() {
     return IsPcapNg() ? FitsPcapNg() : true;
 }
 
-// The format has 16 bits for a link type; a classic header has 26.
+// The format has 16 bits for a link type; a classic header has 26. One that no record has is not
+// needed.
 bool ExactRun::FitsPcapNg() {
+    const auto isTooLarge = [](const capture::Interface& interface) {
+        return interface.linkType > std::numeric_limits<std::uint16_t>::max();
+    };
     for (std::size_t source = 0; source < m_Sources.size(); ++source) {
+        if (!m_Report.inputs[m_Sources[source]].traits.hasRecord) {
+            std::erase_if(m_FirstInterfaces[source], isTooLarge);
+        }
         for (const capture::Interface& interface : m_FirstInterfaces[source]) {
-            if (interface.linkType > std::numeric_limits<std::uint16_t>::max()) {
-                m_Listener.OnInput(
-                    m_Sources[source],
-                    {ProblemKind::kLeftOut,
-                     "its link type is " + LinkType::Shown(interface.linkType), 0, 0});
+            if (isTooLarge(interface)) {
+                Tell(m_Sources[source],
+                     {ProblemKind::kLeftOut,
+                      "its link type is " + LinkType::Shown(interface.linkType), 0, 0});
                 return Refuse(Status::kNothingToWrite,
                               "not written: pcap-ng has no room for such a link type");
             }

@@ -22,16 +22,13 @@ bool RecordWriter::WriteInterface(InputOrder& input, const capture::Interface& i
     return m_Output.Append(*block);
 }
 
-bool RecordWriter::WritePacketBlock(InputOrder& input, std::span<const std::uint8_t> bytes,
-                                    std::int64_t time) {
+bool RecordWriter::WritePacketBlock(const InputOrder& input, std::span<const std::uint8_t> bytes,
+                                    std::int64_t time, TimeChange& change) {
     const capture::Record& record = input.Current();
     const auto length = static_cast<std::uint32_t>(bytes.size());
-    const TimeChange change = PcapNgEncoder::EncodeHead(
-        m_Output.Reserve(PcapNgEncoder::kHeadSize), time, input.interfaces[record.interface].number,
-        length, record.originalLength);
-    if (change != TimeChange::kAsIs) {
-        CountChange(change, input.Tally());
-    }
+    change = PcapNgEncoder::EncodeHead(m_Output.Reserve(PcapNgEncoder::kHeadSize), time,
+                                       input.interfaces[record.interface].number, length,
+                                       record.originalLength);
     return m_Output.Commit(PcapNgEncoder::kHeadSize) && m_Output.Append(bytes) &&
            m_Output.Commit(
                PcapNgEncoder::EncodeTail(m_Output.Reserve(PcapNgEncoder::kMostTail), length));

@@ -63,14 +63,21 @@ class RecordWriter {
             tally.timeline->captured.Add(input.Current().time);
             tally.timeline->written.Add(time);
         }
-        return WriteBytes(input, KeptBytes(input.Current()), time);
+        capture::TimeChange change = capture::TimeChange::kAsIs;
+        const bool isGood = WriteBytes(input, KeptBytes(input.Current()), time, change);
+        if (change != capture::TimeChange::kAsIs) [[unlikely]] {
+            CountChange(change, tally);
+        }
+        return isGood;
     }
 
-    // The same for a copy of it with other bytes, as many as AsWritten gives; it counts as a copy.
+    // The same for a copy of it with other bytes, as many as AsWritten gives. It counts as a copy,
+    // and nothing else is counted of it: what became of the time was with the record.
     [[nodiscard]] bool WriteCopy(InputOrder& input, std::span<const std::uint8_t> bytes,
                                  std::int64_t time) {
         input.Tally().copies += 1;
-        return WriteBytes(input, bytes, time);
+        capture::TimeChange change = capture::TimeChange::kAsIs;
+        return WriteBytes(input, bytes, time, change);
     }
 
     // The record that the input stands on.
@@ -94,28 +101,27 @@ class RecordWriter {
         return {record.data, std::min(record.capturedLength, m_Form.mostBytes)};
     }
 
-    [[nodiscard]] bool WriteBytes(InputOrder& input, std::span<const std::uint8_t> bytes,
-                                  std::int64_t time) {
+    // `change` becomes what the output makes of the time.
+    [[nodiscard]] bool WriteBytes(const InputOrder& input, std::span<const std::uint8_t> bytes,
+                                  std::int64_t time, capture::TimeChange& change) {
         m_StepsBack += time < m_Previous ? 1 : 0;
         m_Previous = time;
         m_Earliest = std::min(m_Earliest, time);
         m_Latest = std::max(m_Latest, time);
         m_Progress.records.store(++m_Count, std::memory_order_relaxed);
         if (m_Form.isPcapNg) {
-            return WritePacketBlock(input, bytes, time);
+            return WritePacketBlock(input, bytes, time, change);
         }
         using capture::RecordEncoder;
-        const capture::TimeChange change = m_Encoder.EncodeHeader(
-            m_Output.Reserve(RecordEncoder::kHeaderSize), time,
-            static_cast<std::uint32_t>(bytes.size()), input.Current().originalLength);
-        if (change != capture::TimeChange::kAsIs) [[unlikely]] {
-            CountChange(change, input.Tally());
-        }
+        change = m_Encoder.EncodeHeader(m_Output.Reserve(RecordEncoder::kHeaderSize), time,
+                                        static_cast<std::uint32_t>(bytes.size()),
+                                        input.Current().originalLength);
         return m_Output.Commit(RecordEncoder::kHeaderSize) && m_Output.Append(bytes);
     }
 
-    [[nodiscard]] bool WritePacketBlock(InputOrder& input, std::span<const std::uint8_t> bytes,
-                                        std::int64_t time);
+    [[nodiscard]] bool WritePacketBlock(const InputOrder& input,
+                                        std::span<const std::uint8_t> bytes, std::int64_t time,
+                                        capture::TimeChange& change);
     void CountChange(capture::TimeChange change, InputTally& tally) const;
 
     capture::BlockWriter& m_Output;

@@ -172,6 +172,27 @@ TEST(ExactCommandLineTest, NamesWhatIsMissing) {
     }
 }
 
+TEST(ExactCommandLineTest, CountsInputsForWhatTheyHold) {
+    PcapNgBuilder net = PcapNgBuilder::Empty().Section();
+    net.Interface(101, 0, net.Option(14, std::string(8, '\xFF')))
+        .PacketOf(0, 1, "\x45\0\0\x14\0\0\0\0\x40\x11\0\0\xC0\xA8\1\1\xC0\xA8\1\2"s);
+    for (const auto& [arguments, status, errors] :
+         {std::tuple{"-squish10 net -out x", 252,  // eleven in the output
+                     "seamtool: net: 1 record from before 1970: written with time 0\n"},
+          {"--format=pcapng a wide -out x", 0, ""},  // no record has that link type
+          {"--format=pcapng a wider -out x", 251,
+           "seamtool: wider: its link type is 70000\n"
+           "seamtool: x: not written: pcap-ng has no room for such a link type\n"}}) {
+        const ExactRun run;
+        run.run.directory.Write("net", net.Bytes());
+        run.run.directory.Write("wide", CaptureBuilder().LinkType(70000).Bytes());
+        run.run.directory.Write("wider", CaptureBuilder().LinkType(70000).Record(1, 0, "w").Bytes());
+        const ToolResult result = run.run("--exact "s + arguments);
+        EXPECT_EQ(result.exitStatus, status) << result;
+        EXPECT_EQ(result.errors, errors) << result;
+    }
+}
+
 TEST(ExactCommandLineTest, GivesTheOutputAFormThatFitsAllInputs) {
     struct Row {
         const char* inputs;
