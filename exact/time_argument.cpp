@@ -79,6 +79,10 @@ class Scanner {
 
 std::optional<std::int64_t> Combine(std::int64_t seconds, std::int64_t nanoseconds) {
     std::int64_t time = 0;
+    if (seconds < 0 && nanoseconds > 0) {  // both of one sign, lest the first overflow by itself
+        seconds += 1;
+        nanoseconds -= kSecond;
+    }
     if (__builtin_mul_overflow(seconds, kSecond, &time) ||
         __builtin_add_overflow(time, nanoseconds, &time)) {
         return std::nullopt;
