@@ -204,6 +204,20 @@ write("report_names", {
     "controls": "\0\n\r\x1b[2J\x7f\\",
     "directories": "/a/b//c/",
 })
+write("exact_options", {
+    "all": "\0".join([
+        "--from=@1", "--to=2026-11-21T12:00:00+01:00", "--snaplen=96", "--dedup=0.5", "--files-from=list", "--quiet",
+        "--format=pcapng", "--compress=zstd", "--report=a.json", "-r", "/tmp", "--", "a", "-", "--b", "-out", "c.zst"]),
+    "squish": "--progress\0-squish10\0a\0-out\0-",
+    "concatenate": "--concatenate\0a\0-out\0c.gz",
+    "fault": "--from=\n\xff\0a\0-out\0b",
+    "local": "2024-02-29T23:59:59.123456789",
+    "west": "1999-12-31T00:00:00.5-09:30",
+    "before_1970": "@-0.000000001",
+    "last": "@9223372036.854775807",
+    "first": "1677-09-21T00:12:43.145224192Z",
+    "list": "a\n\n- b\r\nc",
+})
 
 # Two bytes for the sizes of blocks and pieces behind one for the compression, and a file.
 big_ng = struct.pack(">IIIHHqI", 0x0A0D0D0A, 28, 0x1A2B3C4D, 1, 0, -1, 28)
