@@ -73,10 +73,13 @@ std::optional<std::int64_t> NaiveDate(const std::string& text) {
     static const std::regex kForm(
         R"((\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d)(\.\d{1,9})?(?:Z|([+-])(\d\d):(\d\d))?)");
     std::smatch part;
+    if (!std::regex_match(text, part, kForm)) {
+        return std::nullopt;
+    }
+    const std::string moment = part[1];
     std::tm date{};
-    if (!std::regex_match(text, part, kForm) ||
-        strptime(part[1].str().c_str(), "%Y-%m-%dT%H:%M:%S", &date) == nullptr ||
-        date.tm_sec > 59) {
+    const char* const end = strptime(moment.c_str(), "%Y-%m-%dT%H:%M:%S", &date);
+    if (end == nullptr || *end != '\0' || date.tm_sec > 59) {
         return std::nullopt;
     }
     const int day = date.tm_mday;
