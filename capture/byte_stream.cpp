@@ -43,7 +43,6 @@ class ByteStream::Impl {
     void Failed(int error) { Break({Fault::Kind::kReadFailed, MiscUtils::ErrnoText(error).text}); }
 
     [[nodiscard]] Compression GetCompression() const { return m_Compression; }
-    [[nodiscard]] std::uint64_t RawBytes() const { return m_RawBytes; }
     [[nodiscard]] std::uint64_t GivenBytes() const { return m_GivenBytes; }
     [[nodiscard]] std::uint64_t VerifiedBytes() const { return m_VerifiedBytes; }
     [[nodiscard]] const Fault& GetFault() const { return m_Fault; }
@@ -101,7 +100,6 @@ class ByteStream::Impl {
     bool m_MayHold = false;          // the decoder filled its room
     std::uint64_t m_LeftToSkip = 0;  // of a skippable frame
 
-    std::uint64_t m_RawBytes = 0;
     std::uint64_t m_GivenBytes = 0;
     std::uint64_t m_VerifiedBytes = 0;
     Fault m_Fault;
@@ -149,7 +147,6 @@ std::span<std::uint8_t> ByteStream::Impl::Wanted(std::span<std::uint8_t> out) {
 }
 
 void ByteStream::Impl::Arrived(std::size_t count) {
-    m_RawBytes += count;
     (m_IsDirect ? m_Direct : m_HeldEnd) += count;
 }
 
@@ -333,9 +330,6 @@ void ByteStream::Failed(int error) {
 }
 Compression ByteStream::GetCompression() const {
     return m_Impl->GetCompression();
-}
-std::uint64_t ByteStream::RawBytes() const {
-    return m_Impl->RawBytes();
 }
 std::uint64_t ByteStream::GivenBytes() const {
     return m_Impl->GivenBytes();

@@ -87,10 +87,9 @@ class ByteStream {
     // nothing but skippable frames counts as zstd.
     [[nodiscard]] Compression GetCompression() const;
 
-    // So far: raw bytes taken from the owner; bytes given out; and of these, how many stand before
-    // the last checksum that was found right (or end of a member without one). What stands behind
-    // is doubtful when the next checksum is wrong. Without compression nothing is.
-    [[nodiscard]] std::uint64_t RawBytes() const;
+    // So far: bytes given out, and how many of them stand before the last checksum that was found
+    // right (or end of a member without one). What stands behind is doubtful when the next checksum
+    // is wrong. Without compression nothing is.
     [[nodiscard]] std::uint64_t GivenBytes() const;
     [[nodiscard]] std::uint64_t VerifiedBytes() const;
 
