@@ -3,9 +3,13 @@
 // gives what fitted into the calls before the one that finds out.
 
 #include <algorithm>
+#include <cstdlib>
 #include <limits>
+#include <utility>
 
 #include <bzlib.h>
+#include <linux/mman.h>
+#include <sys/mman.h>
 
 #include "capture/decoder.h"
 
@@ -15,6 +19,55 @@ namespace {
 unsigned Limited(std::size_t size) {
     return static_cast<unsigned>(std::min<std::size_t>(size, std::numeric_limits<int>::max()));
 }
+
+// The memory of one decoder: 4 MiB, of which it uses what a stream's blocks need, up to 3.7 MB. It
+// serves one stream after the other.
+class DecoderMemory {
+ public:
+    // For bz_stream, whose `opaque` is one of these.
+    static void* Allocate(void* opaque, int count, int size) {
+        return static_cast<DecoderMemory*>(opaque)->Take(static_cast<std::size_t>(count) *
+                                                         static_cast<std::size_t>(size));
+    }
+    static void GiveBack(void* opaque, void* place) {
+        static_cast<DecoderMemory*>(opaque)->Return(place);
+    }
+
+    // A block is gone through in no order, and with pages of 4 KiB a tenth of the time is spent
+    // finding them. To be asked for when there is much to decode: it takes a millisecond, and
+    // memory that small blocks do not need. Where the system cannot, all is as before.
+    void UseHugePages() { static_cast<void>(madvise(m_Memory.get(), kSize, MADV_COLLAPSE)); }
+
+ private:
+    static constexpr std::size_t kHugePage = std::size_t{2} << 20U;
+    static constexpr std::size_t kSize = 2 * kHugePage;
+    static constexpr std::size_t kAlignment = 64;
+
+    struct FreeMemory {
+        void operator()(std::uint8_t* memory) const { std::free(memory); }
+    };
+
+    void* Take(std::size_t size) {
+        if (!m_Memory) {
+            m_Memory.reset(static_cast<std::uint8_t*>(std::aligned_alloc(kHugePage, kSize)));
+        }
+        const std::size_t whole = (size + kAlignment - 1) / kAlignment * kAlignment;
+        if (!m_Memory || whole > kSize - m_Used) {
+            return nullptr;
+        }
+        m_Parts += 1;
+        return m_Memory.get() + std::exchange(m_Used, m_Used + whole);
+    }
+
+    void Return(const void* place) {
+        m_Parts -= place != nullptr ? 1 : 0;
+        m_Used = m_Parts == 0 ? 0 : m_Used;
+    }
+
+    std::unique_ptr<std::uint8_t, FreeMemory> m_Memory;
+    std::size_t m_Used = 0;   // from its front
+    std::size_t m_Parts = 0;  // taken and not returned
+};
 
 class Bzip2Decoder final : public Decoder {
  public:
@@ -26,6 +79,9 @@ class Bzip2Decoder final : public Decoder {
     void Reset() override {
         BZ2_bzDecompressEnd(&m_Stream);
         m_Stream = {};
+        m_Stream.bzalloc = DecoderMemory::Allocate;
+        m_Stream.bzfree = DecoderMemory::GiveBack;
+        m_Stream.opaque = &m_Memory;
         m_Result = BZ2_bzDecompressInit(&m_Stream, 0, 0);
     }
 
@@ -39,6 +95,7 @@ class Bzip2Decoder final : public Decoder {
             m_Result = BZ2_bzDecompress(&m_Stream);
             step.taken = Limited(in.size()) - m_Stream.avail_in;
             step.given = Limited(out.size()) - m_Stream.avail_out;
+            NoteGiven(step.given);
         }
         if (m_Result == BZ_STREAM_END) {
             step.isMemberEnd = true;
@@ -51,6 +108,18 @@ class Bzip2Decoder final : public Decoder {
     }
 
  private:
+    static constexpr std::uint64_t kMuch = std::uint64_t{2} << 20U;
+
+    void NoteGiven(std::size_t count) {
+        const bool wasLittle = m_Given < kMuch;
+        m_Given += count;
+        if (wasLittle && m_Given >= kMuch) {
+            m_Memory.UseHugePages();
+        }
+    }
+
+    DecoderMemory m_Memory;  // before what uses it
+    std::uint64_t m_Given = 0;
     bz_stream m_Stream{};
     int m_Result = BZ_OK;
 };
