@@ -7,9 +7,9 @@
 #include <cstdlib>
 #include <ctime>
 #include <optional>
-#include <regex>
 #include <sstream>
 #include <string>
+#include <string_view>
 
 #include "app/input_list.h"
 #include "exact/shown_text.h"
@@ -22,6 +22,8 @@ using namespace velora::exact;
 namespace {
 
 __extension__ using Wide = __int128;
+
+constexpr std::string_view kDigits = "0123456789";
 
 std::vector<std::string> Divided(const std::string& text, char divider) {
     std::vector<std::string> parts;
@@ -58,9 +60,19 @@ void CheckWords(const std::string& text) {
     }
 }
 
-std::int64_t NaiveFraction(std::string digits) {  // ".5"
-    digits.resize(10, '0');
-    return digits[0] == '.' ? std::stoll(digits.substr(1)) : 0;
+// Takes a fraction off the front of the text, and gives its nanoseconds.
+std::optional<std::int64_t> TakeFraction(std::string& text) {
+    if (!text.starts_with('.')) {
+        return 0;
+    }
+    const std::size_t end = std::min(text.find_first_not_of(kDigits, 1), text.size());
+    std::string digits = text.substr(1, end - 1);
+    text.erase(0, end);
+    if (digits.empty() || digits.size() > 9) {
+        return std::nullopt;
+    }
+    digits.resize(9, '0');
+    return std::stoll(digits);
 }
 
 // Nothing where 64 bits do not hold it.
@@ -69,44 +81,62 @@ std::optional<std::int64_t> Held(Wide time) {
     return held == time ? std::optional(held) : std::nullopt;
 }
 
-std::optional<std::int64_t> NaiveDate(const std::string& text) {
-    static const std::regex kForm(
-        R"((\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d)(\.\d{1,9})?(?:Z|([+-])(\d\d):(\d\d))?)");
-    std::smatch part;
-    if (!std::regex_match(text, part, kForm)) {
+// Seconds that the clocks of a zone are ahead: "", "Z" or "+01:00".
+std::optional<int> NaiveZone(const std::string& text) {
+    std::string shape = text;
+    std::ranges::replace_if(
+        shape, [](char character) { return kDigits.find(character) != kDigits.npos; }, '0');
+    if (text.empty() || text == "Z") {
+        return 0;
+    }
+    if (shape != "+00:00" && shape != "-00:00") {
         return std::nullopt;
     }
-    const std::string moment = part[1];
+    const int hours = std::stoi(text.substr(1, 2));
+    const int minutes = std::stoi(text.substr(4));
+    const int east = 60 * (60 * hours + minutes);
+    return hours > 23 || minutes > 59 ? std::nullopt : std::optional(text[0] == '-' ? -east : east);
+}
+
+std::optional<std::int64_t> NaiveDate(const std::string& text) {
+    constexpr std::size_t kSize = 19;
+    const std::string moment = text.substr(0, kSize);
     std::tm date{};
+    // The C library takes shorter numbers and blanks too, and reads a number up to its largest.
     const char* const end = strptime(moment.c_str(), "%Y-%m-%dT%H:%M:%S", &date);
-    if (end == nullptr || *end != '\0' || date.tm_sec > 59) {
+    if (end != moment.c_str() + kSize || moment.find_first_of(" +\t\n\v\f\r") != moment.npos ||
+        date.tm_sec > 59) {
         return std::nullopt;
     }
     const int day = date.tm_mday;
     const Wide seconds = timegm(&date);
-    if (date.tm_mday != day) {  // the month has no such day, and it was taken for one of the next
-        return std::nullopt;
-    }
-    Wide east = 0;
-    if (part[3].matched) {
-        const int hours = std::stoi(part[4]);
-        const int minutes = std::stoi(part[5]);
-        if (hours > 23 || minutes > 59) {
-            return std::nullopt;
-        }
-        east = (part[3] == "-" ? -60 : 60) * (60 * hours + minutes);
-    }
-    return Held((seconds - east) * 1'000'000'000 + NaiveFraction(part[2]));
+    std::string rest = text.substr(kSize);
+    const auto fraction = TakeFraction(rest);
+    const auto east = NaiveZone(rest);
+    // Another day: the month has no such, and it was taken for one of the next.
+    return fraction && east && date.tm_mday == day
+               ? Held((seconds - *east) * 1'000'000'000 + *fraction)
+               : std::nullopt;
 }
 
 std::optional<std::int64_t> NaiveTime(const std::string& text) {
-    static const std::regex kForm(R"(@(-?)0*(\d{1,18})(\.\d{1,9})?)");
-    std::smatch part;
-    if (!std::regex_match(text, part, kForm)) {
+    if (!text.starts_with('@')) {
         return NaiveDate(text);
     }
-    const Wide time = Wide{std::stoll(part[2])} * 1'000'000'000 + NaiveFraction(part[3]);
-    return Held(part[1].length() > 0 ? -time : time);
+    std::string rest = text.substr(1);
+    const bool isNegative = rest.starts_with('-');
+    rest.erase(0, isNegative ? 1 : 0);
+    const std::size_t end = std::min(rest.find_first_not_of(kDigits), rest.size());
+    const std::string digits = rest.substr(0, end);
+    rest.erase(0, end);
+    const auto fraction = TakeFraction(rest);
+    const std::size_t significant =
+        digits.size() - std::min(digits.find_first_not_of('0'), digits.size());
+    if (digits.empty() || significant > 18 || !fraction || !rest.empty()) {
+        return std::nullopt;
+    }
+    const Wide time = Wide{std::stoll(digits)} * 1'000'000'000 + *fraction;
+    return Held(isNegative ? -time : time);
 }
 
 void CheckList(const std::string& text) {
