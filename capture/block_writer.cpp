@@ -5,8 +5,6 @@
 #include <new>
 #include <utility>
 
-#include "utils/scope_guards.h"
-
 namespace velora::capture {
 
 namespace {
@@ -23,10 +21,6 @@ std::uint8_t* AllocateBlock(std::size_t size) {
 }
 
 }  // namespace
-
-void BlockWriter::FreeBlock::operator()(std::uint8_t* block) const {
-    std::free(block);
-}
 
 BlockWriter::BlockWriter(ByteSink& sink, std::size_t blockSize, std::size_t blocks)
     : m_Sink(sink), m_BlockSize(blockSize), m_Sizes(blocks) {

@@ -23,6 +23,7 @@
 #include <vector>
 
 #include "capture/byte_sink.h"
+#include "utils/scope_guards.h"
 
 namespace velora::capture {
 
@@ -75,10 +76,7 @@ class BlockWriter {
     [[nodiscard]] OutputOutcome Finish();
 
  private:
-    struct FreeBlock {
-        void operator()(std::uint8_t* block) const;
-    };
-
+    // With m_Mutex held.
     [[nodiscard]] bool IsHalfFree() const { return m_Filled - m_Written <= m_Blocks.size() / 2; }
     bool HandOver();
     bool NextBlock(std::size_t size);
@@ -88,7 +86,7 @@ class BlockWriter {
 
     ByteSink& m_Sink;
     const std::size_t m_BlockSize;
-    std::vector<std::unique_ptr<std::uint8_t, FreeBlock>> m_Blocks;
+    std::vector<MiscUtils::UniqueMemory<std::uint8_t>> m_Blocks;
     std::vector<std::size_t> m_Sizes;  // of the blocks that were handed over
 
     // The owner's place in its block. Behind m_End there is room for what was reserved before it.

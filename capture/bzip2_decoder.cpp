@@ -12,6 +12,7 @@
 #include <sys/mman.h>
 
 #include "capture/decoder.h"
+#include "utils/scope_guards.h"
 
 namespace velora::capture {
 namespace {
@@ -43,10 +44,6 @@ class DecoderMemory {
     static constexpr std::size_t kSize = 2 * kHugePage;
     static constexpr std::size_t kAlignment = 64;
 
-    struct FreeMemory {
-        void operator()(std::uint8_t* memory) const { std::free(memory); }
-    };
-
     void* Take(std::size_t size) {
         if (!m_Memory) {
             m_Memory.reset(static_cast<std::uint8_t*>(std::aligned_alloc(kHugePage, kSize)));
@@ -64,7 +61,7 @@ class DecoderMemory {
         m_Used = m_Parts == 0 ? 0 : m_Used;
     }
 
-    std::unique_ptr<std::uint8_t, FreeMemory> m_Memory;
+    MiscUtils::UniqueMemory<std::uint8_t> m_Memory;
     std::size_t m_Used = 0;   // from its front
     std::size_t m_Parts = 0;  // taken and not returned
 };

@@ -75,7 +75,7 @@ class ExactRun {
     bool OpenInputs();
     bool LookAtInputs();
     bool ChooseForm();
-    bool FitsPcapNg();
+    bool FitIntoPcapNg();
     void WriteOutput();
     bool WriteRecords(capture::BlockWriter& writer);
     bool BeginRecords();
@@ -317,12 +317,12 @@ bool ExactRun::ChooseForm() {
                       : m_Form.hasNanoseconds ? capture::Format::kClassicNanoseconds
                                               : capture::Format::kClassicMicroseconds;
     m_Report.compression = m_Job.compression;
-    return IsPcapNg() ? FitsPcapNg() : true;
+    return !IsPcapNg() || FitIntoPcapNg();
 }
 
-// The format has 16 bits for a link type; a classic header has 26. One that no record has is not
-// needed.
-bool ExactRun::FitsPcapNg() {
+// The format has 16 bits for a link type; a classic header has 26. An interface that does not fit
+// is left away where no record needs it.
+bool ExactRun::FitIntoPcapNg() {
     const auto isTooLarge = [](const capture::Interface& interface) {
         return interface.linkType > std::numeric_limits<std::uint16_t>::max();
     };

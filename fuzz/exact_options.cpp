@@ -4,7 +4,6 @@
 #include "app/exact_options.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <ctime>
 #include <optional>
 #include <sstream>

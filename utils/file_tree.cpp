@@ -236,10 +236,7 @@ void MoveOrCopy(const std::string& source, const std::string& target) {
 }
 
 std::string CanonicalPath(const std::string& path) {
-    struct Free {
-        void operator()(char* text) const { std::free(text); }
-    };
-    const std::unique_ptr<char, Free> canonical(realpath(path.c_str(), nullptr));
+    const UniqueMemory<char> canonical(realpath(path.c_str(), nullptr));
     if (!canonical) {
         throw DirFailure(errno, "realpath() cannot convert to canonical: ", path);
     }

@@ -13,6 +13,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <utility>
 
@@ -84,6 +85,10 @@ struct CloseFile {
     }
 };
 
+struct FreeMemory {
+    void operator()(void* memory) const noexcept { std::free(memory); }  // leaves errno alone
+};
+
 struct CloseDir {
     void operator()(DIR* directory) const noexcept {
         const ScopedErrno keepErrno;
@@ -99,6 +104,10 @@ using UniqueFile = std::unique_ptr<std::FILE, detail::CloseFile>;
 
 // Owns an open directory.
 using UniqueDir = std::unique_ptr<DIR, detail::CloseDir>;
+
+// Owns what malloc(3) or one of its kin gave.
+template <typename Value>
+using UniqueMemory = std::unique_ptr<Value, detail::FreeMemory>;
 
 // Blocks all signals for this thread, and so for every thread that is started in its scope: what a
 // signal is to do is then done by the threads that know of it.
