@@ -1,5 +1,6 @@
-// xz by liblzma, which calls a wrong checksum what it calls other damage. A decoder for each
-// stream: the library's own loop over streams refuses padding that is no multiple of four.
+// xz by liblzma, which calls a wrong checksum what it calls other damage, and sees damage sooner or
+// later by the room that it is given: up to some hundred bytes behind it may come out. A decoder
+// for each stream: the library's own loop over streams refuses padding that is no multiple of four.
 
 #include <lzma.h>
 
