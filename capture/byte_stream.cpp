@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -40,7 +41,10 @@ class ByteStream::Impl {
     std::span<std::uint8_t> Wanted(std::span<std::uint8_t> out);
     void Arrived(std::size_t count);
     void Ended() { m_HasEnded = true; }
-    void Failed(int error) { Break({Fault::Kind::kReadFailed, MiscUtils::ErrnoText(error).text}); }
+    void Failed(int error) {
+        m_ReadFault = {Fault::Kind::kReadFailed, MiscUtils::ErrnoText(error).text};
+        m_HasEnded = true;
+    }
 
     [[nodiscard]] Compression GetCompression() const { return m_Compression; }
     [[nodiscard]] std::uint64_t GivenBytes() const { return m_GivenBytes; }
@@ -92,6 +96,7 @@ class ByteStream::Impl {
     bool m_IsDirect = false;   // the bytes last wanted go to where the next Read's `out` begins
     std::size_t m_Direct = 0;  // how many arrived there
     bool m_HasEnded = false;
+    std::optional<Fault> m_ReadFault;  // that ended it
 
     Place m_Place = Place::kFileStart;
     Compression m_Compression = Compression::kNone;
@@ -137,7 +142,7 @@ std::span<std::uint8_t> ByteStream::Impl::Wanted(std::span<std::uint8_t> out) {
     if (m_IsDirect) {
         return out;
     }
-    // What is held here is less than it takes to tell what follows: a few bytes.
+    // What is held here is less than it takes to tell what follows, or than the decoder wants.
     std::copy(m_Raw.begin() + static_cast<std::ptrdiff_t>(m_HeldBegin),
               m_Raw.begin() + static_cast<std::ptrdiff_t>(m_HeldEnd), m_Raw.begin());
     m_HeldEnd -= m_HeldBegin;
@@ -179,11 +184,12 @@ bool ByteStream::Impl::GoOnPlain(std::span<std::uint8_t> out, std::size_t& given
 }
 
 bool ByteStream::Impl::GoOnInMember(std::span<std::uint8_t> out, std::size_t& given) {
-    const bool hasBytes = !Held().empty();
-    if (!hasBytes && !m_MayHold) {
+    const bool isEnough = m_HasEnded || Held().size() >= m_Decoder->LeastInput();
+    const auto in = isEnough ? Held() : std::span<const std::uint8_t>();
+    if (in.empty() && !m_MayHold) {
         return false;
     }
-    Decoder::Step step = m_Decoder->Decode(Held(), out);
+    Decoder::Step step = m_Decoder->Decode(in, out);
     m_HeldBegin += step.taken;
     given = step.given;
     m_MayHold = given == out.size();
@@ -191,7 +197,7 @@ bool ByteStream::Impl::GoOnInMember(std::span<std::uint8_t> out, std::size_t& gi
         Break(std::move(*step.fault));
     } else if (step.isMemberEnd) {
         m_Place = Place::kBetween;
-    } else if (hasBytes && step.taken == 0 && given == 0) {
+    } else if (!in.empty() && step.taken == 0 && given == 0) {
         Break(BadData(m_Compression, "they lead nowhere"));
     }
     return true;
@@ -287,6 +293,10 @@ bool ByteStream::Impl::HoldsPartOfMember() const {
 }
 
 void ByteStream::Impl::MeetEnd() {
+    if (m_ReadFault) {
+        Break(std::move(*m_ReadFault));
+        return;
+    }
     if (m_Place == Place::kFileStart && TellMember(Held()) == MemberStart::kSkippable) {
         m_Compression = Compression::kZstd;
     } else if (m_Place == Place::kFileStart) {

@@ -11,7 +11,7 @@
 #include <linux/mman.h>
 #include <sys/mman.h>
 
-#include "capture/decoder.h"
+#include "capture/steady_decoder.h"
 #include "utils/scope_guards.h"
 
 namespace velora::capture {
@@ -124,7 +124,7 @@ class Bzip2Decoder final : public Decoder {
 }  // namespace
 
 std::unique_ptr<Decoder> MakeBzip2Decoder() {
-    return std::make_unique<Bzip2Decoder>();
+    return std::make_unique<SteadyDecoder>(std::make_unique<Bzip2Decoder>());
 }
 
 }  // namespace velora::capture

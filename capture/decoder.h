@@ -34,12 +34,16 @@ class Decoder {
     Decoder(const Decoder&) = delete;
     Decoder& operator=(const Decoder&) = delete;
 
-    // Goes on with the member: takes all of `in`, or fills `out`, or both, or the member is over,
+    // Goes on with the member: takes bytes of `in`, or gives some, or both, or the member is over,
     // or broken. `in` begins with the member's first byte when the decoder is new or reset, and
     // with the first byte not taken ever after. Where a Step filled `out`, more may be to come
     // without further bytes: the next call's `in` may then be empty.
     [[nodiscard]] virtual Step Decode(std::span<const std::uint8_t> in,
                                       std::span<std::uint8_t> out) = 0;
+
+    // How many bytes the next call's `in` must have, up to 4096, if it is not empty and the file
+    // has as many.
+    [[nodiscard]] virtual std::size_t LeastInput() const { return 1; }
 
     // Makes ready for another member.
     virtual void Reset() = 0;

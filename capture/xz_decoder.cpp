@@ -1,10 +1,9 @@
-// xz by liblzma, which calls a wrong checksum what it calls other damage, and sees damage sooner or
-// later by the room that it is given: up to some hundred bytes behind it may come out. A decoder
-// for each stream: the library's own loop over streams refuses padding that is no multiple of four.
+// xz by liblzma, which calls a wrong checksum what it calls other damage. A decoder for each
+// stream: the library's own loop over streams refuses padding that is no multiple of four.
 
 #include <lzma.h>
 
-#include "capture/decoder.h"
+#include "capture/steady_decoder.h"
 
 namespace velora::capture {
 namespace {
@@ -71,7 +70,7 @@ class XzDecoder final : public Decoder {
 }  // namespace
 
 std::unique_ptr<Decoder> MakeXzDecoder() {
-    return std::make_unique<XzDecoder>();
+    return std::make_unique<SteadyDecoder>(std::make_unique<XzDecoder>());
 }
 
 }  // namespace velora::capture

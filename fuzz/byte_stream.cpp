@@ -79,11 +79,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::size_t common = std::min({whole.bytes.size(), pieces.bytes.size(), kEnough});
     Check(whole.bytes.compare(0, common, pieces.bytes, 0, common) == 0, "the bytes are the same");
     if (whole.isWhole && pieces.isWhole) {
-        // libbz2 and liblzma may find damage some bytes later when they have more at hand.
-        const bool isVague =
-            whole.fault.kind == ByteStream::Fault::Kind::kDamaged &&
-            (whole.compression == Compression::kBzip2 || whole.compression == Compression::kXz);
-        Check(isVague || whole.bytes.size() == pieces.bytes.size(), "as many bytes are given");
+        Check(whole.bytes.size() == pieces.bytes.size(), "as many bytes are given");
         Check(whole.state == pieces.state && whole.fault.kind == pieces.fault.kind &&
                   whole.fault.reason == pieces.fault.reason,
               "both end in the same way");

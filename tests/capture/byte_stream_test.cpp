@@ -30,8 +30,8 @@ struct Outcome {
     std::uint64_t verified = 0;
 };
 
-// The owner of a stream: reads `file` in pieces, into an `out` of that size.
-Outcome Drain(const std::string& file, std::size_t piece = kWhole, std::size_t outSize = kWhole) {
+// The owner of a stream: reads `file` in pieces, into an `out` of that size. Its last read fails if `error` is not 0.
+Outcome Drain(const std::string& file, std::size_t piece = kWhole, std::size_t outSize = kWhole, int error = 0) {
     ByteStream stream(4096);
     Outcome outcome;
     std::size_t taken = 0;
@@ -52,7 +52,7 @@ Outcome Drain(const std::string& file, std::size_t piece = kWhole, std::size_t o
             const std::size_t count =
                 file.copy(reinterpret_cast<char*>(place.data()), std::min(piece, place.size()), taken);
             taken += count;
-            count > 0 ? stream.Arrived(count) : stream.Ended();
+            count > 0 ? stream.Arrived(count) : error == 0 ? stream.Ended() : stream.Failed(error);
         } else {
             outcome.compression = stream.GetCompression();
             outcome.verified = stream.VerifiedBytes();
@@ -160,7 +160,7 @@ TEST(ByteStreamTest, ReadsMembersOfEachCompressionToTheLast) {
     }
 }
 
-TEST(ByteStreamTest, GivesAllInFrontOfACut) {
+TEST(ByteStreamTest, GivesAllInFrontOfACutOrAFailedRead) {
     const std::string text = Text(800);
     for (const Codec& codec : kCodecs) {
         const std::string file = codec.compress(text);
@@ -168,6 +168,9 @@ TEST(ByteStreamTest, GivesAllInFrontOfACut) {
         for (std::size_t size = 0; size < file.size(); ++size) {
             SCOPED_TRACE(NameOf(codec.compression) + ", cut to "s + std::to_string(size));
             const Outcome outcome = Drain(file.substr(0, size), kWhole, 4096);
+            const Outcome failed = Drain(file.substr(0, size), 100, 4096, EIO);
+            EXPECT_EQ(failed.fault, Kind::kReadFailed);
+            EXPECT_EQ(failed.bytes, size < codec.magicSize ? "" : outcome.bytes);
             if (size < codec.magicSize) {
                 EXPECT_FALSE(outcome.fault) << "not known to be compressed";
                 EXPECT_EQ(outcome.bytes, file.substr(0, size));
