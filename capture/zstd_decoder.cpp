@@ -67,12 +67,15 @@ class ZstdDecoder final : public Decoder {
         void operator()(ZSTD_DCtx* context) const { ZSTD_freeDCtx(context); }
     };
 
-    // What the library asks for in the middle of a frame covers the header of the next block, too.
+    // What the library asks for covers the header of the next block, too, but for the last block.
+    // At the end of that it finds the content to be of another size than declared. It gives a
+    // stored block as it comes, so the last bytes go in one by one: all but one of the block are
+    // given, in whatever pieces they arrived.
     [[nodiscard]] std::size_t Admitted(std::size_t size) const {
         if (m_MayHold) {
             return 0;
         }
-        return std::min(size, m_Asked > kBlockHeaderSize ? m_Asked - kBlockHeaderSize : m_Asked);
+        return std::min(size, m_Asked > kBlockHeaderSize ? m_Asked - kBlockHeaderSize : 1);
     }
 
     static ByteStream::Fault FaultFor(std::size_t result) {

@@ -249,6 +249,8 @@ TEST(ByteStreamTest, KnowsSkippableFramesRefusedKindsAndDamage) {
         {"xz dictionary of 192 MiB", XzWithDictionary(text, 31), "", Kind::kRefused, "xz -dc FILE |", 0, xz},
         {"zstd block of an unknown type", ZstdHeader(0) + ZstdBlock("abc", false) + "\x06\0\0"s, "abc", Kind::kDamaged,
          "bad zstd data: ", 0, zstd},
+        {"zstd content of another size than declared", "\x28\xB5\x2F\xFD\x20\x09" + ZstdBlock("abcdef", true), "abcde",
+         Kind::kDamaged, "bad zstd data: ", 0, zstd},
         {"lz4 block too large", Lz4Header() + Lz4Block("abc") + "\xFF\xFF\xFF\0"s, "abc", Kind::kDamaged,
          "bad lz4 data: maxBlockSize_invalid", 0, lz4},
         {"lz4 block of no bytes", Lz4Header() + Lz4Block("") + Lz4("").substr(7), "", {}, "", 0, lz4},
