@@ -13,6 +13,9 @@ namespace velora::capture {
 namespace {
 
 constexpr std::size_t kFirstRaw = 4096;  // enough to tell what it is
+// How far the libraries come with a damaged or cut member depends on the ends of what they are
+// given. So they get it by pieces of one size, counted from the member's start, however it arrives.
+constexpr std::size_t kPiece = 4096;
 constexpr std::size_t kSkippableHeaderSize = 8;
 constexpr std::size_t kSkippableSizeOffset = 4;
 
@@ -102,6 +105,7 @@ class ByteStream::Impl {
     Compression m_Compression = Compression::kNone;
     bool m_IsTold = false;  // of the compression; not while only skippable frames were met
     std::unique_ptr<Decoder> m_Decoder;
+    std::size_t m_LeftOfPiece = 0;   // not taken yet; 0: the next piece has not begun
     bool m_MayHold = false;          // the decoder filled its room
     std::uint64_t m_LeftToSkip = 0;  // of a skippable frame
 
@@ -142,7 +146,7 @@ std::span<std::uint8_t> ByteStream::Impl::Wanted(std::span<std::uint8_t> out) {
     if (m_IsDirect) {
         return out;
     }
-    // What is held here is less than it takes to tell what follows, or than the decoder wants.
+    // What is held here is less than it takes to tell what follows, or than a piece.
     std::copy(m_Raw.begin() + static_cast<std::ptrdiff_t>(m_HeldBegin),
               m_Raw.begin() + static_cast<std::ptrdiff_t>(m_HeldEnd), m_Raw.begin());
     m_HeldEnd -= m_HeldBegin;
@@ -184,13 +188,16 @@ bool ByteStream::Impl::GoOnPlain(std::span<std::uint8_t> out, std::size_t& given
 }
 
 bool ByteStream::Impl::GoOnInMember(std::span<std::uint8_t> out, std::size_t& given) {
-    const bool isEnough = m_HasEnded || Held().size() >= m_Decoder->LeastInput();
-    const auto in = isEnough ? Held() : std::span<const std::uint8_t>();
-    if (in.empty() && !m_MayHold) {
-        return false;
+    if (m_LeftOfPiece == 0 && !m_MayHold) {
+        if (Held().empty() || (Held().size() < kPiece && !m_HasEnded)) {
+            return false;
+        }
+        m_LeftOfPiece = std::min(Held().size(), kPiece);
     }
+    const auto in = Held().first(m_LeftOfPiece);
     Decoder::Step step = m_Decoder->Decode(in, out);
     m_HeldBegin += step.taken;
+    m_LeftOfPiece -= step.taken;
     given = step.given;
     m_MayHold = given == out.size();
     if (step.fault) {
@@ -244,6 +251,7 @@ bool ByteStream::Impl::BeginMember() {
     m_Compression = CompressionOf(start);
     m_IsTold = true;
     m_Place = Place::kMember;
+    m_LeftOfPiece = 0;
     m_MayHold = false;
     if (m_Decoder) {
         m_Decoder->Reset();

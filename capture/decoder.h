@@ -41,10 +41,6 @@ class Decoder {
     [[nodiscard]] virtual Step Decode(std::span<const std::uint8_t> in,
                                       std::span<std::uint8_t> out) = 0;
 
-    // How many bytes the next call's `in` must have, up to 4096, if it is not empty and the file
-    // has as many.
-    [[nodiscard]] virtual std::size_t LeastInput() const { return 1; }
-
     // Makes ready for another member.
     virtual void Reset() = 0;
 };
