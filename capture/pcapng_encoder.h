@@ -4,7 +4,7 @@
 //
 //     writer.Append(PcapNgEncoder::SectionHeader());
 //     writer.Append(*PcapNgEncoder::InterfaceDescription(linkType, snapLen, "eth0"));  // number 0
-//     PcapNgEncoder::EncodeHead(writer.Reserve(PcapNgEncoder::kHeadSize), time, 0, ...);
+//     PcapNgEncoder::EncodeHead(writer.Reserve(), time, 0, ...);
 //     writer.Commit(PcapNgEncoder::kHeadSize), then the captured bytes, then the same with
 //     EncodeTail
 

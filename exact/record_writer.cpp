@@ -26,12 +26,11 @@ bool RecordWriter::WritePacketBlock(const InputOrder& input, std::span<const std
                                     std::int64_t time, TimeChange& change) {
     const capture::Record& record = input.Current();
     const auto length = static_cast<std::uint32_t>(bytes.size());
-    change = PcapNgEncoder::EncodeHead(m_Output.Reserve(PcapNgEncoder::kHeadSize), time,
+    change = PcapNgEncoder::EncodeHead(m_Output.Reserve(), time,
                                        input.interfaces[record.interface].number, length,
                                        record.originalLength);
     return m_Output.Commit(PcapNgEncoder::kHeadSize) && m_Output.Append(bytes) &&
-           m_Output.Commit(
-               PcapNgEncoder::EncodeTail(m_Output.Reserve(PcapNgEncoder::kMostTail), length));
+           m_Output.Commit(PcapNgEncoder::EncodeTail(m_Output.Reserve(), length));
 }
 
 void RecordWriter::CountChange(TimeChange change, InputTally& tally) const {

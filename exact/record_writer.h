@@ -113,7 +113,7 @@ class RecordWriter {
             return WritePacketBlock(input, bytes, time, change);
         }
         using capture::RecordEncoder;
-        change = m_Encoder.EncodeHeader(m_Output.Reserve(RecordEncoder::kHeaderSize), time,
+        change = m_Encoder.EncodeHeader(m_Output.Reserve(), time,
                                         static_cast<std::uint32_t>(bytes.size()),
                                         input.Current().originalLength);
         return m_Output.Commit(RecordEncoder::kHeaderSize) && m_Output.Append(bytes);

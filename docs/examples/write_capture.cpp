@@ -25,8 +25,8 @@ OutputOutcome WriteBeginnings(CaptureReader& reader, OutputFile& output) {
     for (; isGood && record != nullptr; record = reader.Next()) {
         const std::uint32_t length = std::min(record->capturedLength, kMostBytes);
         // A time that the file cannot hold becomes the nearest that it can, and this would tell.
-        static_cast<void>(encoder.EncodeHeader(writer.Reserve(RecordEncoder::kHeaderSize),
-                                               record->time, length, record->originalLength));
+        static_cast<void>(
+            encoder.EncodeHeader(writer.Reserve(), record->time, length, record->originalLength));
         isGood = writer.Commit(RecordEncoder::kHeaderSize) &&
                  writer.Append(record->Bytes().first(length));
     }
