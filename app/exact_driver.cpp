@@ -89,10 +89,11 @@ class SignalSetup {
         std::signal(SIGXFSZ, SIG_IGN);
     }
 
-    // Ends the process by SIGPIPE, as one that had not looked would have ended; comes back where
-    // that signal was ignored at the start.
+    // Ends the process by SIGPIPE, as one that had not looked would have ended, and leaves nothing
+    // behind; comes back where that signal was ignored at the start.
     void EndByPipe() const {
         if (!m_WasPipeIgnored) {
+            OutputFile::RemoveUnfinished();
             std::signal(SIGPIPE, SIG_DFL);
             raise(SIGPIPE);
         }
