@@ -7,8 +7,11 @@
 #include <cstdint>
 #include <cstdio>
 #include <ctime>
+#include <new>
 #include <string_view>
 
+#include <poll.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include "capture/plain_words.h"
@@ -33,12 +36,24 @@ constexpr std::string_view kWipe = "\r\033[K";
 std::atomic<bool> g_isDrawn = false;
 static_assert(std::atomic<bool>::is_always_lock_free);
 
+// As much of a line as the terminal shows in one: what wraps could not be wiped.
+std::string Fitting(std::string line) {
+    winsize size{};
+    if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) {
+        line.resize(std::min<std::size_t>(line.size(), size.ws_col - 1U));
+    }
+    return line;
+}
+
 }  // namespace
 
 void WriteToStandardError(std::string_view text) noexcept {
     while (!text.empty()) {
         const ssize_t count = write(STDERR_FILENO, text.data(), text.size());
-        if (count < 0 && errno != EINTR) {
+        if (count < 0 && errno == EAGAIN) {  // whoever shares it with us has set O_NONBLOCK
+            pollfd wait{.fd = STDERR_FILENO, .events = POLLOUT, .revents = 0};
+            static_cast<void>(poll(&wait, 1, -1));
+        } else if (count < 0 && errno != EINTR) {
             return;
         }
         text.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
@@ -66,11 +81,13 @@ void ProgressLine::Draw() {
                      : std::chrono::duration_cast<std::chrono::milliseconds>(kLineInterval);
     std::unique_lock lock(m_Mutex);
     while (!m_HasEnded.wait_for(lock, interval, [this] { return m_IsEnding; })) {
-        if (m_IsTerminal) {
-            g_isDrawn = true;
-            WriteToStandardError(std::string(kWipe) + Text());
-        } else {
-            WriteToStandardError(Text() + "\n");
+        try {
+            const std::string text =
+                m_IsTerminal ? std::string(kWipe) + Fitting(Text()) : Text() + "\n";
+            g_isDrawn = m_IsTerminal;
+            WriteToStandardError(text);
+        } catch (const std::bad_alloc&) {
+            continue;  // a line less is no harm
         }
     }
 }

@@ -72,7 +72,7 @@ bool BlockWriter::AppendLong(std::span<const std::uint8_t> bytes) {
         const auto count = std::min(bytes.size(), static_cast<std::size_t>(m_End - m_Next));
         std::memcpy(m_Next, bytes.data(), count);
         bytes = bytes.subspan(count);
-        isGood = Commit(count);
+        isGood = Commit(count) && isGood;
     }
     return isGood;
 }
@@ -80,6 +80,9 @@ bool BlockWriter::AppendLong(std::span<const std::uint8_t> bytes) {
 OutputOutcome BlockWriter::Finish() {
     static_cast<void>(Flush());
     EndThread(false);
+    if (m_Thrown) {
+        std::rethrow_exception(m_Thrown);
+    }
     OutputOutcome finished = m_Sink.Finish();
     return m_Outcome.IsGood() ? finished : m_Outcome;
 }
@@ -107,9 +110,17 @@ void BlockWriter::Run() {
         const std::span<const std::uint8_t> bytes(m_Blocks[at].get(), m_Sizes[at]);
         if (m_Outcome.IsGood() && !bytes.empty()) {
             lock.unlock();
-            OutputOutcome outcome = m_Sink.Write(bytes);
+            OutputOutcome outcome;
+            std::exception_ptr thrown;
+            try {
+                outcome = m_Sink.Write(bytes);
+            } catch (...) {
+                thrown = std::current_exception();
+                outcome.kind = OutputOutcome::Kind::kCannot;
+            }
             lock.lock();
             m_Outcome = std::move(outcome);
+            m_Thrown = std::move(thrown);
         }
         m_Written += 1;
         if (IsHalfFree()) {

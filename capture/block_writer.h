@@ -2,7 +2,7 @@
 // the owner fills the next. So building the output and the system's copying of it overlap.
 //
 //     BlockWriter writer(sink);
-//     encoder.EncodeHeader(writer.Reserve(16), ...);     // for each record
+//     encoder.EncodeHeader(writer.Reserve(), ...);       // for each record
 //     if (!writer.Commit(16) || !writer.Append(bytes)) …  // it has failed: see Finish
 //     OutputOutcome outcome = writer.Finish();
 //
@@ -16,6 +16,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <exception>
 #include <memory>
 #include <mutex>
 #include <span>
@@ -32,7 +33,7 @@ class BlockWriter {
     // How large blocks are, in bytes, and how many, unless it is said otherwise.
     static constexpr std::size_t kBlockSize = std::size_t{1} << 18;
     static constexpr std::size_t kBlocks = 16;
-    static constexpr std::size_t kMostReserved = 64;  // bytes that Reserve gives at most
+    static constexpr std::size_t kMostReserved = 64;  // bytes that Reserve gives
 
     // `blockSize` is at least kMostReserved; there are at least two blocks. Their memory is not
     // touched before it is filled. Throws std::bad_alloc or std::system_error when the system gives
@@ -45,9 +46,9 @@ class BlockWriter {
     BlockWriter(const BlockWriter&) = delete;
     BlockWriter& operator=(const BlockWriter&) = delete;
 
-    // Room for up to kMostReserved bytes that come next, to be built in place. It is good until the
-    // next call of any other operation; Commit says how many there are.
-    [[nodiscard]] std::uint8_t* Reserve(std::size_t /*count*/) { return m_Next; }
+    // Room for kMostReserved bytes that come next, to be built in place. It is good until the next
+    // call of any other operation; Commit says how many there are, at most so many.
+    [[nodiscard]] std::uint8_t* Reserve() { return m_Next; }
 
     // Commit and Append are false once a write has failed, which shows when a block is handed over.
     // The bytes are dropped from then on; Finish tells why.
@@ -72,7 +73,8 @@ class BlockWriter {
     [[nodiscard]] bool Flush();
 
     // Has everything written, ends the thread, finishes the sink in the caller's thread and tells
-    // the outcome, or that of the first write that failed. Called once, last.
+    // the outcome, or that of the first write that failed. Throws what the sink has thrown, which
+    // then is not finished. Called once, last.
     [[nodiscard]] OutputOutcome Finish();
 
  private:
@@ -99,7 +101,8 @@ class BlockWriter {
     std::uint64_t m_Written = 0;  // blocks of these that are done with
     bool m_IsEnding = false;
     bool m_IsDropping = false;
-    OutputOutcome m_Outcome;  // of the writes
+    OutputOutcome m_Outcome;      // of the writes
+    std::exception_ptr m_Thrown;  // by a write, which counts as failed
 
     std::thread m_Thread;  // last: it uses all of the above
 };

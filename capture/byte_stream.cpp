@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <optional>
 #include <utility>
 #include <vector>
 
@@ -45,7 +44,7 @@ class ByteStream::Impl {
     void Arrived(std::size_t count);
     void Ended() { m_HasEnded = true; }
     void Failed(int error) {
-        m_ReadFault = {Fault::Kind::kReadFailed, MiscUtils::ErrnoText(error).text};
+        m_ReadError = error;
         m_HasEnded = true;
     }
 
@@ -99,7 +98,7 @@ class ByteStream::Impl {
     bool m_IsDirect = false;   // the bytes last wanted go to where the next Read's `out` begins
     std::size_t m_Direct = 0;  // how many arrived there
     bool m_HasEnded = false;
-    std::optional<Fault> m_ReadFault;  // that ended it
+    int m_ReadError = 0;  // that ended it, if any did
 
     Place m_Place = Place::kFileStart;
     Compression m_Compression = Compression::kNone;
@@ -301,8 +300,8 @@ bool ByteStream::Impl::HoldsPartOfMember() const {
 }
 
 void ByteStream::Impl::MeetEnd() {
-    if (m_ReadFault) {
-        Break(std::move(*m_ReadFault));
+    if (m_ReadError != 0) {
+        Break({Fault::Kind::kReadFailed, MiscUtils::ErrnoText(m_ReadError).text});
         return;
     }
     if (m_Place == Place::kFileStart && TellMember(Held()) == MemberStart::kSkippable) {
@@ -337,13 +336,13 @@ ByteStream::Step ByteStream::Read(std::span<std::uint8_t> out) {
 std::span<std::uint8_t> ByteStream::Wanted(std::span<std::uint8_t> out) {
     return m_Impl->Wanted(out);
 }
-void ByteStream::Arrived(std::size_t count) {
+void ByteStream::Arrived(std::size_t count) noexcept {
     m_Impl->Arrived(count);
 }
-void ByteStream::Ended() {
+void ByteStream::Ended() noexcept {
     m_Impl->Ended();
 }
-void ByteStream::Failed(int error) {
+void ByteStream::Failed(int error) noexcept {
     m_Impl->Failed(error);
 }
 Compression ByteStream::GetCompression() const {

@@ -9,7 +9,7 @@
 // them are padding; skippable frames of zstd and lz4 are stepped over. Checksums that the file
 // carries are verified.
 //
-// Example, with all of a file read into memory at once being wanted by nobody:
+// Example:
 //     ByteStream stream(65536);
 //     for (;;) {
 //         const ByteStream::Step step = stream.Read(out);     // out: what is left of your buffer
@@ -79,9 +79,9 @@ class ByteStream {
     // room at that Read: bytes of a capture that is not compressed go straight there. Exactly one
     // of the three below follows, then Read with the same `out`, which counts what went there.
     [[nodiscard]] std::span<std::uint8_t> Wanted(std::span<std::uint8_t> out);
-    void Arrived(std::size_t count);  // 1 to the size of what was wanted
-    void Ended();                     // no further raw byte
-    void Failed(int error);           // an errno value
+    void Arrived(std::size_t count) noexcept;  // 1 to the size of what was wanted
+    void Ended() noexcept;                     // no further raw byte
+    void Failed(int error) noexcept;           // an errno value
 
     // Known as soon as a byte has been given, or the stream is at its end or broken. A file of
     // nothing but skippable frames counts as zstd.

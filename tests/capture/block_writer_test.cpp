@@ -21,7 +21,7 @@ TEST(BlockWriterTest, GivesAllBytesInOrder) {
             const std::size_t wanted = random() % (step % 100 == 0 ? 3 * blockSize : BlockWriter::kMostReserved + 1);
             const std::string_view piece = rest.substr(0, wanted);
             if (step % 3 == 0 && piece.size() <= BlockWriter::kMostReserved) {
-                std::copy(piece.begin(), piece.end(), writer.Reserve(piece.size()));
+                std::copy(piece.begin(), piece.end(), writer.Reserve());
                 EXPECT_TRUE(writer.Commit(piece.size()));
             } else {
                 EXPECT_TRUE(writer.Append(piece.empty() ? std::span<const std::uint8_t>() : BytesOf(piece)));
@@ -57,6 +57,16 @@ TEST(BlockWriterTest, KeepsTheFirstFailureAndWritesNoMore) {
         EXPECT_EQ(writer.Finish().text, row.outcome);
         EXPECT_EQ(sink.calls, std::min(row.failingCall, 11));
     }
+}
+
+TEST(BlockWriterTest, GivesOnWhatTheSinkThrows) {
+    struct ExhaustedSink final : ByteSink {
+        OutputOutcome Write(std::span<const std::uint8_t>) override { throw std::bad_alloc(); }
+        OutputOutcome Finish() override { return {}; }
+    } sink;
+    BlockWriter writer(sink);
+    EXPECT_TRUE(writer.Append(BytesOf("x")));
+    EXPECT_THROW(static_cast<void>(writer.Finish()), std::bad_alloc);
 }
 
 TEST(BlockWriterTest, IsDroppedWithoutBeingFinished) {
