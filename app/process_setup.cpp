@@ -10,10 +10,14 @@ namespace {
 
 bool g_wasClosed[STDERR_FILENO + 1];
 
-void Reserve(int descriptor, int mode = O_RDWR) {
+void Reserve(int descriptor, bool isExact, int mode = O_RDWR) {
     if (fcntl(descriptor, F_GETFD) == -1) {
         g_wasClosed[descriptor] = true;
-        const int null = open("/dev/null", mode);
+        int null = open("/dev/null", mode);
+        if (null < 0 && isExact) {
+            null =
+                open("/", O_PATH);  // a place without devices: messages shall not reach the output
+        }
         if (null != descriptor) {
             dup2(null, descriptor);
             close(null);
@@ -23,11 +27,12 @@ void Reserve(int descriptor, int mode = O_RDWR) {
 
 // Runs before the static objects are made, the process's logger among them.
 __attribute__((constructor(101))) void ReserveStandardDescriptors(int argc, char** argv) {
-    if (IsExact(argc, argv)) {
-        Reserve(STDIN_FILENO, O_WRONLY);  // not to be taken for an empty input
+    const bool isExact = IsExact(argc, argv);
+    if (isExact) {
+        Reserve(STDIN_FILENO, isExact, O_WRONLY);  // not to be taken for an empty input
     }
-    Reserve(STDOUT_FILENO);
-    Reserve(STDERR_FILENO);
+    Reserve(STDOUT_FILENO, isExact);
+    Reserve(STDERR_FILENO, isExact);
 }
 
 }  // namespace
