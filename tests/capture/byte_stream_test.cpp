@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <zlib.h>
 
+#include "tests/capture/string_sink.h"
 #include "tests/support/capture_builder.h"
 
 namespace {
@@ -269,6 +270,9 @@ TEST(ByteStreamTest, ChecksTheSumsOfLz4Blocks) {
     const std::string file = Lz4(large, true);
     ExpectRow({"right", file, large, {}, "", large.size(), Compression::kLz4});
     ExpectRow({"the last is wrong", Flipped(file, 9), large.substr(0, 131072), Kind::kDamaged, "blockChecksum", 0,
+               Compression::kLz4});
+    const std::string noise = velora::capture::Noise(70000);  // stored as it is: given before its sum is looked at
+    ExpectRow({"a stored one is wrong", Flipped(Lz4(noise, true), 9), noise, Kind::kWrongChecksum, "lz4 checksum", 0,
                Compression::kLz4});
 }
 
