@@ -1,6 +1,7 @@
 #include "exact/duplicate_window.h"
 
 #include <algorithm>
+#include <utility>
 
 #include <xxhash.h>
 
@@ -18,30 +19,30 @@ bool DuplicateWindow::Equals(const Noted& noted, const WrittenRecord& record) co
            std::ranges::equal(noted.bytes, record.bytes);
 }
 
-// Records come in time order, but for those out of place, which are noted where they come: so the
-// one in front may be younger than the next, which then is kept a little longer than it need be.
-void DuplicateWindow::Forget(std::int64_t now) {
-    while (!m_InOrder.empty() &&
-           SaturatingDifference(now, m_InOrder.front()->second.time) > m_Width) {
-        // cppcheck-suppress mismatchingContainerIterator ; the queue is one of iterators of the map
-        m_Noted.erase(m_InOrder.front());
-        m_InOrder.pop_front();
+void DuplicateWindow::ForgetBefore(std::int64_t time) {
+    while (!m_ByTime.empty() && m_ByTime.begin()->first < time) {
+        // cppcheck-suppress mismatchingContainerIterator ; this map is one of iterators of the
+        // other
+        m_ByHash.erase(m_ByTime.begin()->second);
+        m_ByTime.erase(m_ByTime.begin());
     }
 }
 
 bool DuplicateWindow::Repeats(const WrittenRecord& record) {
-    m_Latest = m_InOrder.empty() ? record.time : std::max(m_Latest, record.time);
-    Forget(m_Latest);
+    // Of two, since a single one far ahead of the rest is no reason to forget the rest.
+    const std::int64_t now = std::min(std::exchange(m_Previous, record.time), record.time);
+    ForgetBefore(MiscUtils::SaturatingDifference(now, m_Width));
     const std::uint64_t hash =
         XXH3_64bits_withSeed(record.bytes.data(), record.bytes.size(), record.originalLength);
-    const auto [first, last] = m_Noted.equal_range(hash);
+    const auto [first, last] = m_ByHash.equal_range(hash);
     if (std::any_of(first, last, [&](const auto& noted) { return Equals(noted.second, record); })) {
         return true;
     }
-    m_InOrder.push_back(m_Noted.emplace(hash, Noted{record.time,
+    const auto noted = m_ByHash.emplace(hash, Noted{record.time,
                                                     record.linkType,
                                                     record.originalLength,
-                                                    {record.bytes.begin(), record.bytes.end()}}));
+                                                    {record.bytes.begin(), record.bytes.end()}});
+    m_ByTime.emplace_hint(m_ByTime.end(), record.time, noted);
     return false;
 }
 

@@ -2,13 +2,14 @@
 //
 // Records are equal when link type, length on the wire and all captured bytes are. They are found
 // by a hash (XXH3 of xxHash), and compared byte for byte before anything is said of them. What is
-// older than the window, seen from the latest record, is forgotten: its memory is what was written
-// in that time, and about 150 bytes for each record.
+// older than the window, seen from the record written last, is forgotten: its memory is what was
+// written in that time, and about 200 bytes for each record.
 
 #pragma once
 
 #include <cstdint>
-#include <deque>
+#include <limits>
+#include <map>
 #include <unordered_map>
 #include <vector>
 
@@ -34,13 +35,13 @@ class DuplicateWindow {
     };
     using ByHash = std::unordered_multimap<std::uint64_t, Noted>;
 
-    void Forget(std::int64_t now);
+    void ForgetBefore(std::int64_t time);
     [[nodiscard]] bool Equals(const Noted& noted, const WrittenRecord& record) const;
 
     std::int64_t m_Width;
-    std::int64_t m_Latest = 0;
-    ByHash m_Noted;
-    std::deque<ByHash::iterator> m_InOrder;  // as they were noted
+    std::int64_t m_Previous = std::numeric_limits<std::int64_t>::max();  // time of the last record
+    ByHash m_ByHash;
+    std::multimap<std::int64_t, ByHash::iterator> m_ByTime;
 };
 
 }  // namespace velora::exact
