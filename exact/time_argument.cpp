@@ -142,16 +142,20 @@ std::optional<std::int64_t> ParseDate(Scanner scanner) {
     return Combine(midnight + std::int64_t{60} * (60 * hour + minute) + second - east, nanoseconds);
 }
 
-}  // namespace
-
-std::optional<std::int64_t> ParseSeconds(std::string_view text) {
+std::optional<std::int64_t> ParseSigned(std::string_view text, int sign) {
     Scanner scanner(text);
     const std::int64_t seconds = scanner.Whole();
     const std::int64_t nanoseconds = scanner.Fraction();
     if (!scanner.IsGood() || !scanner.IsAtEnd()) {
         return std::nullopt;
     }
-    return Combine(seconds, nanoseconds);
+    return Combine(sign * seconds, sign * nanoseconds);
+}
+
+}  // namespace
+
+std::optional<std::int64_t> ParseSeconds(std::string_view text) {
+    return ParseSigned(text, 1);
 }
 
 std::optional<std::int64_t> ParseTime(std::string_view text) {
@@ -161,8 +165,7 @@ std::optional<std::int64_t> ParseTime(std::string_view text) {
     text.remove_prefix(1);
     const bool isNegative = text.starts_with('-');
     text.remove_prefix(isNegative ? 1 : 0);
-    const std::optional<std::int64_t> time = ParseSeconds(text);
-    return isNegative && time ? std::optional(-*time) : time;
+    return ParseSigned(text, isNegative ? -1 : 1);
 }
 
 }  // namespace velora::exact
