@@ -34,6 +34,7 @@ const Record* CaptureReader::Next() {
 }
 
 void CaptureReader::Fill() {
+    m_IsLast = true;  // should an exception end this, nothing more can be read
     m_Filled = 1 - m_Filled;
     RecordBlock& block = m_Blocks[m_Filled];
     while (m_Reader.Read(block) == BlockReader::State::kNeedsBytes) {
@@ -51,6 +52,7 @@ void CaptureReader::Fill() {
     }
     m_IsLast = block.isLast;
     m_Problem = std::move(block.problem);
+    m_Interfaces.insert(m_Interfaces.end(), block.interfaces.begin(), block.interfaces.end());
     m_Cursor = BlockCursor(block);
 }
 

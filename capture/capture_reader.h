@@ -3,7 +3,7 @@
 // Example:
 //     CaptureReader reader("web.pcap.gz");
 //     while (const Record* record = reader.Next()) {
-//         Use(record->time, record->Bytes());
+//         Use(record->time, record->Bytes(), reader.Interfaces()[record->interface].linkType);
 //     }
 //     if (reader.GetProblem()) {
 //         std::cerr << reader.GetProblem()->text << '\n';
@@ -19,6 +19,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "capture/block_reader.h"
 #include "capture/input_file.h"
@@ -30,12 +31,15 @@ class CaptureReader {
     // Opens the file at `path`: regular, a FIFO or a character device.
     explicit CaptureReader(const std::string& path);
 
-    // The next record, which lives until the call after, or null: there is none further. Throws
-    // std::bad_alloc.
+    // The next record, of any link type, which lives until the call after, or null: there is none
+    // further. Throws std::bad_alloc, after which there is none further either.
     [[nodiscard]] const Record* Next();
 
     // What the capture says of itself. Settled with the first call of Next.
     [[nodiscard]] const CaptureTraits& Traits() const { return m_Reader.Traits(); }
+
+    // The interfaces described so far: Record::interface counts them.
+    [[nodiscard]] const std::vector<Interface>& Interfaces() const { return m_Interfaces; }
 
     // Once there is no further record: what is wrong with the file, or nothing.
     [[nodiscard]] const std::optional<Problem>& GetProblem() const { return m_Problem; }
@@ -50,6 +54,7 @@ class CaptureReader {
     BlockCursor m_Cursor;
     bool m_HasCurrent = false;
     bool m_IsLast = false;
+    std::vector<Interface> m_Interfaces;
     std::optional<Problem> m_Problem;
 };
 

@@ -1,4 +1,5 @@
-// Copies the first 64 bytes of every record into a capture that appears whole or not at all.
+// Copies the first 64 bytes of every record of the first link type into a capture that appears
+// whole or not at all.
 #include <algorithm>
 #include <csignal>
 #include <cstdint>
@@ -20,9 +21,12 @@ OutputOutcome WriteBeginnings(CaptureReader& reader, OutputFile& output) {
     const Record* record = reader.Next();  // tells what the capture is like
     const RecordEncoder encoder(RecordEncoder::Unit::kNanoseconds);
     BlockWriter writer(output);  // writes in a thread of its own
-    bool isGood =
-        writer.Append(encoder.EncodeFileHeader(kMostBytes, reader.Traits().linkType.value_or(1)));
+    const std::uint32_t linkType = reader.Traits().linkType.value_or(1);
+    bool isGood = writer.Append(encoder.EncodeFileHeader(kMostBytes, linkType));
     for (; isGood && record != nullptr; record = reader.Next()) {
+        if (reader.Interfaces()[record->interface].linkType != linkType) {
+            continue;  // a classic capture holds one link type, a pcap-ng capture any number
+        }
         const std::uint32_t length = std::min(record->capturedLength, kMostBytes);
         // A time that the file cannot hold becomes the nearest that it can, and this would tell.
         static_cast<void>(
