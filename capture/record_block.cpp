@@ -114,6 +114,7 @@ void RecordBlock::LoadSimple(std::uint32_t offset, Record& record) const {
 }
 
 void RecordBlock::List(bool byTime, std::int64_t from, std::int64_t last) {
+    m_IsListed = true;  // should memory run out, the list is empty
     m_Order.clear();
     m_Order.reserve(m_Chained);
     bool isFirst = true;
@@ -128,7 +129,6 @@ void RecordBlock::List(bool byTime, std::int64_t from, std::int64_t last) {
         }
         offset = Behind(offset, record);
     }
-    m_IsListed = true;
     if (byTime) {
         // Offsets grow with the order of the file, so equal times need no stable sort, which would
         // ask for memory.

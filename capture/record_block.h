@@ -74,7 +74,8 @@ class RecordBlock {
                               std::uint32_t originalLength, std::uint32_t interface);
 
     // Lists the records with from <= time <= last, by time when `byTime`, else as they stand; among
-    // equal times always as they stand. Without a list all records are taken as they stand.
+    // equal times always as they stand. Without a list all records are taken as they stand. Throws
+    // std::bad_alloc, and then lists none.
     void List(bool byTime, std::int64_t from, std::int64_t last);
 
  private:
