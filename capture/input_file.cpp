@@ -1,6 +1,7 @@
 #include "capture/input_file.h"
 
 #include <cerrno>
+#include <optional>
 #include <utility>
 
 #include <fcntl.h>
@@ -15,14 +16,17 @@ namespace {
 using Outcome = std::variant<InputFile, Problem>;
 
 Problem CannotOpen(int error) {
-    errno = error;
-    return {ProblemKind::kCannotRead, "cannot be opened: " + MiscUtils::ErrnoText(error).text, 0,
-            0};
+    return {ProblemKind::kCannotRead, "cannot be opened: " + MiscUtils::ErrnoText(error).text, 0, 0,
+            error};
 }
 
-Problem NotRead(const char* what) {
-    errno = 0;
-    return {ProblemKind::kCannotRead, std::string("is ") + what, 0, 0};
+// Nothing for a kind of file that may give a capture.
+std::optional<Problem> FaultOfKind(mode_t mode) {
+    if (S_ISDIR(mode) || S_ISBLK(mode)) {
+        return Problem{ProblemKind::kCannotRead,
+                       S_ISDIR(mode) ? "is a directory" : "is a block device", 0, 0};
+    }
+    return std::nullopt;
 }
 
 Outcome Accept(MiscUtils::UniqueFd fd) {
@@ -30,31 +34,27 @@ Outcome Accept(MiscUtils::UniqueFd fd) {
     if (fstat(fd.Get(), &status) != 0) {
         return CannotOpen(errno);
     }
-    switch (status.st_mode & S_IFMT) {
-        case S_IFREG: {
-            // A hint for files that are not in memory yet; a refusal changes nothing.
-            static_cast<void>(posix_fadvise(fd.Get(), 0, 0, POSIX_FADV_SEQUENTIAL));
-            return InputFile{std::move(fd), true, static_cast<std::uint64_t>(status.st_size)};
-        }
-        case S_IFDIR:
-            return NotRead("a directory");
-        case S_IFBLK:
-            return NotRead("a block device");
-        default:
-            return InputFile{std::move(fd), false, 0};
+    if (std::optional<Problem> fault = FaultOfKind(status.st_mode)) {
+        return std::move(*fault);
     }
+    if (!S_ISREG(status.st_mode)) {
+        return InputFile{std::move(fd), false, 0};
+    }
+    // A hint for files that are not in memory yet; a refusal changes nothing.
+    static_cast<void>(posix_fadvise(fd.Get(), 0, 0, POSIX_FADV_SEQUENTIAL));
+    return InputFile{std::move(fd), true, static_cast<std::uint64_t>(status.st_size)};
 }
 
 }  // namespace
 
 Outcome OpenInputFile(const std::string& path) {
-    // Looked at first, since opening some devices does something.
+    // Looked at first: opening a block device may do something, such as closing a drive's door.
     struct stat status {};
     if (stat(path.c_str(), &status) != 0) {
         return CannotOpen(errno);
     }
-    if (S_ISDIR(status.st_mode)) {
-        return NotRead("a directory");
+    if (std::optional<Problem> fault = FaultOfKind(status.st_mode)) {
+        return std::move(*fault);
     }
     MiscUtils::UniqueFd fd(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
     if (!fd) {

@@ -21,7 +21,7 @@ struct InputFile {
 
 // Opens regular files, FIFOs and character devices for reading; a FIFO without waiting for its
 // writer. Anything else (a directory, a block device) is a problem of the kind kCannotRead, as is a
-// path that cannot be opened; `errno` then tells which error it was, 0 for a kind that is not read.
+// path that cannot be opened.
 [[nodiscard]] std::variant<InputFile, Problem> OpenInputFile(const std::string& path);
 
 // Standard input, by a descriptor of its own. A regular file is read from where it stands.

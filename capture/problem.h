@@ -1,11 +1,9 @@
 // What is wrong with an input or an output, as a value: what kind of thing happened, where, and why
-// in words. Reading and writing captures gives these back or tells them to a sink of the caller's;
-// nothing here throws for what a file can hold, and nothing answers with a bare false.
+// in words. Reading captures gives these back; nothing there throws for what a file can hold.
 
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <string>
 
 namespace velora::capture {
@@ -30,10 +28,9 @@ struct Problem {
     std::string text;                       // what happened, without the path, without a line end
     std::uint64_t records = 0;  // kDamage, kWrongChecksum, kCannotRead: those read whole before it;
                                 // kLeftOut, kOutOfPlace, kTimeChanged: those that it happened to
-    std::uint64_t offset = 0;   // kDamage, kCannotRead: the byte of the decompressed capture
+    // kDamage, kWrongChecksum, kCannotRead: the byte of the decompressed capture.
+    std::uint64_t offset = 0;
+    int error = 0;  // kCannotRead: the errno value of a path that cannot be opened, else 0
 };
-
-// Who is told. Called in the thread that looks at the records, never by a worker.
-using ProblemSink = std::function<void(const Problem&)>;
 
 }  // namespace velora::capture
