@@ -99,6 +99,7 @@ OutputOutcome OutputFile::PrepareStandardOutput() {
     if (flags < 0 || fstat(STDOUT_FILENO, &status) != 0) {
         return Fail(errno);
     }
+    m_Identity = IdentityOf(status);
     if ((flags & O_ACCMODE) == O_RDONLY) {
         return Fail(EBADF);
     }
@@ -107,7 +108,6 @@ OutputOutcome OutputFile::PrepareStandardOutput() {
     if (!m_File) {
         return Fail(errno);
     }
-    m_Identity = IdentityOf(status);
     m_IsPipe = S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode);
     return {};
 }
@@ -165,9 +165,9 @@ OutputOutcome OutputFile::OpenTemporary() {
         m_Naming = Naming::kByRename;
         m_Temporary = std::move(second);
     } else {
-        const int error = errno;
-        static_cast<void>(m_Temporary.Remove());
-        return Fail(error, "its directory offers no way to let a file appear whole: ");
+        static_cast<void>(Fail(errno, "its directory offers no way to let a file appear whole: "));
+        RemoveTemporary(m_Failure);
+        return m_Failure;
     }
     return {};
 }
@@ -295,15 +295,19 @@ OutputOutcome OutputFile::Appear() {
         error = GiveName(name);
     }
     if (error != 0) {
-        static_cast<void>(m_Temporary.Remove());
-        return Fail(error);
+        outcome = Fail(error);
     }
+    RemoveTemporary(outcome);
+    return outcome;
+}
+
+// Where that cannot be, the outcome's text tells.
+void OutputFile::RemoveTemporary(OutputOutcome& outcome) {
     const std::string temporary = m_Temporary ? m_Temporary.Get() : "";
     if (const int left = m_Temporary.Remove(); left != 0) {
         outcome.text += (outcome.text.empty() ? "" : "; ") + temporary +
                         " is left: " + MiscUtils::ErrnoText(left).text;
     }
-    return outcome;
 }
 
 }  // namespace velora::capture

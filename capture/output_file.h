@@ -88,6 +88,7 @@ class OutputFile final : public ByteSink {
     int WriteSome(std::span<const std::uint8_t>& bytes);
     int GiveName(const std::string& name);
     OutputOutcome Appear();
+    void RemoveTemporary(OutputOutcome& outcome);
     OutputOutcome Fail(int error, const char* what = "");
 
     MiscUtils::UniqueFd m_Directory;  // before what is relative to it

@@ -76,7 +76,8 @@ struct RunReport {
     bool hasReaderLeft = false;  // the output was a pipe that nobody reads any more
     bool isUntold = false;       // memory ran out when the output was there, before all was told
     std::vector<InputReport> inputs;  // one for each of the job, in its order
-    std::string outputText;           // why there is no output, or where it is instead; else empty
+    std::string outputText;           // why there is no output, where it is instead, or what is
+                                      // left beside it; else empty
     std::string keptAs;  // the path of an output whose own came into being during the run
     std::uint64_t recordsWritten = 0;  // copies included
     std::uint64_t stepsBack = 0;       // records of the output earlier than the one before

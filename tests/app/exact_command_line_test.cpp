@@ -282,7 +282,7 @@ TEST(ExactCommandLineTest, UsesStandardStreamsAsTheyAre) {
          "seamtool: standard output: No space left on device\n", "none"},
         {"a -out -", [] { Become("/dev/full", O_WRONLY, 1); }, 253,
          "seamtool: standard output: No space left on device\n", "none"},
-        {"a -out -", [] { Become("a", O_RDONLY, 1); }, 253, "seamtool: standard output: Bad file descriptor\n", "none"},
+        {"b -out -", [] { Become("a", O_RDONLY, 1); }, 253, "seamtool: standard output: Bad file descriptor\n", "none"},
         {"a b -out x", [] { close(0), close(1), close(2); }, 0, "", "none", "abAB"},
         {"a -out -", [] { Abandon(1); }, -SIGPIPE, "", "none"},
         {"--help", [] { Abandon(1); }, -SIGPIPE, "", "none"},
