@@ -8,6 +8,7 @@
 #include <new>
 #include <span>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -39,7 +40,7 @@ using velora::exact::RunSetting;
 using velora::exact::ShownText;
 using velora::exact::Status;
 
-constexpr int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP};
+constexpr int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 
 std::int32_t Exit(Status status) {
     return static_cast<std::int32_t>(status);
@@ -135,7 +136,7 @@ class Teller final : public velora::exact::RunListener {
 
     std::string ShownInput(std::size_t input) const override {
         const velora::exact::InputName& name = m_Job.inputs[input];
-        return name.isStandardInput ? "standard input" : ShownText(name.path);
+        return ShownText(NameOf(name));
     }
 
     void OnInput(std::size_t input, const Problem& problem) override {
@@ -207,6 +208,9 @@ Status WriteReport(OutputFile& file, const RunSetting& setting, const RunReport&
         outcome = file.Finish();
     }
     if (outcome.IsGood()) {
+        if (!outcome.text.empty()) {
+            teller.OnReport(outcome.text);
+        }
         return report.status;
     }
     const bool isElsewhere = outcome.kind == OutputOutcome::Kind::kTaken;
@@ -235,8 +239,14 @@ std::int32_t RunJob(const ExactOptions& options, const SignalSetup& signals) {
     RunSetting setting{job, kVersion, options.words, options.homeDirectory, NanosecondsSince1970()};
     const auto start = std::chrono::steady_clock::now();
     OutputFile reportFile;
-    const RunReport report =
-        velora::exact::Run(job, teller, progress, job.report.empty() ? nullptr : &reportFile);
+    RunReport report;
+    try {
+        report =
+            velora::exact::Run(job, teller, progress, job.report.empty() ? nullptr : &reportFile);
+    } catch (const std::system_error& error) {
+        line.Tell("seamtool: " + ShownOutput(job) + ": not written: " + ShownText(error.what()));
+        return Exit(Status::kCannotWrite);
+    }
     setting.duration = std::chrono::nanoseconds(std::chrono::steady_clock::now() - start).count();
     // What the status says holds, whether or not all else can still be said: a report that is asked
     // for is not there yet.

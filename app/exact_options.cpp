@@ -185,7 +185,7 @@ class Parser {
     // What cannot be said of one option alone.
     void CheckTogether() {
         ExactJob& job = m_Options.job;
-        const bool isSquish = job.mode == Mode::kSquish || job.mode == Mode::kSquish10;
+        const bool isSquish = IsSquish(job.mode);
         if (m_Options.isQuiet && m_Options.showsProgress) {
             Fail("'--quiet' and '--progress' contradict each other");
         }

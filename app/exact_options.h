@@ -17,7 +17,7 @@
 
 struct ExactOptions {
     enum class Wish { kRun, kHelp, kVersion };
-    Wish wish = Wish::kRun;  // with another wish than kRun nothing below is set
+    Wish wish = Wish::kRun;  // with another wish than kRun there is no job
     bool isQuiet = false;
     bool showsProgress = false;
     std::string homeDirectory;       // empty: stay

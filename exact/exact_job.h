@@ -18,6 +18,11 @@ struct InputName {
     bool isStandardInput = false;  // then the path is not looked at
 };
 
+// What to call it: its path, or "standard input".
+[[nodiscard]] inline std::string NameOf(const InputName& name) {
+    return name.isStandardInput ? "standard input" : name.path;
+}
+
 // What is done with the times of the inputs.
 enum class Mode : std::uint8_t {
     kMerge,        // by time
@@ -25,6 +30,11 @@ enum class Mode : std::uint8_t {
     kSquish,       // each input moved to a common start
     kSquish10,     // the same, with ten copies of IPv4 packets
 };
+
+// Either of the last two.
+[[nodiscard]] constexpr bool IsSquish(Mode mode) {
+    return mode == Mode::kSquish || mode == Mode::kSquish10;
+}
 
 // As --format names them; the first is what comes without it.
 enum class OutputFormat : std::uint8_t {

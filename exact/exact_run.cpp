@@ -25,6 +25,7 @@
 #include "exact/exact_squish.h"
 #include "exact/input_order.h"
 #include "exact/record_writer.h"
+#include "exact/shown_text.h"
 #include "exact/tally_problems.h"
 #include "formats/link_types.h"
 #include "utils/scope_guards.h"
@@ -77,7 +78,7 @@ class ExactRun {
     bool ChooseForm();
     bool FitIntoPcapNg();
     void WriteOutput();
-    bool WriteRecords(capture::BlockWriter& writer);
+    void WriteRecords(capture::BlockWriter& writer);
     bool BeginRecords();
     bool WriteInOrder();
     void TellTallies();
@@ -106,9 +107,10 @@ class ExactRun {
         Tell(input, problem);
     }
     [[nodiscard]] bool IsInput(const capture::FileIdentity& output) const;
-    [[nodiscard]] std::string NameOf(std::size_t input) const {
-        const InputName& name = m_Job.inputs[input];
-        return name.isStandardInput ? "standard input" : name.path;
+    // For an interface, whose name is UTF-8.
+    [[nodiscard]] std::string InterfaceName(std::size_t input) const {
+        const std::string name = NameOf(m_Job.inputs[input]);
+        return IsUtf8(name) ? name : ShownText(name);
     }
     [[nodiscard]] bool IsOrdered() const { return m_Job.mode == Mode::kMerge; }
     [[nodiscard]] bool IsPcapNg() const { return m_Job.format == OutputFormat::kPcapNg; }
@@ -131,7 +133,6 @@ class ExactRun {
     // What the first block of each describes, until there is an output to tell.
     std::vector<std::vector<capture::Interface>> m_FirstInterfaces;
     RecordWriter* m_Writer = nullptr;  // while there is one
-    bool m_IsWriterGood = true;
     OutputForm m_Form;
 };
 
@@ -139,6 +140,10 @@ bool ExactRun::Refuse(const OutputOutcome& outcome) {
     m_Report.hasReaderLeft = outcome.hasReaderLeft;
     switch (outcome.kind) {
         case OutputOutcome::Kind::kGood:
+            if (!outcome.text.empty()) {
+                m_Report.outputText = outcome.text;
+                m_Listener.OnOutput(outcome.text);
+            }
             return true;
         case OutputOutcome::Kind::kExists:
             return Refuse(Status::kOutputExists, outcome.text);
@@ -192,11 +197,10 @@ bool ExactRun::OpenInputs() {
     bool isSizeKnown = true;
     for (std::size_t input = 0; input < m_Job.inputs.size(); ++input) {
         const InputName& name = m_Job.inputs[input];
-        errno = 0;
         auto opened =
             name.isStandardInput ? capture::OpenStandardInput() : capture::OpenInputFile(name.path);
         if (const auto* const problem = std::get_if<Problem>(&opened)) {
-            if (errno == EMFILE) {
+            if (problem->error == EMFILE) {
                 return Refuse(Status::kNothingToWrite,
                               "there are " + std::to_string(m_Job.inputs.size()) +
                                   " inputs, and descriptors for " + std::to_string(files.size()) +
@@ -242,7 +246,9 @@ void ExactRun::OnBlock(std::size_t opened, std::size_t source, capture::RecordBl
         return;
     }
     for (const capture::Interface& interface : block.interfaces) {
-        m_IsWriterGood &= m_Writer->WriteInterface(m_Orders[source], interface, NameOf(input));
+        // Once this fails, so does the next record, and the end of the writing tells why.
+        static_cast<void>(
+            m_Writer->WriteInterface(m_Orders[source], interface, InterfaceName(input)));
     }
 }
 
@@ -350,20 +356,18 @@ void ExactRun::WriteOutput() {
     const std::unique_ptr<capture::ByteSink> compressed = capture::MakeCompressedSink(
         m_Job.compression, m_Output, std::max(1U, std::thread::hardware_concurrency()));
     capture::BlockWriter writer(compressed ? *compressed : m_Output);
-    const bool isWritten = WriteRecords(writer);
-    const OutputOutcome outcome = writer.Finish();
+    WriteRecords(writer);
+    const OutputOutcome outcome = writer.Finish();  // tells of every write that failed
     m_Report.bytesWritten = m_Output.Size();
-    if (!outcome.IsGood()) {
-        static_cast<void>(Refuse(outcome));
-    } else {
-        m_Report.status = m_IsDoubtful || !isWritten ? Status::kIncomplete : Status::kComplete;
+    if (Refuse(outcome)) {
+        m_Report.status = m_IsDoubtful ? Status::kIncomplete : Status::kComplete;
     }
 }
 
-bool ExactRun::WriteRecords(capture::BlockWriter& writer) {
+void ExactRun::WriteRecords(capture::BlockWriter& writer) {
     RecordWriter output(writer, m_Form, m_Progress);
     m_Writer = &output;
-    const bool isWritten = BeginRecords() && WriteInOrder();
+    static_cast<void>(BeginRecords() && WriteInOrder());  // false: see the end of the writing
     m_Writer = nullptr;
     m_Report.recordsWritten = output.Count();
     m_Report.stepsBack = output.StepsBack();
@@ -371,7 +375,6 @@ bool ExactRun::WriteRecords(capture::BlockWriter& writer) {
         m_Report.earliest = output.Earliest();
         m_Report.latest = output.Latest();
     }
-    return isWritten && m_IsWriterGood;
 }
 
 bool ExactRun::BeginRecords() {
@@ -380,7 +383,8 @@ bool ExactRun::BeginRecords() {
     }
     for (std::size_t source = 0; IsPcapNg() && source < m_Orders.size(); ++source) {
         for (const capture::Interface& interface : m_FirstInterfaces[source]) {
-            if (!m_Writer->WriteInterface(m_Orders[source], interface, NameOf(m_Sources[source]))) {
+            if (!m_Writer->WriteInterface(m_Orders[source], interface,
+                                          InterfaceName(m_Sources[source]))) {
                 return false;
             }
         }

@@ -15,7 +15,8 @@
 
 namespace velora::exact {
 
-// Who is told of what happens. Called in the thread that runs the job.
+// Who is told of what happens. Called in the thread that runs the job; throws nothing but
+// std::bad_alloc.
 class RunListener {
  public:
     RunListener() = default;
@@ -26,7 +27,8 @@ class RunListener {
     // `input` counts the job's inputs.
     [[nodiscard]] virtual std::string ShownInput(std::size_t input) const = 0;
     virtual void OnInput(std::size_t input, const capture::Problem& problem) = 0;
-    // Why there is no output, or where it is instead. Without a path and a line end.
+    // Why there is no output, where it is instead, or what is left beside it. Without a path and a
+    // line end.
     virtual void OnOutput(const std::string& text) = 0;
     // Why there can be no report, in the same form.
     virtual void OnReport(const std::string& /*text*/) {}

@@ -34,6 +34,9 @@ class InputOrder {
     // in the file. `ahead` and `tally` outlive the object.
     InputOrder(capture::ReadAhead& ahead, std::size_t input, bool mends, InputTally& tally,
                BlockSink onBlock);
+    InputOrder(InputOrder&&) = default;  // before Begin only: from then on it points into itself
+    InputOrder(const InputOrder&) = delete;
+    InputOrder& operator=(const InputOrder&) = delete;
 
     // Stands on the first record, waiting for what it takes to know it. Once, before all below.
     void Begin();

@@ -13,9 +13,6 @@ bool RecordWriter::WriteFileHeader() {
 
 bool RecordWriter::WriteInterface(InputOrder& input, const capture::Interface& interface,
                                   std::string_view name) {
-    if (!m_Form.isPcapNg) {
-        return true;
-    }
     const auto block =
         PcapNgEncoder::InterfaceDescription(interface.linkType, m_Form.snapLen, name);
     input.interfaces.push_back({interface.linkType, m_Interfaces++});

@@ -50,8 +50,8 @@ class RecordWriter {
     // What the file begins with. Each of these is false once the output has failed.
     [[nodiscard]] bool WriteFileHeader();
 
-    // Describes a further interface of an output that holds several, with the name of its input,
-    // and notes it among the input's. Other outputs need none.
+    // Describes a further interface of an output that is pcap-ng, with the name of its input in
+    // UTF-8, and notes it among the input's.
     [[nodiscard]] bool WriteInterface(InputOrder& input, const capture::Interface& interface,
                                       std::string_view name);
 

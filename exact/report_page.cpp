@@ -19,10 +19,6 @@ using capture::ByteCount;
 using capture::Problem;
 using capture::ProblemKind;
 
-std::string NameOf(const InputName& name) {
-    return name.isStandardInput ? "standard input" : name.path;
-}
-
 std::string OutputName(const RunSetting& setting, const RunReport& report) {
     const std::string& path = report.keptAs.empty() ? setting.job.output : report.keptAs;
     return path == "-" ? "standard output" : path;

@@ -103,8 +103,7 @@ class Panel {
             std::ranges::transform(sum.cells, row.cells, sum.cells.begin(), std::plus());
         }
         const bool isAsWritten = histogram == &InputTimeline::written;
-        const bool hasMoved =
-            setting.job.mode == Mode::kSquish || setting.job.mode == Mode::kSquish10;
+        const bool hasMoved = IsSquish(setting.job.mode);
         if (shown == report.inputs.size() && shown > 1 && report.IsWritten() &&
             isAsWritten == hasMoved) {
             sum.nameHtml = "<span class=\"base\">Output</span>";
@@ -183,7 +182,7 @@ class Panel {
                   TimeHistogram InputTimeline::*histogram) {
         Row row;
         row.nameHtml = NameHtml(name);
-        row.title = name.isStandardInput ? "standard input" : name.path;
+        row.title = NameOf(name);
         row.problems = &input.problems;
         row.isCapture = input.isCapture;
         if (input.tally.timeline != nullptr) {
@@ -356,7 +355,7 @@ std::string ReportPicture(const RunSetting& setting, const RunReport& report) {
     if (!Panel::HasRecords(report)) {
         return {};
     }
-    const bool isSquish = setting.job.mode == Mode::kSquish || setting.job.mode == Mode::kSquish10;
+    const bool isSquish = IsSquish(setting.job.mode);
     std::string html = "<section class=\"card\">\n<h2>Records in time <small>UTC</small></h2>\n";
     if (isSquish) {
         html += FigureHtml(setting, report, &InputTimeline::captured, "Before: as captured");
