@@ -109,10 +109,8 @@ bool BlockReader::Frame(RecordBlock& block, ByteStream::State state) {
         m_Framer->Frame(block, {m_Filled, m_FrontOffset, m_Stream.VerifiedBytes()});
     m_Used = result.used;
     if (!result.fault.empty()) {
-        Conclude(block, m_Framer->IsCapture()
-                            ? Describe(ProblemKind::kDamage, result.fault)
-                            : Problem{ProblemKind::kNoCapture, "no capture: " + result.fault, 0,
-                                      PlaceReached()});
+        Conclude(block, Describe(HasHeader() ? ProblemKind::kDamage : ProblemKind::kNoCapture,
+                                 result.fault));
         return true;
     }
     if (isOver) {

@@ -75,7 +75,6 @@ class PcapNgFramer final : public Framer {
     bool m_IsSwapped = false;
     std::vector<SectionInterface> m_Interfaces;  // of the section
     std::uint32_t m_InterfaceCount = 0;          // of the capture
-    std::optional<std::uint32_t> m_LinkType;     // of the first record
 
     // A block that is stepped over: what is still to come of it before its second length.
     std::uint64_t m_ToSkip = 0;

@@ -55,7 +55,7 @@ void PipePump::Pump() {
             m_Polled.push_back({one.fd, POLLIN, 0});
         }
         if (poll(m_Polled.data(), m_Polled.size(), -1) < 0) {
-            continue;  // a signal
+            continue;  // no memory at the moment: signals do not come here
         }
         std::uint64_t count = 0;
         static_cast<void>(!read(m_WakeUp.Get(), &count, sizeof count));

@@ -67,7 +67,6 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
     }
 
     const BlockReader& Reader() const { return m_Reader; }
-    bool IsRegular() const { return m_File.isRegular; }
 
     // The rest is called by the owner's thread.
 

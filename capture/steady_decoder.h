@@ -16,6 +16,7 @@ namespace velora::capture {
 
 class SteadyDecoder final : public Decoder {
  public:
+    // Takes the other one over.
     explicit SteadyDecoder(std::unique_ptr<Decoder> decoder) : m_Decoder(std::move(decoder)) {}
 
     Step Decode(std::span<const std::uint8_t> in, std::span<std::uint8_t> out) override;

@@ -35,16 +35,15 @@ void WorkerPool::Submit(Task& task) noexcept {
     m_HasTask.notify_one();
 }
 
-bool WorkerPool::RunNow(Task& task) {
+void WorkerPool::RunNow(Task& task) {
     {
         const std::lock_guard lock(m_Mutex);
         if (!task.m_Place.empty()) {
-            return false;
+            return;
         }
         task.m_Place.splice(task.m_Place.end(), m_Queue, task.m_Queued);
     }
     task.Run();
-    return true;
 }
 
 void WorkerPool::Work() {

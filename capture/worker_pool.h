@@ -46,8 +46,8 @@ class WorkerPool {
     void Submit(Task& task) noexcept;
 
     // Runs a task in the calling thread if it is still queued: whoever needs it next need not wait
-    // for its turn. False when it is not queued.
-    bool RunNow(Task& task);
+    // for its turn.
+    void RunNow(Task& task);
 
     // Waits for the tasks that are running. Those still queued, or handed in later, are not run.
     void Stop() noexcept;

@@ -32,7 +32,7 @@ class TimeAxis {
 
     // Ticks at even times of UTC, `most` of them or fewer, three at least where `most` is 6:
     // "03:40:36.5", "03:40", "21 Nov" (a midnight among hours, too), "Nov 2026", "2026". Ticks
-    // closer than a millisecond count from the beginning of the axis: "+250 us".
+    // closer than a millisecond count from the beginning of the axis: "+250 µs".
     [[nodiscard]] std::vector<Tick> Ticks(std::size_t most) const;
 
  private:

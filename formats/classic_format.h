@@ -4,7 +4,8 @@
 // A file is a global header of 24 bytes, then records: a header of 16 bytes and the captured bytes
 // of the packet. Multi-byte fields are in the byte order of the machine that wrote the file, which
 // the magic number tells. Described in pcap-savefile(5) and the capture-file draft
-// (draft-ietf-opsawg-pcap); the two magic numbers below kMagic are later additions to it.
+// (draft-ietf-opsawg-pcap); the magic numbers for nanoseconds and for longer record headers came
+// later.
 
 #pragma once
 

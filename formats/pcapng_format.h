@@ -34,7 +34,6 @@ inline constexpr std::size_t kSimplePacketSize = 16;
 
 // Where the captured bytes begin, from the start of the block.
 inline constexpr std::size_t kPacketDataOffset = 28;
-inline constexpr std::size_t kSimplePacketDataOffset = 12;
 
 // Options.
 inline constexpr std::uint16_t kEndOfOptions = 0;
