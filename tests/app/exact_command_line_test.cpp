@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "exact/shown_text.h"
+#include "tests/capture/read_whole.h"
 #include "tests/support/capture_builder.h"
 #include "tests/support/limits.h"
 #include "tests/support/tool_run.h"
@@ -118,6 +119,69 @@ TEST(ExactCommandLineTest, RunsWhatIsAskedFor) {
         const ToolResult result = ExactRun()(arguments);
         EXPECT_EQ(result.exitStatus, 0) << result;
         EXPECT_NE(result.output.find(part), std::string::npos) << result;
+    }
+}
+
+TEST(ExactCommandLineTest, DoesWhatTheOptionsSay) {
+    struct Row {
+        const char* arguments;
+        const char* text;
+        const char* form = "pcap";
+        const char* file = "x";
+        const char* errors = "";
+    };
+    const char* const nanoseconds = "pcap with nanoseconds";
+    const Row rows[] = {
+        {"--from=@2 a b -out x", "bAB"},
+        {"--to=1970-01-01T00:00:03Z a b -out x", "ab"},
+        {"--from=@1.000000001 --to=@3.000000001 a b -out x", "bA"},
+        {"--from=@4 a -out x", ""},
+        {"--snaplen=2 long -out x", "lo"},
+        {"--concatenate b a -out x", "bBaA"},
+        {"--files-from=lines -out x", "abAB"},
+        {"--files-from=zeros b -out x", "abAB"},
+        {"--dedup a a b -out x", "abAB", "pcap", "x",
+         "seamtool: a: 2 records dropped: equal to records written before\n"},
+        {"--dedup --quiet again -out x", "rrrr"},
+        {"--dedup=1 --quiet again -out x", "rrr"},  // the third is near to the second, which is not written
+        {"--dedup=2 --quiet again -out x", "rr"},
+        {"--snaplen=1 --dedup --quiet long longer -out x", "ll"},  // their lengths on the wire differ
+        {"--format=pcap nano -out x", "n"},
+        {"--format=pcap-ns a -out x", "aA", nanoseconds},
+        {"nano -out x", "n", nanoseconds},
+        {"--format=pcapng a cooked -out x", "aAk", "pcap-ng"},
+        {"a -out x.gz", "aA", "pcap gzip", "x.gz"},
+        {"a -out x.zst", "aA", "pcap zstd", "x.zst"},
+        {"--compress=zstd --format=pcapng a -out x", "aA", "pcap-ng zstd"},
+        {"--compress=none a -out x.gz", "aA", "pcap", "x.gz"},
+    };
+    for (const Row& row : rows) {
+        const ExactRun run;
+        CaptureBuilder again;
+        for (const int halves : {2, 4, 5, 10}) {
+            again.Record(halves / 2, 500000 * (halves % 2), "r");
+        }
+        run.run.directory.Write("again", again.Bytes());
+        run.run.directory.Write("lines", "a\n\nb\n");
+        run.run.directory.Write("zeros", "a\0"s);
+        run.run.directory.Write("long", CaptureBuilder().Record(4, 0, "long").Bytes());
+        run.run.directory.Write("longer", CaptureBuilder().Record(4, 0, "longer").Bytes());
+        run.run.directory.Write("nano", CaptureBuilder().Nanoseconds().Record(4, 7, "n").Bytes());
+        const ToolResult result = run.run("--exact "s + row.arguments);
+        EXPECT_EQ(result.exitStatus, 0) << result;
+        EXPECT_EQ(result.errors, row.errors) << result;
+        const auto read = velora::capture::ReadWhole(run.run.directory.Read(row.file), {.keepsAllLinkTypes = true});
+        std::string form = NameOf(read.traits.format);
+        if (read.traits.compression != velora::capture::Compression::kNone) {
+            form += " "s + NameOf(read.traits.compression);
+        }
+        std::string text;
+        for (const auto& record : read.Records()) {
+            text += record.data;
+        }
+        EXPECT_EQ(text, row.text) << result;
+        EXPECT_EQ(form, row.form) << result;
+        EXPECT_FALSE(read.problem) << read.problem->text;
     }
 }
 
