@@ -71,7 +71,7 @@ BlockReader::State BlockReader::Read(RecordBlock& block) {
         if (step.state == ByteStream::State::kNeedsBytes) {
             return State::kNeedsBytes;
         }
-        if (Frame(block, step.state)) {
+        if (m_FramingFault ? Verify(block, step.state) : Frame(block, step.state)) {
             m_IsFilling = false;
             return State::kBlock;
         }
@@ -80,6 +80,21 @@ BlockReader::State BlockReader::Read(RecordBlock& block) {
 
 std::span<std::uint8_t> BlockReader::Wanted(RecordBlock& block) {
     return m_Stream.Wanted(block.Room().subspan(m_Filled));
+}
+
+// Nothing behind a fault in the records is read, but the checksum there tells what the records
+// before it are worth. False when it has not come yet.
+bool BlockReader::Verify(RecordBlock& block, ByteStream::State state) {
+    const bool isVerified = m_Framer->VerifiedRecords() == m_Framer->Records() ||
+                            m_Stream.VerifiedBytes() >= m_FrontOffset + m_Used;
+    if (!isVerified && state == ByteStream::State::kFull && m_Used < m_Filled) {
+        m_Filled = m_Used;  // what came is not looked at
+        return false;
+    }
+    const bool isDoubtful = !isVerified && state == ByteStream::State::kBroken &&
+                            m_Stream.GetFault().kind == ByteStream::Fault::Kind::kWrongChecksum;
+    Conclude(block, isDoubtful ? ProblemOfEnd(state) : std::move(m_FramingFault));
+    return true;
 }
 
 void BlockReader::Take(std::ptrdiff_t count) {
@@ -109,9 +124,9 @@ bool BlockReader::Frame(RecordBlock& block, ByteStream::State state) {
         m_Framer->Frame(block, {m_Filled, m_FrontOffset, m_Stream.VerifiedBytes()});
     m_Used = result.used;
     if (!result.fault.empty()) {
-        Conclude(block, Describe(HasHeader() ? ProblemKind::kDamage : ProblemKind::kNoCapture,
-                                 result.fault));
-        return true;
+        m_FramingFault =
+            Describe(HasHeader() ? ProblemKind::kDamage : ProblemKind::kNoCapture, result.fault);
+        return Verify(block, state);
     }
     if (isOver) {
         Conclude(block, ProblemOfEnd(state));

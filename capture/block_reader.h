@@ -72,6 +72,7 @@ class BlockReader {
  private:
     void Begin(RecordBlock& block);
     [[nodiscard]] bool Frame(RecordBlock& block, ByteStream::State state);
+    [[nodiscard]] bool Verify(RecordBlock& block, ByteStream::State state);
     [[nodiscard]] std::optional<Problem> ChooseFramer(const RecordBlock& block);
     [[nodiscard]] bool HasHeader() const { return m_Framer && m_Framer->IsCapture(); }
     void Deliver(RecordBlock& block);
@@ -83,7 +84,8 @@ class BlockReader {
 
     Options m_Options;
     ByteStream m_Stream;
-    std::unique_ptr<Framer> m_Framer;  // none until the first bytes are there
+    std::unique_ptr<Framer> m_Framer;       // none until the first bytes are there
+    std::optional<Problem> m_FramingFault;  // found by it
     CaptureTraits m_Traits;
     bool m_IsCapture = false;
     bool m_HasDelivered = false;

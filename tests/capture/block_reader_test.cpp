@@ -307,6 +307,7 @@ TEST(BlockReaderTest, TellsWhichRecordsAWrongChecksumMakesDoubtful) {
         member[member.size() - fromEnd] ^= 1;
         return member;
     };
+    const std::string bad = CaptureBuilder().Record(5, 0, 0xFFFFFFFF, 0, std::string(9999, 'x')).Bytes().substr(24);
     const std::string text = " checksum: 4 records kept, doubtful from record ";
     for (const std::size_t blockSize : {64U, 100U, 1U << 20U}) {
         for (const std::size_t cut : {first.size(), first.size() + 3}) {  // the member ends behind a record, inside one
@@ -318,6 +319,8 @@ TEST(BlockReaderTest, TellsWhichRecordsAWrongChecksumMakesDoubtful) {
                  {std::pair{Gzip(one) + fails(Gzip(two), 8) + end, "wrong gzip" + text + "3 on"},
                   {Gzip(one) + fails(Gzip(two), 1) + end, "wrong gzip" + text + "3 on"},
                   {fails(Gzip(all), 5) + end, "wrong gzip" + text + "1 on"},
+                  {fails(Gzip(all + bad), 8) + end, "wrong gzip" + text + "1 on"},
+                  {Gzip(one) + fails(Gzip(two + bad), 8) + end, "wrong gzip" + text + "3 on"},
                   {Zstd(one) + fails(Zstd(two), 1), "wrong zstd" + text + "3 on"},
                   {Lz4(one) + fails(Lz4(two), 2), "wrong lz4" + text + "3 on"}}) {
                 const ReadCapture read = ReadWhole(file, {.blockSize = blockSize}, 5);
