@@ -52,7 +52,7 @@ BlockReader::~BlockReader() = default;
 
 void BlockReader::Begin(RecordBlock& block) {
     block.Clear(m_Options.blockSize);
-    block.Grow(m_Rest.size(), 0);
+    block.Grow(m_Rest.size());
     std::ranges::copy(m_Rest, block.Room().begin());
     m_Filled = m_Rest.size();
     m_Used = 0;
@@ -145,7 +145,7 @@ bool BlockReader::Frame(RecordBlock& block, ByteStream::State state) {
     m_FrontOffset += m_Used;
     m_Used = 0;
     if (m_Filled == block.Room().size()) {
-        block.Grow(std::min(std::max(result.wanted, m_Filled + 1), 2 * m_Filled), m_Filled);
+        block.Grow(std::min(std::max(result.wanted, m_Filled + 1), 2 * m_Filled));
     }
     return false;
 }

@@ -45,6 +45,7 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
         : m_Owner(owner),
           m_File(std::move(file)),
           m_Reader(options),
+          m_BlockSize(plan.blockSize),
           m_Blocks(plan.blocksPerInput) {}
 
     void Run() override {
@@ -73,6 +74,10 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
     RecordBlock* Take() {
         std::unique_lock lock(m_Owner.m_Mutex);
         if (m_Filled == 0 && !m_IsOver) {
+            if (!m_IsUnderWay) {
+                m_IsUnderWay = true;
+                m_Owner.m_Pool->Submit(*this);
+            }
             if (m_File.isRegular) {
                 lock.unlock();
                 m_Owner.m_Pool->RunNow(*this);
@@ -85,7 +90,7 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
         if (m_Filled == 0) {
             return nullptr;
         }
-        RecordBlock& block = m_Blocks[(m_First + m_Taken) % m_Blocks.size()];
+        RecordBlock& block = Nth(m_Taken);
         m_Filled -= 1;
         m_Taken += 1;
         if (m_IsOver && m_IsExhausted && m_Filled == 0) {
@@ -98,12 +103,14 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
         bool isNeeded = false;
         {
             const std::lock_guard lock(m_Owner.m_Mutex);
-            if (m_IsOver) {
-                m_Blocks[m_First].Clear(0);
+            // The reader still wants the one that was filled last.
+            const bool isLastFilled = m_Taken + m_Filled == 1;
+            if (m_IsOver || (IsLong(Nth(0)) && !isLastFilled)) {
+                Nth(0).Clear(0);
             }
             m_First = (m_First + 1) % m_Blocks.size();
             m_Taken -= 1;
-            isNeeded = !m_IsOver && !m_IsUnderWay;
+            isNeeded = !m_IsUnderWay && IsToGoOn();
             m_IsUnderWay |= isNeeded;
         }
         if (isNeeded) {
@@ -114,7 +121,7 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
  private:
     // Nobody else touches the block that is being filled, nor the reader.
     void Fill() {
-        RecordBlock& block = m_Blocks[Filling()];
+        RecordBlock& block = Filling();
         while (m_Reader.Read(block) == BlockReader::State::kNeedsBytes) {
             m_Wanted = m_Reader.Wanted(block);
             if (!m_File.isRegular) {
@@ -134,9 +141,9 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
         m_Reader.Take(count);
     }
 
-    std::size_t Filling() {
+    RecordBlock& Filling() {
         const std::lock_guard lock(m_Owner.m_Mutex);
-        return (m_First + m_Taken + m_Filled) % m_Blocks.size();
+        return Nth(m_Taken + m_Filled);
     }
 
     // The block is filled; goes on with the next where one is free.
@@ -145,14 +152,19 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
         bool isNeeded = false;
         {
             const std::lock_guard lock(m_Owner.m_Mutex);
-            RecordBlock& block = m_Blocks[(m_First + m_Taken + m_Filled) % m_Blocks.size()];
+            RecordBlock& block = Nth(m_Taken + m_Filled);
             block.isLast |= m_IsExhausted;
             m_IsOver = block.isLast;
             if (m_IsOver) {
                 m_File.fd.Reset();
             }
             m_Filled += 1;
-            isNeeded = !m_IsOver && m_Taken + m_Filled < m_Blocks.size();
+            for (std::size_t free = m_Taken + m_Filled; free < m_Blocks.size(); ++free) {
+                if (RecordBlock& unused = Nth(free); IsLong(unused)) {
+                    unused.Clear(0);
+                }
+            }
+            isNeeded = IsToGoOn();
             m_IsUnderWay = isNeeded;
             isAwaited = m_Owner.m_Awaited == this;
         }
@@ -164,11 +176,28 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
         }
     }
 
+    // The rest with the owner's mutex held.
+    RecordBlock& Nth(std::size_t number) { return m_Blocks[(m_First + number) % m_Blocks.size()]; }
+
+    // It has grown for a long record.
+    bool IsLong(const RecordBlock& block) const { return block.Bytes().size() > m_BlockSize; }
+
+    // Ahead of need, that is. Not beside a block with a long record: the next may be as long.
+    bool IsToGoOn() {
+        const std::size_t held = m_Taken + m_Filled;
+        bool isToGoOn = !m_IsOver && held < m_Blocks.size();
+        for (std::size_t number = 0; number < held; ++number) {
+            isToGoOn &= !IsLong(Nth(number));
+        }
+        return isToGoOn;
+    }
+
     ReadAhead& m_Owner;
     InputFile m_File;
     BlockReader m_Reader;
     std::span<std::uint8_t> m_Wanted;
     bool m_IsExhausted = false;
+    const std::size_t m_BlockSize;
 
     // Guarded by the owner's mutex.
     std::vector<RecordBlock> m_Blocks;

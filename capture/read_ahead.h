@@ -39,7 +39,7 @@ struct BlockPlan {
     std::size_t blockSize = std::size_t{1} << 20U;  // bytes
 
     // 64 MiB in three blocks for each input, or two from 1000 inputs on; a block has at most 1 MiB
-    // and at least 16 KiB.
+    // and at least 16 KiB. One that has to grow for a longer record is not read ahead of.
     [[nodiscard]] static BlockPlan For(std::size_t inputs);
 };
 

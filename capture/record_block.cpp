@@ -16,6 +16,8 @@
 #include "capture/record_block.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <new>
 
 namespace velora::capture {
 
@@ -34,18 +36,24 @@ void RecordBlock::Clear(std::size_t size) {
     if (m_Size != size) {
         m_Size = 0;
         m_Bytes.reset();
-        m_Bytes = std::make_unique_for_overwrite<std::uint8_t[]>(size);
-        m_Size = size;
+        Resize(size);
     }
 }
 
-void RecordBlock::Grow(std::size_t size, std::size_t kept) {
-    if (size <= m_Size) {
-        return;
+void RecordBlock::Grow(std::size_t size) {
+    if (size > m_Size) {
+        Resize(size);
     }
-    auto larger = std::make_unique_for_overwrite<std::uint8_t[]>(size);
-    std::memcpy(larger.get(), m_Bytes.get(), kept);
-    m_Bytes = std::move(larger);
+}
+
+// By realloc(3), which moves large blocks without copying them, so that none is there twice.
+void RecordBlock::Resize(std::size_t size) {
+    void* const bytes = size > 0 ? std::realloc(m_Bytes.get(), size) : nullptr;
+    if (size > 0 && bytes == nullptr) {
+        throw std::bad_alloc();
+    }
+    static_cast<void>(m_Bytes.release());
+    m_Bytes.reset(static_cast<std::uint8_t*>(bytes));
     m_Size = size;
 }
 

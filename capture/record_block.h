@@ -18,13 +18,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <memory>
 #include <optional>
 #include <span>
 #include <vector>
 
 #include "capture/problem.h"
 #include "capture/record.h"
+#include "utils/scope_guards.h"
 
 namespace velora::capture {
 
@@ -56,9 +56,9 @@ class RecordBlock {
     // Empties the block, which has room for `size` bytes from now on. Throws std::bad_alloc, and
     // then has no room.
     void Clear(std::size_t size);
-    // At least `size` bytes of room from now on; the `kept` first bytes stay. Throws
+    // At least `size` bytes of room from now on, of which those that were there stay. Throws
     // std::bad_alloc.
-    void Grow(std::size_t size, std::size_t kept);
+    void Grow(std::size_t size);
     [[nodiscard]] bool HasRecords() const { return m_Chained > 0; }  // listed or not
     [[nodiscard]] bool IsMixed() const { return m_IsMixed; }         // their times step back
     [[nodiscard]] std::span<const std::uint8_t> Bytes() const { return {m_Bytes.get(), m_Size}; }
@@ -104,6 +104,7 @@ class RecordBlock {
         std::memcpy(m_Bytes.get() + offset, &value, sizeof value);
     }
 
+    void Resize(std::size_t size);
     void NoteRecord(std::size_t offset, std::int64_t time);
     void LinkFrom(std::size_t offset);
     void LoadSimple(std::uint32_t offset, Record& record) const;
@@ -141,7 +142,7 @@ class RecordBlock {
         return offset + (Get<std::uint32_t>(offset) & ~kIsSimple);
     }
 
-    std::unique_ptr<std::uint8_t[]> m_Bytes;
+    MiscUtils::UniqueMemory<std::uint8_t> m_Bytes;
     std::size_t m_Size = 0;
 
     Layout m_Layout = Layout::kClassic;
