@@ -382,7 +382,9 @@ ToolResult RunWithFifo(ExactRun& run, const std::string& arguments, const std::f
         close(fifo);
     });
     ToolResult result = run.run("--exact " + arguments);
-    close(open(run.run.directory.Path("fifo").c_str(), O_RDONLY | O_NONBLOCK));  // the peer may still wait for a reader
+    const int reader = open(run.run.directory.Path("fifo").c_str(), O_RDONLY | O_NONBLOCK);
+    peer.join();  // it may still have waited for one
+    close(reader);
     return result;
 }
 
