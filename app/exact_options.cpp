@@ -140,6 +140,8 @@ class Parser {
         } else if (name == "--report") {
             job.report = value;
             return value.ends_with(".json") || value.ends_with(".html");
+        } else {
+            return false;
         }
         return true;
     }

@@ -76,6 +76,7 @@ class ExactRun {
     bool OpenInputs();
     bool LookAtInputs();
     bool ChooseForm();
+    bool FitIntoPcap();
     bool FitIntoPcapNg();
     void WriteOutput();
     void WriteRecords(capture::BlockWriter& writer);
@@ -107,6 +108,7 @@ class ExactRun {
         Tell(input, problem);
     }
     [[nodiscard]] bool IsInput(const capture::FileIdentity& output) const;
+    [[nodiscard]] std::size_t LeadingInput() const;
     // For an interface, whose name is UTF-8.
     [[nodiscard]] std::string InterfaceName(std::size_t input) const {
         const std::string name = NameOf(m_Job.inputs[input]);
@@ -277,41 +279,47 @@ bool ExactRun::LookAtInputs() {
            Refuse(Status::kNothingToWrite, "not written: no input is a readable capture");
 }
 
-// What the output is like follows from all inputs together.
-bool ExactRun::ChooseForm() {
-    m_Form.isPcapNg = IsPcapNg();
-    m_Form.cutsFinerTimes = m_Job.format == OutputFormat::kPcap;
-    m_Form.snapLen = kLeastSnapLen;
-    const CaptureTraits* first = nullptr;  // the first with a record
-    std::size_t firstInput = 0;
+// The first input that has a record, or, where none has, the first.
+std::size_t ExactRun::LeadingInput() const {
+    const auto leading = std::ranges::find_if(
+        m_Sources, [this](std::size_t input) { return m_Report.inputs[input].traits.hasRecord; });
+    return leading != m_Sources.end() ? *leading : m_Sources.front();
+}
+
+bool ExactRun::FitIntoPcap() {
+    const std::size_t leading = LeadingInput();
+    const auto linkType = m_Report.inputs[leading].traits.linkType;
     for (const std::size_t input : m_Sources) {
         const CaptureTraits& traits = m_Report.inputs[input].traits;
-        m_Form.snapLen = std::max(m_Form.snapLen, traits.snapLen);
-        m_Form.hasNanoseconds |= traits.isFinerThanMicroseconds;
-        if (!traits.hasRecord) {
-            continue;
-        }
-        if (first == nullptr) {
-            first = &traits;
-            firstInput = input;
-            m_Form.fcsBits = traits.fcsBits;
-        }
-        if (traits.linkType != first->linkType && !IsPcapNg()) {
+        if (traits.hasRecord && traits.linkType != linkType) {
             Tell(input, {ProblemKind::kLeftOut,
                          "its link type is " + LinkType::Shown(*traits.linkType) + ", that of " +
-                             m_Listener.ShownInput(firstInput) + " is " +
-                             LinkType::Shown(*first->linkType),
+                             m_Listener.ShownInput(leading) + " is " + LinkType::Shown(*linkType),
                          0, 0});
             return Refuse(Status::kNothingToWrite,
                           "not written: inputs of different link types do not fit into one pcap "
                           "file, but with --format=pcapng they do");
         }
-        m_Form.fcsBits = traits.fcsBits == m_Form.fcsBits ? m_Form.fcsBits : 0;
     }
-    m_Form.linkType =
-        first != nullptr
-            ? *first->linkType
-            : m_Report.inputs[m_Sources.front()].traits.linkType.value_or(LinkType::kEthernet);
+    return true;
+}
+
+// What the output is like follows from all inputs together.
+bool ExactRun::ChooseForm() {
+    const CaptureTraits& leading = m_Report.inputs[LeadingInput()].traits;
+    m_Form.isPcapNg = IsPcapNg();
+    m_Form.cutsFinerTimes = m_Job.format == OutputFormat::kPcap;
+    m_Form.linkType = leading.linkType.value_or(LinkType::kEthernet);
+    m_Form.fcsBits = leading.hasRecord ? leading.fcsBits : 0;
+    m_Form.snapLen = kLeastSnapLen;
+    for (const std::size_t input : m_Sources) {
+        const CaptureTraits& traits = m_Report.inputs[input].traits;
+        m_Form.snapLen = std::max(m_Form.snapLen, traits.snapLen);
+        m_Form.hasNanoseconds |= traits.isFinerThanMicroseconds;
+        if (traits.hasRecord && traits.fcsBits != leading.fcsBits) {
+            m_Form.fcsBits = 0;
+        }
+    }
     if (m_Job.format != OutputFormat::kFitting) {
         m_Form.hasNanoseconds = m_Job.format != OutputFormat::kPcap;
     }
@@ -323,7 +331,7 @@ bool ExactRun::ChooseForm() {
                       : m_Form.hasNanoseconds ? capture::Format::kClassicNanoseconds
                                               : capture::Format::kClassicMicroseconds;
     m_Report.compression = m_Job.compression;
-    return !IsPcapNg() || FitIntoPcapNg();
+    return IsPcapNg() ? FitIntoPcapNg() : FitIntoPcap();
 }
 
 // The format has 16 bits for a link type; a classic header has 26. An interface that does not fit
