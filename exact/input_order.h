@@ -37,6 +37,8 @@ class InputOrder {
     InputOrder(InputOrder&&) = default;  // before Begin only: from then on it points into itself
     InputOrder(const InputOrder&) = delete;
     InputOrder& operator=(const InputOrder&) = delete;
+    InputOrder& operator=(InputOrder&&) = delete;
+    ~InputOrder() = default;
 
     // Stands on the first record, waiting for what it takes to know it. Once, before all below.
     void Begin();
