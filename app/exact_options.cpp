@@ -254,7 +254,9 @@ class Parser {
             Fail("'--concatenate' does not go with a squish");
         }
         m_Options.job.mode = isSquish ? Mode::kSquish : Mode::kSquish10;
-        if (IsNext("-squish") || IsNext("-squish10")) {
+        if (IsNext(isSquish ? "-squish" : "-squish10")) {
+            Fail(Quoted(m_Words[m_Next]) + " is given twice");
+        } else if (IsNext("-squish") || IsNext("-squish10")) {
             Fail("'-squish' and '-squish10' together: give one of them");
         }
     }

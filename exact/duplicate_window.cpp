@@ -21,8 +21,7 @@ bool DuplicateWindow::Equals(const Noted& noted, const WrittenRecord& record) co
 
 void DuplicateWindow::ForgetBefore(std::int64_t time) {
     while (!m_ByTime.empty() && m_ByTime.begin()->first < time) {
-        // cppcheck-suppress mismatchingContainerIterator ; this map is one of iterators of the
-        // other
+        // cppcheck-suppress mismatchingContainerIterator ; one map is of iterators of the other
         m_ByHash.erase(m_ByTime.begin()->second);
         m_ByTime.erase(m_ByTime.begin());
     }

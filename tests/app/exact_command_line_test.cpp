@@ -87,6 +87,7 @@ TEST(ExactCommandLineTest, NamesTheFaultOfAWrongLine) {
           {"a --quiet -out x", "'--quiet' stands too late: options come first"},
           {"-squish -squish10 a -out x", together},
           {"-squish10 -squish a -out x", together},
+          {"-squish10 -squish10 a -out x", "'-squish10' is given twice"},
           {"a -squish -out x", "'-squish'" + late},
           {"-r sub -squish10 a -out x", "'-squish10'" + late},
           {"a -r sub -out x", "'-r'" + late},
