@@ -135,8 +135,7 @@ class Teller final : public velora::exact::RunListener {
         : m_Job(job), m_Line(line), m_IsQuiet(isQuiet) {}
 
     std::string ShownInput(std::size_t input) const override {
-        const velora::exact::InputName& name = m_Job.inputs[input];
-        return ShownText(NameOf(name));
+        return ShownText(NameOf(m_Job.inputs[input]));
     }
 
     void OnInput(std::size_t input, const Problem& problem) override {

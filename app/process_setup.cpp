@@ -15,8 +15,8 @@ void Reserve(int descriptor, bool isExact, int mode = O_RDWR) {
         g_wasClosed[descriptor] = true;
         int null = open("/dev/null", mode);
         if (null < 0 && isExact) {
-            null =
-                open("/", O_PATH);  // a place without devices: messages shall not reach the output
+            // A place without devices. Messages shall not reach the output there either.
+            null = open("/", O_PATH);
         }
         if (null != descriptor) {
             dup2(null, descriptor);

@@ -159,6 +159,7 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
                 m_File.fd.Reset();
             }
             m_Filled += 1;
+            // One that was given back while the reader still wanted it.
             for (std::size_t free = m_Taken + m_Filled; free < m_Blocks.size(); ++free) {
                 if (RecordBlock& unused = Nth(free); IsLong(unused)) {
                     unused.Clear(0);

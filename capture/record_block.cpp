@@ -36,20 +36,17 @@ void RecordBlock::Clear(std::size_t size) {
     if (m_Size != size) {
         m_Size = 0;
         m_Bytes.reset();
-        Resize(size);
+        Grow(size);
     }
 }
 
 void RecordBlock::Grow(std::size_t size) {
-    if (size > m_Size) {
-        Resize(size);
+    if (size <= m_Size) {
+        return;
     }
-}
-
-// By realloc(3), which moves large blocks without copying them, so that none is there twice.
-void RecordBlock::Resize(std::size_t size) {
-    void* const bytes = size > 0 ? std::realloc(m_Bytes.get(), size) : nullptr;
-    if (size > 0 && bytes == nullptr) {
+    // This moves large blocks without copying them, so that none is there twice.
+    void* const bytes = std::realloc(m_Bytes.get(), size);
+    if (bytes == nullptr) {
         throw std::bad_alloc();
     }
     static_cast<void>(m_Bytes.release());

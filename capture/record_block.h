@@ -104,7 +104,6 @@ class RecordBlock {
         std::memcpy(m_Bytes.get() + offset, &value, sizeof value);
     }
 
-    void Resize(std::size_t size);
     void NoteRecord(std::size_t offset, std::int64_t time);
     void LinkFrom(std::size_t offset);
     void LoadSimple(std::uint32_t offset, Record& record) const;
