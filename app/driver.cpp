@@ -11,11 +11,11 @@
 #include <unistd.h>
 
 #include "app/version.h"
-#include "impex/merge_job.h"
-#include "impex/squish.h"
-#include "impex/time_ordered_merge.h"
-#include "utils/errno_text.h"
-#include "utils/path_tests.h"
+#include "velora/impex/merge_job.h"
+#include "velora/impex/squish.h"
+#include "velora/impex/time_ordered_merge.h"
+#include "velora/utils/errno_text.h"
+#include "velora/utils/path_tests.h"
 
 namespace {
 

@@ -20,13 +20,13 @@
 #include "app/process_setup.h"
 #include "app/progress_line.h"
 #include "app/version.h"
-#include "capture/output_file.h"
-#include "exact/exact_run.h"
-#include "exact/report_json.h"
-#include "exact/report_page.h"
-#include "exact/shown_text.h"
-#include "logging/logger.h"
-#include "utils/errno_text.h"
+#include "velora/exact/run.h"
+#include "velora/logging/logger.h"
+#include "velora/output/output_file.h"
+#include "velora/report/report_json.h"
+#include "velora/report/report_page.h"
+#include "velora/utils/errno_text.h"
+#include "velora/utils/shown_text.h"
 
 namespace {
 

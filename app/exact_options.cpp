@@ -10,8 +10,8 @@
 #include <system_error>
 #include <utility>
 
-#include "exact/shown_text.h"
-#include "exact/time_argument.h"
+#include "velora/utils/shown_text.h"
+#include "velora/utils/time_argument.h"
 
 namespace {
 

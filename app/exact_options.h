@@ -13,7 +13,7 @@
 #include <variant>
 #include <vector>
 
-#include "exact/exact_job.h"
+#include "velora/exact/job.h"
 
 struct ExactOptions {
     enum class Wish { kRun, kHelp, kVersion };

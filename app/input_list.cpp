@@ -8,9 +8,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "capture/input_file.h"
-#include "utils/errno_text.h"
-#include "utils/scope_guards.h"
+#include "velora/capture/input_file.h"
+#include "velora/utils/errno_text.h"
+#include "velora/utils/scope_guards.h"
 
 std::vector<std::string> PathsIn(const std::string& bytes) {
     const char separator = bytes.find('\0') != std::string::npos ? '\0' : '\n';

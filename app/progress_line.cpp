@@ -14,9 +14,9 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-#include "capture/plain_words.h"
-#include "utils/saturating.h"
-#include "utils/scope_guards.h"
+#include "velora/utils/plain_words.h"
+#include "velora/utils/saturating.h"
+#include "velora/utils/scope_guards.h"
 
 namespace {
 

@@ -14,7 +14,7 @@
 #include <string_view>
 #include <thread>
 
-#include "exact/exact_run.h"
+#include "velora/exact/run.h"
 
 class ProgressLine {
  public:

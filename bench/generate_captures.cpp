@@ -17,7 +17,7 @@
 #include <string>
 #include <string_view>
 
-#include "formats/classic_format.h"
+#include "velora/formats/classic_format.h"
 
 namespace {
 

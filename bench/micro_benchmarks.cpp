@@ -19,16 +19,16 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include "capture/capture_reader.h"
-#include "exact/exact_run.h"
-#include "impex/impex_libpcap.h"
-#include "impex/squish.h"
-#include "impex/time_ordered_merge.h"
-#include "logging/logger.h"
 #include "tests/support/capture_builder.h"
 #include "tests/support/temp_dir.h"
-#include "utils/scope_guards.h"
-#include "utils/tournament_tree.h"
+#include "velora/capture/capture_reader.h"
+#include "velora/exact/run.h"
+#include "velora/impex/impex_libpcap.h"
+#include "velora/impex/squish.h"
+#include "velora/impex/time_ordered_merge.h"
+#include "velora/logging/logger.h"
+#include "velora/utils/scope_guards.h"
+#include "velora/utils/tournament_tree.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include <unistd.h>
 #include <zlib.h>
 
-#include "formats/classic_format.h"
+#include "velora/formats/classic_format.h"
 
 namespace {
 

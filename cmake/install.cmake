@@ -25,8 +25,8 @@ install(FILES completion/seamtool.bash
 install(FILES completion/_seamtool DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
 
 install(TARGETS ${libraries} EXPORT velora-targets
-  FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/velora
-  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/velora)
+  FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(EXPORT velora-targets NAMESPACE velora:: DESTINATION ${package_dir})
 configure_package_config_file(cmake/velora-config.cmake.in velora-config.cmake
   INSTALL_DESTINATION ${package_dir})

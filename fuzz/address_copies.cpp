@@ -1,7 +1,7 @@
 // The ten copies of a record, held against sums counted from nothing. An input: a byte for the link
 // type (its remainder by the number of those below), then the captured bytes.
 
-#include "exact/address_copies.h"
+#include "velora/packet/address_copies.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "exact/ipv4_place.h"
 #include "fuzz/fuzz_support.h"
-#include "tests/exact/naive_checksum.h"
+#include "tests/packet/naive_checksum.h"
+#include "velora/packet/ipv4_place.h"
 
 using fuzz::Check;
 using velora::exact::AddressCopies;

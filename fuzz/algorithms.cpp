@@ -11,9 +11,9 @@
 #include <vector>
 
 #include "fuzz/fuzz_support.h"
-#include "impex/squish.h"
-#include "impex/time_ordered_merge.h"
 #include "tests/support/libpcap_reader.h"
+#include "velora/impex/squish.h"
+#include "velora/impex/time_ordered_merge.h"
 
 using fuzz::Check;
 

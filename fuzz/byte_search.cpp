@@ -8,9 +8,9 @@
 #include <cstdio>
 
 #include "fuzz/fuzz_support.h"
-#include "utils/scope_guards.h"
-#include "utils/stream_range.h"
-#include "utils/text_edit.h"
+#include "velora/utils/scope_guards.h"
+#include "velora/utils/stream_range.h"
+#include "velora/utils/text_edit.h"
 
 using fuzz::Check;
 using namespace MiscUtils;

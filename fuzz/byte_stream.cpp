@@ -1,7 +1,7 @@
 // Any bytes as a compressed file: what comes out, and how it ends, does not depend on the pieces in
 // which the bytes arrive, nor on the room for what they become. The first two bytes choose these.
 
-#include "capture/byte_stream.h"
+#include "velora/codec/byte_stream.h"
 
 #include <algorithm>
 #include <cstdint>

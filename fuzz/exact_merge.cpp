@@ -8,10 +8,10 @@
 #include <map>
 #include <string>
 
-#include "exact/exact_run.h"
-#include "formats/link_types.h"
 #include "fuzz/fuzz_support.h"
-#include "tests/exact/naive_order.h"
+#include "tests/merge/naive_order.h"
+#include "velora/exact/run.h"
+#include "velora/formats/link_types.h"
 
 using fuzz::Check;
 using velora::capture::Problem;

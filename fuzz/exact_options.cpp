@@ -11,9 +11,9 @@
 #include <string_view>
 
 #include "app/input_list.h"
-#include "exact/shown_text.h"
-#include "exact/time_argument.h"
 #include "fuzz/fuzz_support.h"
+#include "velora/utils/shown_text.h"
+#include "velora/utils/time_argument.h"
 
 using fuzz::Check;
 using namespace velora::exact;

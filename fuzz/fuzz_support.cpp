@@ -7,8 +7,8 @@
 
 #include <unistd.h>
 
-#include "logging/logger.h"
 #include "tests/support/temp_dir.h"
+#include "velora/logging/logger.h"
 
 using VeloLogger::GlobalLogger;
 

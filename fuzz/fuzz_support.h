@@ -12,8 +12,8 @@
 #include <string>
 #include <string_view>
 
-#include "impex/impex_libpcap.h"
 #include "tests/impex/naive_model.h"
+#include "velora/impex/impex_libpcap.h"
 
 namespace fuzz {
 

@@ -1,7 +1,7 @@
 // Interface rates from two readings of any content. An input: a byte for the seconds between them,
 // and both readings with a zero byte between them; without one, the same reading twice.
 
-#include "procutils/interface_rates.h"
+#include "velora/procutils/interface_rates.h"
 
 #include <cstdint>
 #include <cstdio>

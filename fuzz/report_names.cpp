@@ -5,12 +5,12 @@
 
 #include <nlohmann/json.hpp>
 
-#include "exact/report_json.h"
-#include "exact/report_page.h"
-#include "exact/report_text.h"
-#include "exact/shown_text.h"
 #include "fuzz/fuzz_support.h"
-#include "utils/hex_text.h"
+#include "velora/report/report_json.h"
+#include "velora/report/report_page.h"
+#include "velora/report/report_text.h"
+#include "velora/utils/hex_text.h"
+#include "velora/utils/shown_text.h"
 
 using fuzz::Check;
 using namespace velora::exact;

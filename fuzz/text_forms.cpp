@@ -7,10 +7,10 @@
 #include <stdexcept>
 
 #include "fuzz/fuzz_support.h"
-#include "utils/byte_quantity.h"
-#include "utils/guid.h"
-#include "utils/hex_text.h"
-#include "utils/net_address_text.h"
+#include "velora/utils/byte_quantity.h"
+#include "velora/utils/guid.h"
+#include "velora/utils/hex_text.h"
+#include "velora/utils/net_address_text.h"
 
 using fuzz::Check;
 using namespace MiscUtils;

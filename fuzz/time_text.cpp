@@ -2,7 +2,7 @@
 // saving. An input: a byte whose lowest bit chooses the zone; two timestamps in binary, where it is
 // long enough; and two texts with a line end between them, which overlap those.
 
-#include "utils/time_text.h"
+#include "velora/utils/time_text.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -12,7 +12,7 @@
 #include <stdexcept>
 
 #include "fuzz/fuzz_support.h"
-#include "utils/time_range.h"
+#include "velora/utils/time_range.h"
 
 using fuzz::Check;
 using namespace MiscUtils;

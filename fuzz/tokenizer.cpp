@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "fuzz/fuzz_support.h"
-#include "procutils/str_tokenizer.h"
+#include "velora/procutils/str_tokenizer.h"
 
 using fuzz::Check;
 using velora::utils::proc::StrTokenizer;

@@ -1,12 +1,12 @@
 // A tree is made, copied, moved and deleted.
-#include "utils/file_tree.h"
+#include "velora/utils/file_tree.h"
 
 #include <iostream>
 #include <stdexcept>
 #include <string>
 
-#include "utils/path_tests.h"
-#include "utils/temp_file.h"
+#include "velora/utils/path_tests.h"
+#include "velora/utils/temp_file.h"
 
 int main() try {
     if (!MiscUtils::MakeDirs("captures/monday")) {

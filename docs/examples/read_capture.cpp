@@ -2,7 +2,7 @@
 #include <cstdint>
 #include <iostream>
 
-#include "capture/capture_reader.h"
+#include "velora/capture/capture_reader.h"
 
 int main(int argc, char** argv) {
     for (int index = 1; index < argc; ++index) {

@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "exact/address_rewrite.h"
-#include "formats/link_types.h"
-#include "utils/hex_text.h"
+#include "velora/formats/link_types.h"
+#include "velora/packet/address_rewrite.h"
+#include "velora/utils/hex_text.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 
 #include <sys/wait.h>
 
-#include "procutils/runexe/run_exe.h"
-#include "procutils/runexe/run_popen.h"
+#include "velora/procutils/runexe/run_exe.h"
+#include "velora/procutils/runexe/run_popen.h"
 
 int main() {
     using namespace velora::utils::proc;

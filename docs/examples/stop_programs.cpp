@@ -4,9 +4,9 @@
 
 #include <sys/wait.h>
 
-#include "procutils/pid_file.h"
-#include "procutils/runexe/spawn_exe.h"
-#include "utils/temp_file.h"
+#include "velora/procutils/pid_file.h"
+#include "velora/procutils/runexe/spawn_exe.h"
+#include "velora/utils/temp_file.h"
 
 int main() {
     using namespace velora::utils::proc;

@@ -5,10 +5,10 @@
 
 #include <fcntl.h>
 
-#include "utils/disk_space.h"
-#include "utils/errno_text.h"
-#include "utils/host_name.h"
-#include "utils/scope_guards.h"
+#include "velora/utils/disk_space.h"
+#include "velora/utils/errno_text.h"
+#include "velora/utils/host_name.h"
+#include "velora/utils/scope_guards.h"
 
 int main() {
     std::uint64_t total = 0;

@@ -6,10 +6,10 @@
 #include <iostream>
 #include <string>
 
-#include "capture/block_writer.h"
-#include "capture/capture_reader.h"
-#include "capture/output_file.h"
-#include "capture/record_encoder.h"
+#include "velora/capture/capture_reader.h"
+#include "velora/output/block_writer.h"
+#include "velora/output/output_file.h"
+#include "velora/output/record_encoder.h"
 
 using namespace velora::capture;
 

@@ -11,11 +11,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "exact/shown_text.h"
 #include "tests/capture/read_whole.h"
 #include "tests/support/capture_builder.h"
 #include "tests/support/limits.h"
 #include "tests/support/tool_run.h"
+#include "velora/utils/shown_text.h"
 
 namespace {
 

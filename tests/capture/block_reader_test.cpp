@@ -1,7 +1,7 @@
 // Every form of capture through the block reader: what is accepted and what is not, where damage is said to be, and
 // that neither the size of the blocks nor that of the pieces in which a file arrives changes any of it.
 
-#include "capture/block_reader.h"
+#include "velora/capture/block_reader.h"
 
 #include <cerrno>
 #include <random>
@@ -9,11 +9,11 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "capture/capture_reader.h"
-#include "capture/tick_time.h"
 #include "tests/capture/read_whole.h"
 #include "tests/support/capture_builder.h"
 #include "tests/support/temp_dir.h"
+#include "velora/capture/capture_reader.h"
+#include "velora/capture/tick_time.h"
 
 namespace velora::capture {
 namespace {

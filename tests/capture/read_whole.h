@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "capture/block_reader.h"
+#include "velora/capture/block_reader.h"
 
 namespace velora::capture {
 

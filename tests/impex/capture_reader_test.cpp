@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "impex/impex_libpcap.h"
 #include "tests/support/capture_builder.h"
 #include "tests/support/file_trees.h"
 #include "tests/support/log_text.h"
+#include "velora/impex/impex_libpcap.h"
 
 namespace {
 

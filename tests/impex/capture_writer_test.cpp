@@ -3,12 +3,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "impex/impex_libpcap.h"
 #include "tests/support/capture_builder.h"
 #include "tests/support/file_trees.h"
 #include "tests/support/limits.h"
 #include "tests/support/log_text.h"
-#include "utils/scope_guards.h"
+#include "velora/impex/impex_libpcap.h"
+#include "velora/utils/scope_guards.h"
 
 namespace {
 

@@ -5,10 +5,10 @@
 
 #include <gtest/gtest.h>
 
-#include "impex/time_ordered_merge.h"
 #include "tests/support/capture_builder.h"
 #include "tests/support/log_text.h"
 #include "tests/support/temp_dir.h"
+#include "velora/impex/time_ordered_merge.h"
 
 namespace {
 

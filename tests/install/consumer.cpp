@@ -6,10 +6,10 @@
 
 #include <unistd.h>
 
-#include "impex/merge_job.h"
-#include "impex/time_ordered_merge.h"
-#include "logging/logger.h"
-#include "procutils/runexe/run_exe.h"
+#include "velora/impex/merge_job.h"
+#include "velora/impex/time_ordered_merge.h"
+#include "velora/logging/logger.h"
+#include "velora/procutils/runexe/run_exe.h"
 
 int main(int /*argc*/, char** argv) {
     MergeJob job(argv[3], {argv[1], argv[2]});

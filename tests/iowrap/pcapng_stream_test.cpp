@@ -1,4 +1,4 @@
-#include "iowrap/pcapng_stream.h"
+#include "velora/iowrap/pcapng_stream.h"
 
 #include <array>
 #include <tuple>

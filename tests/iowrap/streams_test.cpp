@@ -3,11 +3,11 @@
 
 #include <gtest/gtest.h>
 
-#include "iowrap/bzip2_stream.h"
-#include "iowrap/gzip_stream.h"
-#include "iowrap/plain_stream.h"
 #include "tests/support/capture_builder.h"
 #include "tests/support/file_trees.h"
+#include "velora/iowrap/bzip2_stream.h"
+#include "velora/iowrap/gzip_stream.h"
+#include "velora/iowrap/plain_stream.h"
 
 namespace {
 

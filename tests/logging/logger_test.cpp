@@ -1,4 +1,4 @@
-#include "logging/logger.h"
+#include "velora/logging/logger.h"
 
 #include <algorithm>
 #include <chrono>
@@ -12,7 +12,7 @@
 
 #include "tests/support/file_trees.h"
 #include "tests/support/log_text.h"
-#include "utils/scope_guards.h"
+#include "velora/utils/scope_guards.h"
 
 namespace VeloLogger {
 namespace {

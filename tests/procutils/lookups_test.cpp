@@ -5,13 +5,13 @@
 
 #include <gtest/gtest.h>
 
-#include "procutils/find_files.h"
-#include "procutils/interface_rates.h"
-#include "procutils/path_parts.h"
-#include "procutils/scoped_cwd.h"
-#include "procutils/str_tokenizer.h"
 #include "tests/support/file_trees.h"
 #include "tests/support/limits.h"
+#include "velora/procutils/find_files.h"
+#include "velora/procutils/interface_rates.h"
+#include "velora/procutils/path_parts.h"
+#include "velora/procutils/scoped_cwd.h"
+#include "velora/procutils/str_tokenizer.h"
 
 namespace velora::utils::proc {
 namespace {

@@ -10,17 +10,17 @@
 #include <spawn.h>
 #include <sys/time.h>
 
-#include "procutils/interface_rates.h"
-#include "procutils/pid_file.h"
-#include "procutils/process_search.h"
-#include "procutils/runexe/output_collector.h"
-#include "procutils/runexe/run_exe.h"
-#include "procutils/runexe/run_popen.h"
-#include "procutils/runexe/spawn_exe.h"
 #include "tests/support/file_trees.h"
 #include "tests/support/limits.h"
-#include "utils/file_contents.h"
-#include "utils/scope_guards.h"
+#include "velora/procutils/interface_rates.h"
+#include "velora/procutils/pid_file.h"
+#include "velora/procutils/process_search.h"
+#include "velora/procutils/runexe/output_collector.h"
+#include "velora/procutils/runexe/run_exe.h"
+#include "velora/procutils/runexe/run_popen.h"
+#include "velora/procutils/runexe/spawn_exe.h"
+#include "velora/utils/file_contents.h"
+#include "velora/utils/scope_guards.h"
 
 namespace velora::utils::proc {
 namespace {

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "logging/logger.h"
+#include "velora/logging/logger.h"
 
 // The tag and message of "<colour>Mon Nov 16 02:44:03 2026.000123 <tag> <message><reset>", with both colour and reset
 // or with neither.

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "logging/logger.h"
+#include "velora/logging/logger.h"
 
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);

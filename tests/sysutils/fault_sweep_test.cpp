@@ -7,12 +7,12 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
-#include "procutils/runexe/run_exe.h"
-#include "procutils/runexe/spawn_exe.h"
 #include "tests/support/file_trees.h"
-#include "utils/file_contents.h"
-#include "utils/file_tree.h"
-#include "utils/text_edit.h"
+#include "velora/procutils/runexe/run_exe.h"
+#include "velora/procutils/runexe/spawn_exe.h"
+#include "velora/utils/file_contents.h"
+#include "velora/utils/file_tree.h"
+#include "velora/utils/text_edit.h"
 
 extern "C" int ArmFault(const char* plan);
 

@@ -1,4 +1,4 @@
-#include "utils/file_tree.h"
+#include "velora/utils/file_tree.h"
 
 #include <algorithm>
 #include <future>
@@ -8,11 +8,11 @@
 #include <sched.h>
 #include <sys/mount.h>
 
-#include "procutils/scoped_cwd.h"
 #include "tests/support/file_trees.h"
 #include "tests/support/limits.h"
-#include "utils/scope_guards.h"
-#include "utils/text_edit.h"
+#include "velora/procutils/scoped_cwd.h"
+#include "velora/utils/scope_guards.h"
+#include "velora/utils/text_edit.h"
 
 namespace MiscUtils {
 namespace {

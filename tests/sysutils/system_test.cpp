@@ -8,13 +8,13 @@
 
 #include "tests/support/file_trees.h"
 #include "tests/support/limits.h"
-#include "utils/bounded_copy.h"
-#include "utils/config_archive.h"
-#include "utils/host_name.h"
-#include "utils/local_datagram.h"
-#include "utils/scope_guards.h"
-#include "utils/temp_file.h"
-#include "utils/text_shim.h"
+#include "velora/utils/bounded_copy.h"
+#include "velora/utils/config_archive.h"
+#include "velora/utils/host_name.h"
+#include "velora/utils/local_datagram.h"
+#include "velora/utils/scope_guards.h"
+#include "velora/utils/temp_file.h"
+#include "velora/utils/text_shim.h"
 
 namespace MiscUtils {
 namespace {

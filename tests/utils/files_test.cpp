@@ -8,12 +8,12 @@
 
 #include "tests/support/file_trees.h"
 #include "tests/support/limits.h"
-#include "utils/disk_space.h"
-#include "utils/file_contents.h"
-#include "utils/ownership.h"
-#include "utils/path_tests.h"
-#include "utils/scope_guards.h"
-#include "utils/stdout_terminal.h"
+#include "velora/utils/disk_space.h"
+#include "velora/utils/file_contents.h"
+#include "velora/utils/ownership.h"
+#include "velora/utils/path_tests.h"
+#include "velora/utils/scope_guards.h"
+#include "velora/utils/stdout_terminal.h"
 
 namespace MiscUtils {
 namespace {

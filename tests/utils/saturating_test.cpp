@@ -1,8 +1,8 @@
-#include "utils/saturating.h"
+#include "velora/utils/saturating.h"
 
 #include <gtest/gtest.h>
 
-#include "utils/shift_rule.h"
+#include "velora/utils/shift_rule.h"
 
 namespace MiscUtils {
 namespace {

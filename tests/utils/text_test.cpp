@@ -6,15 +6,15 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/file_trees.h"
-#include "utils/byte_quantity.h"
-#include "utils/errno_text.h"
-#include "utils/format_buffer.h"
-#include "utils/guid.h"
-#include "utils/hex_text.h"
-#include "utils/net_address_text.h"
-#include "utils/scope_guards.h"
-#include "utils/stream_range.h"
-#include "utils/text_edit.h"
+#include "velora/utils/byte_quantity.h"
+#include "velora/utils/errno_text.h"
+#include "velora/utils/format_buffer.h"
+#include "velora/utils/guid.h"
+#include "velora/utils/hex_text.h"
+#include "velora/utils/net_address_text.h"
+#include "velora/utils/scope_guards.h"
+#include "velora/utils/stream_range.h"
+#include "velora/utils/text_edit.h"
 
 namespace MiscUtils {
 namespace {

@@ -6,9 +6,9 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/file_trees.h"
-#include "utils/clock.h"
-#include "utils/time_range.h"
-#include "utils/time_text.h"
+#include "velora/utils/clock.h"
+#include "velora/utils/time_range.h"
+#include "velora/utils/time_text.h"
 
 namespace MiscUtils {
 namespace {

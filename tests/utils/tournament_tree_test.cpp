@@ -1,4 +1,4 @@
-#include "utils/tournament_tree.h"
+#include "velora/utils/tournament_tree.h"
 
 #include <algorithm>
 #include <random>

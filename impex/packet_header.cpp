@@ -1,7 +1,0 @@
-#include "impex/packet_header.h"
-
-#include <tbb/scalable_allocator.h>
-
-void ScalableFree::operator()(void* block) const noexcept {
-    scalable_free(block);
-}

@@ -1,0 +1,86 @@
+#include "velora/capture/input_file.h"
+
+#include <cerrno>
+#include <optional>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "velora/utils/errno_text.h"
+
+namespace velora::capture {
+namespace {
+
+using Outcome = std::variant<InputFile, Problem>;
+
+Problem CannotOpen(int error) {
+    return {ProblemKind::kCannotRead, "cannot be opened: " + MiscUtils::ErrnoText(error).text, 0, 0,
+            error};
+}
+
+// Nothing for a kind of file that may give a capture.
+std::optional<Problem> FaultOfKind(mode_t mode) {
+    if (S_ISDIR(mode) || S_ISBLK(mode)) {
+        return Problem{ProblemKind::kCannotRead,
+                       S_ISDIR(mode) ? "is a directory" : "is a block device", 0, 0};
+    }
+    return std::nullopt;
+}
+
+Outcome Accept(MiscUtils::UniqueFd fd) {
+    struct stat status {};
+    if (fstat(fd.Get(), &status) != 0) {
+        return CannotOpen(errno);
+    }
+    if (std::optional<Problem> fault = FaultOfKind(status.st_mode)) {
+        return std::move(*fault);
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return InputFile{std::move(fd), false, 0};
+    }
+    // A hint for files that are not in memory yet; a refusal changes nothing.
+    static_cast<void>(posix_fadvise(fd.Get(), 0, 0, POSIX_FADV_SEQUENTIAL));
+    return InputFile{std::move(fd), true, static_cast<std::uint64_t>(status.st_size)};
+}
+
+}  // namespace
+
+Outcome OpenInputFile(const std::string& path) {
+    // Looked at first: opening a block device may do something, such as closing a drive's door.
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0) {
+        return CannotOpen(errno);
+    }
+    if (std::optional<Problem> fault = FaultOfKind(status.st_mode)) {
+        return std::move(*fault);
+    }
+    MiscUtils::UniqueFd fd(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+    if (!fd) {
+        return CannotOpen(errno);
+    }
+    return Accept(std::move(fd));
+}
+
+Outcome OpenStandardInput() {
+    MiscUtils::UniqueFd fd(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    if (!fd) {
+        return CannotOpen(errno);
+    }
+    return Accept(std::move(fd));
+}
+
+ssize_t ReadSome(int fd, std::uint8_t* place, std::size_t size) {
+    for (;;) {
+        const ssize_t count = read(fd, place, size);
+        if (count >= 0) {
+            return count;
+        }
+        if (errno != EINTR) {
+            return -errno;
+        }
+    }
+}
+
+}  // namespace velora::capture

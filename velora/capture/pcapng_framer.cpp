@@ -1,0 +1,311 @@
+#include "velora/capture/pcapng_framer.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#include <utility>
+
+#include "velora/formats/link_types.h"
+#include "velora/formats/pcapng_format.h"
+
+namespace velora::capture {
+namespace {
+
+using namespace PcapNgFormat;
+
+constexpr std::size_t kBlockStart = 8;          // type and length
+constexpr std::size_t kSectionStart = 12;       // and the byte-order magic
+constexpr std::size_t kTrailer = 4;             // the second length
+constexpr std::size_t kOptionStart = 4;         // code and length of an option
+constexpr std::size_t kMostInterfaces = 65536;  // a section
+// Blocks that are looked at are held whole, options included.
+constexpr std::uint32_t kLargestHeldBlock = 256U << 20U;
+
+constexpr std::size_t Padded(std::size_t size) {
+    return (size + 3) & ~std::size_t{3};
+}
+
+// Which blocks are looked at, and the least size of each; 0 for all others.
+std::size_t LeastSize(std::uint32_t type) {
+    switch (type) {
+        case kSectionHeader:
+            return kSectionHeaderSize;
+        case kInterfaceDescription:
+            return kInterfaceDescriptionSize;
+        case kEnhancedPacket:
+        case kObsoletePacket:
+            return kPacketSize;
+        case kSimplePacket:
+            return kSimplePacketSize;
+        default:
+            return 0;
+    }
+}
+
+bool IsPacket(std::uint32_t type) {
+    return type == kEnhancedPacket || type == kObsoletePacket;
+}
+
+}  // namespace
+
+template <typename Value>
+Value PcapNgFramer::Get(const std::uint8_t* place) const {
+    Value value;
+    std::memcpy(&value, place, sizeof value);
+    if (m_IsSwapped) {
+        if constexpr (sizeof value == 2) {
+            value = static_cast<Value>(__builtin_bswap16(static_cast<std::uint16_t>(value)));
+        } else if constexpr (sizeof value == 4) {
+            value = static_cast<Value>(__builtin_bswap32(static_cast<std::uint32_t>(value)));
+        } else {
+            value = static_cast<Value>(__builtin_bswap64(static_cast<std::uint64_t>(value)));
+        }
+    }
+    return value;
+}
+
+Framer::Result PcapNgFramer::Frame(RecordBlock& block, const Bytes& bytes) {
+    std::size_t position = 0;
+    Result result;
+    BeginBlock(bytes);
+    for (;;) {
+        if (IsInside() && !Skip(block, bytes, position, result)) {
+            return result;
+        }
+        BlockAt at{block.Room().data() + position, position, 0, 0, bytes.count - position};
+        if (at.there < kBlockStart) {
+            return {position, kBlockStart, {}};
+        }
+        at.type = Get<std::uint32_t>(at.start);
+        if (at.type == kSectionHeader) {
+            // Its own byte order holds from its length on.
+            if (at.there < kSectionStart) {
+                return {position, kSectionStart, {}};
+            }
+            m_IsSwapped = false;
+            const auto magic = Get<std::uint32_t>(at.start + kBlockStart);
+            m_IsSwapped = magic == __builtin_bswap32(kByteOrderMagic);
+            if (!m_IsSwapped && magic != kByteOrderMagic) {
+                return {position, 0, "a section header tells no byte order"};
+            }
+        }
+        at.length = Get<std::uint32_t>(at.start + 4);
+        if (std::string fault = FaultOfStart(at); !fault.empty()) {
+            return {position, 0, std::move(fault)};
+        }
+        if (LeastSize(at.type) == 0) {
+            block.hasDropped |= at.type == kNameResolution || at.type == kDecryptionSecrets;
+            m_SkippedSince = bytes.offset + position;
+            m_SkippedLength = at.length;
+            m_ToSkip = at.length - kTrailer;
+            continue;
+        }
+        if (at.there < at.length) {
+            return {position, at.length, {}};
+        }
+        std::string fault = FaultOfTrailer(at);
+        if (fault.empty()) {
+            fault = at.type == kSectionHeader          ? ReadSectionHeader(at, block)
+                    : at.type == kInterfaceDescription ? ReadInterface(at, block)
+                    : at.type == kSimplePacket         ? ReadSimplePacket(at, block, bytes)
+                                                       : ReadPacket(at, block, bytes);
+        }
+        if (!fault.empty()) {
+            return {position, 0, std::move(fault)};
+        }
+        position += at.length;
+    }
+}
+
+bool PcapNgFramer::Skip(RecordBlock& block, const Bytes& bytes, std::size_t& position,
+                        Result& result) {
+    const std::size_t now =
+        static_cast<std::size_t>(std::min<std::uint64_t>(m_ToSkip, bytes.count - position));
+    position += now;
+    m_ToSkip -= now;
+    result = {position, kTrailer, {}};
+    if (m_ToSkip > 0 || bytes.count - position < kTrailer) {
+        return false;
+    }
+    if (Get<std::uint32_t>(block.Room().data() + position) != m_SkippedLength) {
+        result.fault = "the two lengths of a block differ";
+        return false;
+    }
+    position += kTrailer;
+    m_SkippedLength = 0;
+    return true;
+}
+
+std::string PcapNgFramer::FaultOfStart(const BlockAt& at) const {
+    if (at.length % 4 != 0) {
+        return "a block's length, " + std::to_string(at.length) + ", is no multiple of four";
+    }
+    const std::size_t least = LeastSize(at.type);
+    if (at.length < std::max(least, kSmallestBlock)) {
+        return "a block's length, " + std::to_string(at.length) + ", is too small";
+    }
+    if (least > 0 && at.length > kLargestHeldBlock) {
+        return "a block claims " + std::to_string(at.length) + " bytes";
+    }
+    if (IsPacket(at.type) && at.there >= kPacketDataOffset) {
+        const std::uint32_t interface = at.type == kEnhancedPacket
+                                            ? Get<std::uint32_t>(at.start + 8)
+                                            : Get<std::uint16_t>(at.start + 8);
+        if (interface >= m_Interfaces.size()) {
+            return "a packet of interface " + std::to_string(interface) +
+                   ", which was never described";
+        }
+        const std::uint32_t largest = m_Interfaces[interface].largestLength;
+        const auto captured = Get<std::uint32_t>(at.start + 20);
+        if (captured > largest) {
+            return TooLong(captured, largest);
+        }
+        if (kPacketSize + Padded(captured) > at.length) {
+            return "a packet's captured bytes do not fit into its block";
+        }
+    }
+    if (at.type == kSimplePacket && m_Interfaces.empty()) {
+        return "a packet of interface 0, which was never described";
+    }
+    return {};
+}
+
+std::string PcapNgFramer::FaultOfTrailer(const BlockAt& at) const {
+    return Get<std::uint32_t>(at.start + at.length - kTrailer) == at.length
+               ? std::string()
+               : "the two lengths of a block differ";
+}
+
+std::string PcapNgFramer::ReadSectionHeader(const BlockAt& at, RecordBlock& block) {
+    const auto version = Get<std::uint16_t>(at.start + kSectionStart);
+    if (version != kVersionMajor) {
+        return "a section of version " + std::to_string(version) + ", which is not known";
+    }
+    block.hasDropped |= HasComment(OptionsOf(at, kSectionHeaderSize - kTrailer));
+    m_Interfaces.clear();
+    m_Traits.format = Format::kPcapNg;
+    m_IsCapture = true;
+    return {};
+}
+
+std::string PcapNgFramer::ReadInterface(const BlockAt& at, RecordBlock& block) {
+    if (m_Interfaces.size() == kMostInterfaces) {
+        return "more than 65536 interfaces in a section";
+    }
+    std::uint8_t resolution = kDefaultTimestampResolution;
+    std::int64_t offset = 0;
+    auto options = OptionsOf(at, kInterfaceDescriptionSize - kTrailer);
+    while (const std::optional<Option> option = TakeOption(options)) {
+        if (option->code == kTimestampResolution && option->value.size() == 1) {
+            resolution = option->value.front();
+        } else if (option->code == kTimestampOffset && option->value.size() == 8) {
+            offset = Get<std::int64_t>(option->value.data());
+        } else if (option->code == kComment) {
+            block.hasDropped = true;
+        }
+    }
+    SectionInterface added;
+    added.time = TickTime(resolution, offset);
+    added.description.linkType = LinkType::Canonical(Get<std::uint16_t>(at.start + 8));
+    added.description.snapLen = Get<std::uint32_t>(at.start + 12);
+    added.description.isFinerThanMicroseconds = added.time.IsFinerThanMicroseconds();
+    added.number = m_InterfaceCount++;
+    added.largestLength = LargestLength(added.description.snapLen, added.description.linkType);
+    if (!m_Traits.hasRecord) {
+        m_Traits.linkType = m_Traits.linkType.value_or(added.description.linkType);
+        m_Traits.snapLen = std::max(m_Traits.snapLen, added.description.snapLen);
+        m_Traits.isFinerThanMicroseconds |= added.description.isFinerThanMicroseconds;
+    }
+    if (m_KeepsAllLinkTypes) {
+        block.interfaces.push_back(added.description);
+    }
+    m_Interfaces.push_back(added);
+    return {};
+}
+
+bool PcapNgFramer::Admit(RecordBlock& block, const SectionInterface& from) {
+    const std::uint32_t linkType = from.description.linkType;
+    if (!m_Traits.hasRecord) {
+        m_Traits.hasRecord = true;
+        m_Traits.linkType = linkType;
+    }
+    if (m_KeepsAllLinkTypes || linkType == *m_Traits.linkType) {
+        return true;
+    }
+    block.recordsLeftOut += 1;
+    block.leftOutLinkType = linkType;
+    return false;
+}
+
+std::string PcapNgFramer::ReadPacket(const BlockAt& at, RecordBlock& block, const Bytes& bytes) {
+    const std::uint32_t number = at.type == kEnhancedPacket ? Get<std::uint32_t>(at.start + 8)
+                                                            : Get<std::uint16_t>(at.start + 8);
+    const SectionInterface& from = m_Interfaces[number];
+    const std::uint64_t ticks = (std::uint64_t{Get<std::uint32_t>(at.start + 12)} << 32U) |
+                                Get<std::uint32_t>(at.start + 16);
+    const std::int64_t time = from.time.Nanoseconds(ticks);
+    const auto captured = Get<std::uint32_t>(at.start + 20);
+    const auto original = Get<std::uint32_t>(at.start + 24);
+    block.hasDropped =
+        block.hasDropped || HasComment(OptionsOf(at, kPacketDataOffset + Padded(captured)));
+    CountRecord(block, bytes, at.position + at.length, time);
+    if (Admit(block, from)) {
+        block.AddPacketBlock(at.position, time, captured, original, from.number);
+    }
+    return {};
+}
+
+std::string PcapNgFramer::ReadSimplePacket(const BlockAt& at, RecordBlock& block,
+                                           const Bytes& bytes) {
+    const SectionInterface& from = m_Interfaces.front();
+    const auto original = Get<std::uint32_t>(at.start + 8);
+    const std::uint32_t snapLen = from.description.snapLen;
+    const std::uint32_t captured = snapLen == 0 ? original : std::min(original, snapLen);
+    if (captured > from.largestLength) {
+        return TooLong(captured, from.largestLength);
+    }
+    if (kSimplePacketSize + Padded(captured) > at.length) {
+        return "a packet's captured bytes do not fit into its block";
+    }
+    // No time of its own: that of the record before it.
+    const std::int64_t time = m_LastTime;
+    CountRecord(block, bytes, at.position + at.length, time);
+    if (Admit(block, from)) {
+        block.AddSimplePacketBlock(at.position, time, captured, original, from.number);
+    }
+    return {};
+}
+
+std::span<const std::uint8_t> PcapNgFramer::OptionsOf(const BlockAt& at, std::size_t start) {
+    return {at.start + start, at.start + at.length - kTrailer};
+}
+
+std::optional<PcapNgFramer::Option> PcapNgFramer::TakeOption(
+    std::span<const std::uint8_t>& options) const {
+    if (options.size() < kOptionStart) {
+        return std::nullopt;
+    }
+    const auto code = Get<std::uint16_t>(options.data());
+    const auto length = Get<std::uint16_t>(options.data() + 2);
+    if (code == kEndOfOptions || options.size() - kOptionStart < Padded(length)) {
+        return std::nullopt;
+    }
+    const Option option{code, options.subspan(kOptionStart, length)};
+    options = options.subspan(kOptionStart + Padded(length));
+    return option;
+}
+
+bool PcapNgFramer::HasComment(std::span<const std::uint8_t> options) const {
+    while (const std::optional<Option> option = TakeOption(options)) {
+        if (option->code == kComment) {
+            return true;
+        }
+    }
+    return false;
+}
+
+const char* PcapNgFramer::InsideWhat() const {
+    return m_IsCapture ? "inside a block" : "inside the section header";
+}
+
+}  // namespace velora::capture

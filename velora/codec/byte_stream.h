@@ -1,0 +1,104 @@
+// ByteStream: the bytes of one capture, decompressed.
+//
+// It makes no system call: its owner reads the raw bytes, from a file or from a pipe, in whatever
+// thread suits, to where the stream wants them. So the stream can stop at any byte and go on later,
+// and nothing in here ever waits.
+//
+// The compression (none, gzip, bzip2, xz, zstd, lz4 frames; one level) is told by content. Members,
+// streams and frames that follow each other are read to the last one; zero bytes between and behind
+// them are padding; skippable frames of zstd and lz4 are stepped over. Checksums that the file
+// carries are verified.
+//
+// Example:
+//     ByteStream stream(65536);
+//     for (;;) {
+//         const ByteStream::Step step = stream.Read(out);     // out: what is left of your buffer
+//         out = out.subspan(step.given);
+//         if (step.state != ByteStream::State::kNeedsBytes) break;
+//         const std::span<std::uint8_t> place = stream.Wanted(out);
+//         const ssize_t count = read(fd, place.data(), place.size());
+//         count > 0 ? stream.Arrived(count) : count == 0 ? stream.Ended() : stream.Failed(errno);
+//     }
+//
+// An object belongs to one thread at a time.
+
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+
+#include "velora/codec/compression.h"
+
+namespace velora::capture {
+
+class ByteStream {
+ public:
+    // How far a Read came, and what it takes to go on.
+    enum class State : std::uint8_t {
+        kFull,        // `out` is full; ask again with more room
+        kNeedsBytes,  // raw bytes are wanted: see Wanted
+        kEnd,         // all bytes are given, and all was in order
+        kBroken,      // nothing further comes: see GetFault
+    };
+
+    // What a Read gave.
+    struct Step {
+        std::size_t given = 0;       // bytes of `out` that were filled, whatever the state
+        State state = State::kFull;  // why it gave no more
+    };
+
+    // Why a stream is broken.
+    struct Fault {
+        // What can go wrong.
+        enum class Kind : std::uint8_t {
+            kReadFailed,     // the owner said so, or the decoder got no memory
+            kCut,            // the raw bytes end inside a member
+            kDamaged,        // the decoder refuses them, or they are no further member
+            kWrongChecksum,  // all was given, but is not what the checksum was made of
+            kRefused,        // of a kind that is not read here; the reason names what reads it
+        };
+        Kind kind = Kind::kDamaged;  // for programs
+        std::string reason;          // "the gzip stream ends in its middle", "invalid block type"
+    };
+
+    // `rawCapacity` bytes, at least 4096, are held of a compressed file, and to begin with of any.
+    explicit ByteStream(std::size_t rawCapacity);
+    ~ByteStream();
+    ByteStream(ByteStream&&) noexcept;
+    ByteStream& operator=(ByteStream&&) noexcept;
+    ByteStream(const ByteStream&) = delete;
+    ByteStream& operator=(const ByteStream&) = delete;
+
+    // Gives what it has, in order. `out` may be empty, which is answered by kFull.
+    [[nodiscard]] Step Read(std::span<std::uint8_t> out);
+
+    // After kNeedsBytes: where the next raw bytes go, never empty. `out` is what was left of the
+    // room at that Read: bytes of a capture that is not compressed go straight there. Exactly one
+    // of the three below follows, then Read with the same `out`, which counts what went there.
+    [[nodiscard]] std::span<std::uint8_t> Wanted(std::span<std::uint8_t> out);
+    void Arrived(std::size_t count) noexcept;  // 1 to the size of what was wanted
+    void Ended() noexcept;                     // no further raw byte
+    void Failed(int error) noexcept;           // an errno value
+
+    // Known as soon as a byte has been given, or the stream is at its end or broken. A file of
+    // nothing but skippable frames counts as zstd.
+    [[nodiscard]] Compression GetCompression() const;
+
+    // So far: bytes given out, and how many of them stand before the last checksum that was found
+    // right (or end of a member without one). What stands behind is doubtful when the next checksum
+    // is wrong. Without compression nothing is.
+    [[nodiscard]] std::uint64_t GivenBytes() const;
+    [[nodiscard]] std::uint64_t VerifiedBytes() const;
+
+    // After kBroken.
+    [[nodiscard]] const Fault& GetFault() const;
+
+ private:
+    class Impl;
+    std::unique_ptr<Impl> m_Impl;
+};
+
+}  // namespace velora::capture

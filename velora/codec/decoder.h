@@ -1,0 +1,75 @@
+// Decoder: one compression's way from compressed to plain bytes, a member at a time. What stands
+// between members is none of its business: ByteStream has that, once for all five.
+//
+// A decoder makes no system call and throws nothing for what a file can hold. It allocates what its
+// library wants (a dictionary or window of up to 128 MiB) when it is made or meets a member that
+// asks for it, and keeps that for the members that follow, where the library can.
+
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "velora/codec/byte_stream.h"
+#include "velora/codec/compression.h"
+
+namespace velora::capture {
+
+class Decoder {
+ public:
+    // At most one of the last two. Nothing but Reset follows either.
+    struct Step {
+        std::size_t taken = 0;     // bytes of `in`, from its start
+        std::size_t given = 0;     // bytes of `out`, from its start, whatever else happened
+        bool isMemberEnd = false;  // the member is over, and its checksum was right
+        std::optional<ByteStream::Fault> fault;  // what is wrong with it
+    };
+
+    Decoder() = default;
+    virtual ~Decoder() = default;
+    Decoder(const Decoder&) = delete;
+    Decoder& operator=(const Decoder&) = delete;
+
+    // Goes on with the member: takes bytes of `in`, or gives some, or both, or the member is over,
+    // or broken. `in` begins with the member's first byte when the decoder is new or reset, and
+    // with the first byte not taken ever after. Where a Step filled `out`, more may be to come
+    // without further bytes: the next call's `in` may then be empty.
+    [[nodiscard]] virtual Step Decode(std::span<const std::uint8_t> in,
+                                      std::span<std::uint8_t> out) = 0;
+
+    // Makes ready for another member.
+    virtual void Reset() = 0;
+};
+
+// A source file each, with what there is to know about the library. Never null.
+[[nodiscard]] std::unique_ptr<Decoder> MakeGzipDecoder();
+[[nodiscard]] std::unique_ptr<Decoder> MakeBzip2Decoder();
+[[nodiscard]] std::unique_ptr<Decoder> MakeXzDecoder();
+[[nodiscard]] std::unique_ptr<Decoder> MakeZstdDecoder();
+[[nodiscard]] std::unique_ptr<Decoder> MakeLz4Decoder();
+
+// The faults that all of them know. `word` is what the library says.
+[[nodiscard]] inline ByteStream::Fault BadData(Compression compression, const std::string& word) {
+    return {ByteStream::Fault::Kind::kDamaged,
+            std::string("bad ") + NameOf(compression) + " data: " + word};
+}
+[[nodiscard]] inline ByteStream::Fault WrongChecksum(Compression compression) {
+    return {ByteStream::Fault::Kind::kWrongChecksum,
+            std::string("wrong ") + NameOf(compression) + " checksum"};
+}
+[[nodiscard]] inline ByteStream::Fault NoMemory(Compression compression) {
+    return {ByteStream::Fault::Kind::kReadFailed,
+            std::string("no memory for the ") + NameOf(compression) + " decoder"};
+}
+// `command` writes the file's decompressed bytes to its standard output.
+[[nodiscard]] inline ByteStream::Fault Refused(const std::string& what,
+                                               const std::string& command) {
+    return {ByteStream::Fault::Kind::kRefused,
+            what + ": '" + command + " | seamtool --exact - ...' reads it"};
+}
+
+}  // namespace velora::capture

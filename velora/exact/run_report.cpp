@@ -1,0 +1,60 @@
+#include "velora/exact/run_report.h"
+
+namespace velora::exact {
+
+const char* NameOf(Mode mode) {
+    switch (mode) {
+        case Mode::kMerge:
+            return "merge";
+        case Mode::kConcatenate:
+            return "concatenate";
+        case Mode::kSquish:
+            return "squish";
+        case Mode::kSquish10:
+            return "squish10";
+    }
+    return "";
+}
+
+const char* NameOf(capture::ProblemKind kind) {
+    using capture::ProblemKind;
+    switch (kind) {
+        case ProblemKind::kCannotRead:
+            return "cannot-read";
+        case ProblemKind::kNoCapture:
+            return "no-capture";
+        case ProblemKind::kDamage:
+            return "damage";
+        case ProblemKind::kWrongChecksum:
+            return "wrong-checksum";
+        case ProblemKind::kLeftOut:
+            return "left-out";
+        case ProblemKind::kOutOfPlace:
+            return "out-of-place";
+        case ProblemKind::kTimeChanged:
+            return "time-changed";
+        case ProblemKind::kNote:
+            return "note";
+    }
+    return "";
+}
+
+const char* TextOf(Status status) {
+    switch (status) {
+        case Status::kComplete:
+            return "every record is in the output, in time order";
+        case Status::kNothingToWrite:
+            return "nothing was written";
+        case Status::kIncomplete:
+            return "written, but something is missing, doubtful or out of place";
+        case Status::kCannotWrite:
+            return "the output could not be written";
+        case Status::kOutputExists:
+            return "the path of the output was taken";
+        case Status::kWrongCommandLine:
+            return "wrong command line";
+    }
+    return "";
+}
+
+}  // namespace velora::exact

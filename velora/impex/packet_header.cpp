@@ -1,0 +1,7 @@
+#include "velora/impex/packet_header.h"
+
+#include <tbb/scalable_allocator.h>
+
+void ScalableFree::operator()(void* block) const noexcept {
+    scalable_free(block);
+}

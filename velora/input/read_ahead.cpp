@@ -1,0 +1,255 @@
+#include "velora/input/read_ahead.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <new>
+#include <thread>
+#include <utility>
+
+#include <sys/uio.h>
+
+namespace velora::capture {
+namespace {
+
+constexpr std::size_t kManyInputs = 1000;
+constexpr std::size_t kMemory = std::size_t{64} << 20U;
+constexpr std::size_t kLargestBlock = std::size_t{1} << 20U;
+constexpr std::size_t kSmallestBlock = std::size_t{16} << 10U;
+
+// Reads what is there, though another process that shares the description may have been quicker.
+ssize_t ReadWithoutWaiting(int fd, std::uint8_t* place, std::size_t size) {
+    iovec part{place, size};
+    const ssize_t count = preadv2(fd, &part, 1, -1, RWF_NOWAIT);
+    if (count >= 0 || errno == EAGAIN) {
+        return count >= 0 ? count : -EAGAIN;
+    }
+    return ReadSome(fd, place, size);  // it knows of no such reading
+}
+
+}  // namespace
+
+BlockPlan BlockPlan::For(std::size_t inputs) {
+    BlockPlan plan;
+    plan.blocksPerInput = inputs < kManyInputs ? 3 : 2;
+    plan.blockSize = std::clamp(kMemory / (std::max<std::size_t>(inputs, 1) * plan.blocksPerInput),
+                                kSmallestBlock, kLargestBlock);
+    return plan;
+}
+
+// One input: its descriptor, its reader, its blocks in a ring. The blocks that are taken come
+// first, then those that are filled, then the one that is being filled, then free ones.
+class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
+ public:
+    Feed(ReadAhead& owner, InputFile file, const BlockPlan& plan,
+         const BlockReader::Options& options)
+        : m_Owner(owner),
+          m_File(std::move(file)),
+          m_Reader(options),
+          m_BlockSize(plan.blockSize),
+          m_Blocks(plan.blocksPerInput) {}
+
+    void Run() override {
+        try {
+            Fill();
+        } catch (const std::bad_alloc&) {
+            m_IsExhausted = true;
+            Finish();
+        }
+    }
+
+    bool Readable() override {
+        const ssize_t count = ReadWithoutWaiting(m_File.fd.Get(), m_Wanted.data(), m_Wanted.size());
+        if (count == -EAGAIN) {
+            return false;
+        }
+        Took(count);
+        m_Owner.m_Pool->Submit(*this);
+        return true;
+    }
+
+    const BlockReader& Reader() const { return m_Reader; }
+
+    // The rest is called by the owner's thread.
+
+    RecordBlock* Take() {
+        std::unique_lock lock(m_Owner.m_Mutex);
+        if (m_Filled == 0 && !m_IsOver) {
+            if (!m_IsUnderWay) {
+                m_IsUnderWay = true;
+                m_Owner.m_Pool->Submit(*this);
+            }
+            if (m_File.isRegular) {
+                lock.unlock();
+                m_Owner.m_Pool->RunNow(*this);
+                lock.lock();
+            }
+            m_Owner.m_Awaited = this;
+            m_Owner.m_HasBlock.wait(lock, [this] { return m_Filled > 0 || m_IsOver; });
+            m_Owner.m_Awaited = nullptr;
+        }
+        if (m_Filled == 0) {
+            return nullptr;
+        }
+        RecordBlock& block = Nth(m_Taken);
+        m_Filled -= 1;
+        m_Taken += 1;
+        if (m_IsOver && m_IsExhausted && m_Filled == 0) {
+            block.problem = m_Reader.Describe(ProblemKind::kCannotRead, "memory is exhausted");
+        }
+        return &block;
+    }
+
+    void GiveBack() {
+        bool isNeeded = false;
+        {
+            const std::lock_guard lock(m_Owner.m_Mutex);
+            // The reader still wants the one that was filled last.
+            const bool isLastFilled = m_Taken + m_Filled == 1;
+            if (m_IsOver || (IsLong(Nth(0)) && !isLastFilled)) {
+                Nth(0).Clear(0);
+            }
+            m_First = (m_First + 1) % m_Blocks.size();
+            m_Taken -= 1;
+            isNeeded = !m_IsUnderWay && IsToGoOn();
+            m_IsUnderWay |= isNeeded;
+        }
+        if (isNeeded) {
+            m_Owner.m_Pool->Submit(*this);
+        }
+    }
+
+ private:
+    // Nobody else touches the block that is being filled, nor the reader.
+    void Fill() {
+        RecordBlock& block = Filling();
+        while (m_Reader.Read(block) == BlockReader::State::kNeedsBytes) {
+            m_Wanted = m_Reader.Wanted(block);
+            if (!m_File.isRegular) {
+                m_Owner.m_Pump->Await(m_File.fd.Get(), *this);
+                return;
+            }
+            Took(ReadSome(m_File.fd.Get(), m_Wanted.data(), m_Wanted.size()));
+        }
+        Finish();
+    }
+
+    void Took(ssize_t count) {
+        if (count > 0) {
+            m_Owner.m_BytesRead.fetch_add(static_cast<std::uint64_t>(count),
+                                          std::memory_order_relaxed);
+        }
+        m_Reader.Take(count);
+    }
+
+    RecordBlock& Filling() {
+        const std::lock_guard lock(m_Owner.m_Mutex);
+        return Nth(m_Taken + m_Filled);
+    }
+
+    // The block is filled; goes on with the next where one is free.
+    void Finish() {
+        bool isAwaited = false;
+        bool isNeeded = false;
+        {
+            const std::lock_guard lock(m_Owner.m_Mutex);
+            RecordBlock& block = Nth(m_Taken + m_Filled);
+            block.isLast |= m_IsExhausted;
+            m_IsOver = block.isLast;
+            if (m_IsOver) {
+                m_File.fd.Reset();
+            }
+            m_Filled += 1;
+            // One that was given back while the reader still wanted it.
+            for (std::size_t free = m_Taken + m_Filled; free < m_Blocks.size(); ++free) {
+                if (RecordBlock& unused = Nth(free); IsLong(unused)) {
+                    unused.Clear(0);
+                }
+            }
+            isNeeded = IsToGoOn();
+            m_IsUnderWay = isNeeded;
+            isAwaited = m_Owner.m_Awaited == this;
+        }
+        if (isNeeded) {
+            m_Owner.m_Pool->Submit(*this);
+        }
+        if (isAwaited) {
+            m_Owner.m_HasBlock.notify_one();
+        }
+    }
+
+    // The rest with the owner's mutex held.
+    RecordBlock& Nth(std::size_t number) { return m_Blocks[(m_First + number) % m_Blocks.size()]; }
+
+    // It has grown for a long record.
+    bool IsLong(const RecordBlock& block) const { return block.Bytes().size() > m_BlockSize; }
+
+    // Ahead of need, that is. Not beside a block with a long record: the next may be as long.
+    bool IsToGoOn() {
+        const std::size_t held = m_Taken + m_Filled;
+        bool isToGoOn = !m_IsOver && held < m_Blocks.size();
+        for (std::size_t number = 0; number < held; ++number) {
+            isToGoOn &= !IsLong(Nth(number));
+        }
+        return isToGoOn;
+    }
+
+    ReadAhead& m_Owner;
+    InputFile m_File;
+    BlockReader m_Reader;
+    std::span<std::uint8_t> m_Wanted;
+    bool m_IsExhausted = false;
+    const std::size_t m_BlockSize;
+
+    // Guarded by the owner's mutex.
+    std::vector<RecordBlock> m_Blocks;
+    std::size_t m_First = 0;  // in the ring
+    std::size_t m_Taken = 0;
+    std::size_t m_Filled = 0;
+    bool m_IsUnderWay = true;  // a task is queued, running or waiting
+    bool m_IsOver = false;     // the last block is filled
+};
+
+ReadAhead::ReadAhead(std::vector<InputFile> inputs, const BlockPlan& plan,
+                     const BlockReader::Options& options, std::atomic<std::uint64_t>& bytesRead)
+    : m_BytesRead(bytesRead),
+      m_Pool(std::make_unique<WorkerPool>(std::max(1U, std::thread::hardware_concurrency()))) {
+    BlockReader::Options planned = options;
+    planned.blockSize = plan.blockSize;
+    std::size_t pipes = 0;
+    m_Feeds.reserve(inputs.size());
+    for (InputFile& input : inputs) {
+        pipes += input.isRegular ? 0 : 1;
+        m_Feeds.push_back(std::make_unique<Feed>(*this, std::move(input), plan, planned));
+    }
+    if (pipes > 0) {
+        m_Pump = std::make_unique<PipePump>(pipes);
+    }
+    for (const auto& feed : m_Feeds) {
+        m_Pool->Submit(*feed);
+    }
+}
+
+ReadAhead::~ReadAhead() {
+    // A task hands its input over to the pump, and a waiter hands it in to the pool: so the pool's
+    // threads end first, and the pool itself last.
+    m_Pool->Stop();
+    m_Pump.reset();
+}
+
+RecordBlock* ReadAhead::Take(std::size_t input) {
+    return m_Feeds[input]->Take();
+}
+
+void ReadAhead::GiveBack(std::size_t input) {
+    m_Feeds[input]->GiveBack();
+}
+
+bool ReadAhead::IsCapture(std::size_t input) const {
+    return m_Feeds[input]->Reader().IsCapture();
+}
+
+const CaptureTraits& ReadAhead::Traits(std::size_t input) const {
+    return m_Feeds[input]->Reader().Traits();
+}
+
+}  // namespace velora::capture

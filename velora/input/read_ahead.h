@@ -1,0 +1,85 @@
+// ReadAhead: the blocks of many captures, each read a block ahead of need.
+//
+// Regular files are read, and everything is decompressed and looked at, by a pool of workers; what
+// comes from other processes is waited for by one thread, so that any number of stalled pipes keeps
+// nobody else from its bytes. At most one task of an input is under way, so its bytes stay in
+// order. The thread that takes the blocks helps out where it would have to wait for one that nobody
+// has begun with.
+//
+// Example:
+//     ReadAhead ahead(std::move(files), options);
+//     while (const RecordBlock* block = ahead.Take(0)) {
+//         Use(*block);
+//         ahead.GiveBack(0);
+//     }
+//
+// One thread takes and gives back.
+
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "velora/capture/block_reader.h"
+#include "velora/capture/input_file.h"
+#include "velora/capture/record_block.h"
+#include "velora/input/pipe_pump.h"
+#include "velora/input/worker_pool.h"
+
+namespace velora::capture {
+
+// How much memory many inputs share.
+struct BlockPlan {
+    std::size_t blocksPerInput = 3;                 // one that is used, the others ahead
+    std::size_t blockSize = std::size_t{1} << 20U;  // bytes
+
+    // 64 MiB in three blocks for each input, or two from 1000 inputs on; a block has at most 1 MiB
+    // and at least 16 KiB. One that has to grow for a longer record is not read ahead of.
+    [[nodiscard]] static BlockPlan For(std::size_t inputs);
+};
+
+class ReadAhead {
+ public:
+    // Begins to read every input. `options.blockSize` is the plan's. `bytesRead` grows by what is
+    // read, as it lies on disk, in whatever thread does so. Throws std::system_error when a thread
+    // cannot be had, and std::bad_alloc.
+    ReadAhead(std::vector<InputFile> inputs, const BlockPlan& plan,
+              const BlockReader::Options& options, std::atomic<std::uint64_t>& bytesRead);
+    // Ends the reading, wherever it is.
+    ~ReadAhead();
+    ReadAhead(const ReadAhead&) = delete;
+    ReadAhead& operator=(const ReadAhead&) = delete;
+
+    // The next block of the input, in the order of the file, or null behind the last. Waits for it.
+    // It stays until it is given back; at most plan.blocksPerInput are out at once, and one less
+    // keeps the reading going.
+    [[nodiscard]] RecordBlock* Take(std::size_t input);
+
+    // Gives back the block of the input that was taken first.
+    void GiveBack(std::size_t input);
+
+    // Settled when the first block of the input has been taken.
+    [[nodiscard]] bool IsCapture(std::size_t input) const;
+    [[nodiscard]] const CaptureTraits& Traits(std::size_t input) const;
+
+ private:
+    class Feed;
+
+    // Shared with the workers: what guards the feeds' counts of blocks, and who waits for which.
+    std::mutex m_Mutex;
+    std::condition_variable m_HasBlock;
+    const Feed* m_Awaited = nullptr;
+
+    std::atomic<std::uint64_t>& m_BytesRead;
+    std::vector<std::unique_ptr<Feed>> m_Feeds;
+    std::unique_ptr<PipePump> m_Pump;  // only where an input is no regular file
+    // Below all that its threads work on.
+    std::unique_ptr<WorkerPool> m_Pool;
+};
+
+}  // namespace velora::capture

@@ -1,0 +1,109 @@
+// OutputFile: an output that appears under its name whole or not at all. What exists is never
+// replaced; FIFOs, character devices and standard output are written straight.
+//
+// A new file is written without a name (O_TMPFILE of open(2)) and linked to it at the end. Where
+// the file system has no such thing it is written under a temporary name, which becomes the name by
+// link(2), else by RENAME_NOREPLACE of renameat2(2). Which of these works is tried out before
+// anything is read, so that no run fails for that at its end. Its mode is 0600 less the umask.
+//
+//     OutputFile output;
+//     OutputOutcome outcome = output.Prepare(path);        // nothing visible is touched
+//     if (outcome.IsGood()) outcome = output.Open();       // a FIFO waits for its reader here
+//     if (outcome.IsGood()) outcome = output.Write(bytes); // and so on
+//     if (outcome.IsGood()) outcome = output.Finish();     // now the file is there
+//
+// The process ignores SIGPIPE and SIGXFSZ. Nothing is synced. An object belongs to one thread at a
+// time; it is made, finished and destroyed in the thread that handles the signals that end the
+// process (see RemoveUnfinished).
+
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include <sys/types.h>
+
+#include "velora/codec/byte_sink.h"
+#include "velora/output/temporary_name.h"
+#include "velora/utils/scope_guards.h"
+
+namespace velora::capture {
+
+// Two open or named things with the same identity are one file.
+struct FileIdentity {
+    // As stat(2) gives them.
+    dev_t device = 0;
+    ino_t inode = 0;
+    // Both are the same.
+    bool operator==(const FileIdentity&) const = default;
+};
+
+class OutputFile final : public ByteSink {
+ public:
+    OutputFile() = default;
+    // Unless it was finished, a new file is gone without a trace.
+    ~OutputFile() override = default;
+
+    // Looks at the path, "-" for standard output, and makes sure that its directory can hold a new
+    // file; everything later is relative to that directory. kExists: the path exists in any form,
+    // as a directory or a dangling link too, and leads to no FIFO or character device. kCannot:
+    // with the system's words. Called once, first.
+    [[nodiscard]] OutputOutcome Prepare(const std::string& path);
+
+    // After Prepare: of an existing FIFO, device or standard output, so that the caller can refuse
+    // it as an input; nothing for a new file.
+    [[nodiscard]] std::optional<FileIdentity> GetIdentity() const { return m_Identity; }
+
+    // After Prepare of both, if it went well: whether they would be one file.
+    [[nodiscard]] bool IsSameAs(const OutputFile& other) const;
+
+    // Once, before the first Write. kExists: another file has taken the place of the FIFO or device
+    // since Prepare.
+    [[nodiscard]] OutputOutcome Open();
+
+    // A short write goes on where it stopped. kCannot: EFBIG for a size limit; EPIPE with
+    // hasReaderLeft for a pipe without a reader.
+    [[nodiscard]] OutputOutcome Write(std::span<const std::uint8_t> bytes) override;
+
+    // Makes sure that closing reports no error, then lets the file appear. kTaken: its name exists
+    // now, and the file is beside it as "name.1", or the next number that is free.
+    [[nodiscard]] OutputOutcome Finish() override;
+
+    // Bytes written so far.
+    [[nodiscard]] std::uint64_t Size() const { return m_Size; }
+
+    // For the handler of a signal that ends the process: removes the temporary names of all
+    // unfinished outputs. Safe at any moment; a file that has its own name by then stays.
+    static void RemoveUnfinished() noexcept { TemporaryName::RemoveAll(); }
+
+ private:
+    // How a new file gets its name.
+    enum class Naming : std::uint8_t { kNone, kByDescriptor, kByProc, kByLink, kByRename };
+
+    OutputOutcome PrepareStandardOutput();
+    OutputOutcome PrepareNamed();
+    bool OpenUnnamed();
+    OutputOutcome OpenTemporary();
+    void AskForSpace(std::size_t count);
+    int WriteSome(std::span<const std::uint8_t>& bytes);
+    int GiveName(const std::string& name);
+    OutputOutcome Appear();
+    void RemoveTemporary(OutputOutcome& outcome);
+    OutputOutcome Fail(int error, const char* what = "");
+
+    MiscUtils::UniqueFd m_Directory;  // before what is relative to it
+    TemporaryName m_Temporary;
+    MiscUtils::UniqueFd m_File;
+    MiscUtils::UniqueFd m_ToClose;  // a second one for the same file: m_File stays for its naming
+    std::string m_DirectoryPath;    // with its slash, or empty
+    std::string m_Name;
+    std::optional<FileIdentity> m_Identity;
+    Naming m_Naming = Naming::kNone;
+    bool m_IsPipe = false;
+    bool m_CanAsk = false;      // for space ahead
+    std::uint64_t m_Asked = 0;  // the space that was asked for ends here
+    std::uint64_t m_Size = 0;
+    OutputOutcome m_Failure;  // the first
+};
+
+}  // namespace velora::capture

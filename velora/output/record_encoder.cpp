@@ -1,0 +1,21 @@
+#include "velora/output/record_encoder.h"
+
+#include "velora/formats/classic_format.h"
+
+namespace velora::capture {
+
+RecordEncoder::FileHeader RecordEncoder::EncodeFileHeader(std::uint32_t snapLen,
+                                                          std::uint32_t linkTypeField) const {
+    const ClassicFormat::FileHeader header{
+        .magic = LittleEndian(m_Unit == Unit::kNanoseconds ? ClassicFormat::kMagicNanoseconds
+                                                           : ClassicFormat::kMagic),
+        .versionMajor = LittleEndian(ClassicFormat::kVersionMajor),
+        .versionMinor = LittleEndian(ClassicFormat::kVersionMinor),
+        .thisZone = 0,
+        .sigFigs = 0,
+        .snapLen = LittleEndian(snapLen),
+        .linkType = LittleEndian(linkTypeField)};
+    return std::bit_cast<FileHeader>(header);
+}
+
+}  // namespace velora::capture

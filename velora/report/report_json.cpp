@@ -1,0 +1,173 @@
+#include "velora/report/report_json.h"
+
+#include <algorithm>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include <nlohmann/json.hpp>
+
+#include "velora/formats/link_types.h"
+#include "velora/utils/hex_text.h"
+#include "velora/utils/plain_words.h"
+#include "velora/utils/shown_text.h"
+
+namespace velora::exact {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr int kReportVersion = 1;
+
+// Bytes that are no UTF-8 stay wrong in the tree; they are replaced where it is made a text.
+void PutText(Json& object, const std::string& name, const std::string& text) {
+    object[name] = text;
+    if (!IsUtf8(text)) {
+        object[name + "Bytes"] = MiscUtils::BytesToHex(text);
+    }
+}
+
+void PutTexts(Json& object, const std::string& name, const std::vector<std::string>& texts) {
+    object[name] = texts;
+    if (!std::ranges::all_of(texts, IsUtf8)) {
+        Json& bytes = object[name + "Bytes"] = Json::array();
+        for (const std::string& text : texts) {
+            bytes.push_back(MiscUtils::BytesToHex(text));
+        }
+    }
+}
+
+Json TimeOf(std::optional<std::int64_t> time) {
+    if (!time) {
+        return nullptr;
+    }
+    std::string text = capture::Moment(*time, 9);
+    text[text.find(' ')] = 'T';
+    return text + "Z";
+}
+
+Json SecondsOf(std::int64_t nanoseconds) {
+    return static_cast<double>(nanoseconds) / 1e9;
+}
+
+void PutLinkType(Json& object, std::optional<std::uint32_t> linkType) {
+    object["linkType"] = linkType ? Json(*linkType) : Json(nullptr);
+    object["linkTypeText"] = linkType ? Json(LinkType::Shown(*linkType)) : Json(nullptr);
+}
+
+Json ProblemOf(const capture::Problem& problem) {
+    Json object{{"kind", NameOf(problem.kind)}};
+    PutText(object, "text", problem.text);
+    object["records"] = problem.records;
+    object["offset"] = problem.offset;
+    return object;
+}
+
+Json ProblemsOf(const ToldProblems& told) {
+    Json list = Json::array();
+    for (const capture::Problem& problem : told.Lines()) {
+        list.push_back(ProblemOf(problem));
+    }
+    return list;
+}
+
+// How many problems of a kind are not in the list.
+Json MoreOf(const ToldProblems& told) {
+    Json more = Json::object();
+    for (std::size_t number = 0; number < ToldProblems::kKinds; ++number) {
+        const auto kind = static_cast<capture::ProblemKind>(number);
+        if (told.More(kind) > 0) {
+            more[NameOf(kind)] = told.More(kind);
+        }
+    }
+    return more;
+}
+
+Json InputOf(const InputName& name, const InputReport& report) {
+    const bool isCapture = report.isCapture;
+    const InputTally& tally = report.tally;
+    Json input = Json::object();
+    PutText(input, "path", name.path);
+    input["isStandardInput"] = name.isStandardInput;
+    input["isCapture"] = isCapture;
+    input["format"] = isCapture ? Json(capture::NameOf(report.traits.format)) : Json(nullptr);
+    input["compression"] =
+        isCapture ? Json(capture::NameOf(report.traits.compression)) : Json(nullptr);
+    PutLinkType(input, isCapture ? report.traits.linkType : std::nullopt);
+    input["bytesOnDisk"] = report.isRegular ? Json(report.bytesOnDisk) : Json(nullptr);
+    input["recordsRead"] = tally.recordsRead;
+    input["recordsWritten"] = tally.recordsWritten;
+    input["recordsLeftOut"] = tally.recordsLeftOut;
+    input["duplicatesDropped"] = tally.duplicates;
+    input["copiesWritten"] = tally.copies;
+    input["firstTime"] = TimeOf(tally.earliest);
+    input["lastTime"] = TimeOf(tally.latest);
+    input["stepsBack"] = tally.stepsBack;
+    input["outOfPlace"] = tally.outOfPlace;
+    input["largestStepSeconds"] = SecondsOf(tally.largestStep);
+    input["problems"] = ProblemsOf(report.problems);
+    input["moreProblems"] = MoreOf(report.problems);
+    return input;
+}
+
+Json OutputOf(const RunSetting& setting, const RunReport& report) {
+    const bool isWritten = report.IsWritten();
+    InputTally sum;
+    for (const InputReport& input : report.inputs) {
+        sum.recordsRead += input.tally.recordsRead;
+        sum.recordsLeftOut += input.tally.recordsLeftOut;
+        sum.duplicates += input.tally.duplicates;
+        sum.copies += input.tally.copies;
+    }
+    Json output = Json::object();
+    PutText(output, "path", setting.job.output);
+    output["isStandardOutput"] = setting.job.output == "-";
+    output["isWritten"] = isWritten;
+    if (!report.keptAs.empty()) {
+        PutText(output, "keptAs", report.keptAs);
+    }
+    output["format"] = isWritten ? Json(capture::NameOf(report.format)) : Json(nullptr);
+    output["compression"] = isWritten ? Json(capture::NameOf(report.compression)) : Json(nullptr);
+    PutLinkType(output, isWritten ? std::optional(report.linkType) : std::nullopt);
+    output["bytesOnDisk"] = isWritten ? Json(report.bytesWritten) : Json(nullptr);
+    output["recordsRead"] = sum.recordsRead;
+    output["recordsWritten"] = isWritten ? report.recordsWritten : 0;
+    output["recordsLeftOut"] = sum.recordsLeftOut;
+    output["duplicatesDropped"] = sum.duplicates;
+    output["copiesWritten"] = isWritten ? sum.copies : 0;
+    output["firstTime"] = TimeOf(isWritten ? report.earliest : std::nullopt);
+    output["lastTime"] = TimeOf(isWritten ? report.latest : std::nullopt);
+    output["stepsBack"] = isWritten ? report.stepsBack : 0;
+    Json& problems = output["problems"] = Json::array();
+    if (!report.outputText.empty()) {
+        Json problem = Json::object();
+        PutText(problem, "text", report.outputText);
+        problems.push_back(std::move(problem));
+    }
+    return output;
+}
+
+}  // namespace
+
+std::string ReportJson(const RunSetting& setting, const RunReport& report) {
+    Json document{{"report", kReportVersion},
+                  {"tool", "seamtool"},
+                  {"version", setting.version},
+                  {"status", static_cast<int>(report.status)},
+                  {"statusText", TextOf(report.status)},
+                  {"mode", NameOf(setting.job.mode)}};
+    PutTexts(document, "options", setting.options);
+    if (!setting.directory.empty()) {
+        PutText(document, "directory", setting.directory);
+    }
+    document["started"] = TimeOf(setting.start);
+    document["durationSeconds"] = SecondsOf(setting.duration);
+    Json& inputs = document["inputs"] = Json::array();
+    for (std::size_t input = 0; input < report.inputs.size(); ++input) {
+        inputs.push_back(InputOf(setting.job.inputs[input], report.inputs[input]));
+    }
+    document["output"] = OutputOf(setting, report);
+    return document.dump(1, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+}  // namespace velora::exact
