@@ -30,15 +30,15 @@
 
 namespace {
 
-using velora::capture::OutputFile;
-using velora::capture::OutputOutcome;
 using velora::capture::Problem;
 using velora::capture::ProblemKind;
+using velora::codec::OutputOutcome;
 using velora::exact::ExactJob;
 using velora::exact::RunReport;
 using velora::exact::RunSetting;
-using velora::exact::ShownText;
 using velora::exact::Status;
+using velora::output::OutputFile;
+using velora::utils::ShownText;
 
 constexpr int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 
@@ -62,7 +62,7 @@ std::int32_t TellWrongCommandLine(const std::string& fault) {
 
 // Leaves nothing behind, and ends the process as it would have ended without a handler.
 void EndBySignal(int signal) {
-    velora::capture::OutputFile::RemoveUnfinished();
+    velora::output::OutputFile::RemoveUnfinished();
     ProgressLine::WipeOnSignal();
     std::signal(signal, SIG_DFL);
     raise(signal);
@@ -197,8 +197,9 @@ std::string FaultOfLists(ExactOptions& options) {
 // is as good as it was, but the report was asked for too.
 Status WriteReport(OutputFile& file, const RunSetting& setting, const RunReport& report,
                    Teller& teller) {
-    const std::string text = setting.job.report.ends_with(".json") ? ReportJson(setting, report)
-                                                                   : ReportPage(setting, report);
+    const std::string text = setting.job.report.ends_with(".json")
+                                 ? velora::report::ReportJson(setting, report)
+                                 : velora::report::ReportPage(setting, report);
     OutputOutcome outcome = file.Open();
     if (outcome.IsGood()) {
         outcome = file.Write({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
@@ -229,7 +230,7 @@ std::int64_t NanosecondsSince1970() {
 
 std::int32_t RunJob(const ExactOptions& options, const SignalSetup& signals) {
     const ExactJob& job = options.job;
-    velora::exact::RunProgress progress;
+    velora::output::RunProgress progress;
     const auto show = options.isQuiet         ? ProgressLine::Show::kNever
                       : options.showsProgress ? ProgressLine::Show::kAlways
                                               : ProgressLine::Show::kWhereSeen;

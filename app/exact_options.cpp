@@ -15,11 +15,11 @@
 
 namespace {
 
-using velora::capture::Compression;
+using velora::codec::Compression;
 using velora::exact::ExactJob;
 using velora::exact::Mode;
 using velora::exact::OutputFormat;
-using velora::exact::ShownText;
+using velora::utils::ShownText;
 
 // Every option, in the order of the help.
 struct OptionText {
@@ -129,7 +129,7 @@ class Parser {
         } else if (name == "--to") {
             return ApplyTime(value, m_To);
         } else if (name == "--dedup") {
-            job.duplicateWindow = value.empty() ? 0 : velora::exact::ParseSeconds(value);
+            job.duplicateWindow = value.empty() ? 0 : velora::utils::ParseSeconds(value);
             return job.duplicateWindow.has_value();
         } else if (name == "--snaplen") {
             return ApplySnapLen(value);
@@ -147,7 +147,7 @@ class Parser {
     }
 
     static bool ApplyTime(std::string_view value, std::optional<std::int64_t>& time) {
-        time = velora::exact::ParseTime(value);
+        time = velora::utils::ParseTime(value);
         return time.has_value();
     }
 

@@ -20,13 +20,13 @@
 
 namespace {
 
-using velora::capture::ByteCount;
-using velora::capture::Counted;
-using velora::capture::Duration;
-using velora::capture::Moment;
-using velora::capture::Seconds;
-using velora::exact::RunProgress;
 using velora::exact::RunReport;
+using velora::output::RunProgress;
+using velora::utils::ByteCountText;
+using velora::utils::CountText;
+using velora::utils::DurationText;
+using velora::utils::SecondsText;
+using velora::utils::UtcText;
 
 constexpr std::chrono::milliseconds kDrawInterval(200);
 constexpr std::chrono::seconds kLineInterval(2);
@@ -100,13 +100,14 @@ std::string ProgressLine::Text() const {
     std::string text = "seamtool: ";
     if (inAll > 0) {
         text += std::to_string(static_cast<int>(100 * std::min(1.0, read / inAll))) + " %, " +
-                ByteCount(read) + " of " + ByteCount(inAll);
+                ByteCountText(read) + " of " + ByteCountText(inAll);
     } else {
-        text += ByteCount(read);
+        text += ByteCountText(read);
     }
-    text += ", " + Counted(m_Progress.records.load(), "record") + ", " + ByteCount(rate) + "/s";
+    text +=
+        ", " + CountText(m_Progress.records.load(), "record") + ", " + ByteCountText(rate) + "/s";
     if (inAll > 0 && rate > 0) {
-        text += ", " + Duration((inAll - read) / rate) + " left";
+        text += ", " + DurationText((inAll - read) / rate) + " left";
     }
     return text;
 }
@@ -146,13 +147,14 @@ std::string SummaryText(const RunReport& report, const std::string& output) {
     for (const auto& input : report.inputs) {
         captures += input.isCapture ? 1 : 0;
     }
-    std::string text = "seamtool: " + Counted(report.recordsWritten, "record") + ", " +
-                       ByteCount(static_cast<double>(report.bytesWritten));
+    std::string text = "seamtool: " + CountText(report.recordsWritten, "record") + ", " +
+                       ByteCountText(static_cast<double>(report.bytesWritten));
     if (report.earliest && report.latest) {
-        text += ", from " + Moment(*report.earliest) + " to " + Moment(*report.latest) + " UTC (" +
-                Seconds(MiscUtils::SaturatingDifference(*report.latest, *report.earliest)) + ")";
+        text +=
+            ", from " + UtcText(*report.earliest) + " to " + UtcText(*report.latest) + " UTC (" +
+            SecondsText(MiscUtils::SaturatingDifference(*report.latest, *report.earliest)) + ")";
     }
-    text += ", of " + Counted(captures, "input");
+    text += ", of " + CountText(captures, "input");
     if (captures < report.inputs.size()) {
         text += " (" + std::to_string(report.inputs.size() - captures) + " left out)";
     }

@@ -24,7 +24,7 @@ class ProgressLine {
         kNever,
     };
 
-    ProgressLine(const velora::exact::RunProgress& progress, Show show);
+    ProgressLine(const velora::output::RunProgress& progress, Show show);
     // Ends the progress.
     ~ProgressLine();
     ProgressLine(const ProgressLine&) = delete;
@@ -47,7 +47,7 @@ class ProgressLine {
     [[nodiscard]] std::string Text() const;
     void WipeLocked();
 
-    const velora::exact::RunProgress& m_Progress;
+    const velora::output::RunProgress& m_Progress;
     const std::chrono::steady_clock::time_point m_Start;
     const bool m_IsTerminal;
     const bool m_IsShown;

@@ -224,7 +224,7 @@ void ExactChooseAmong(benchmark::State& state) {
     }
     for (auto _ : state) {
         DeafListener listener;
-        velora::exact::RunProgress progress;
+        velora::output::RunProgress progress;
         if (Run(job, listener, progress).recordsWritten != kExactTotal) {
             state.SkipWithError("not all was merged");
         }

@@ -14,7 +14,7 @@
 #include "velora/packet/ipv4_place.h"
 
 using fuzz::Check;
-using velora::exact::AddressCopies;
+using velora::packet::AddressCopies;
 
 namespace {
 
@@ -106,7 +106,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::uint32_t linkType = kLinkTypes[data[0] % std::size(kLinkTypes)];
     const std::vector<std::uint8_t> record(data + 1, data + size);
     const auto copies = AddressCopies::Plan(linkType, record);
-    const auto header = velora::exact::FindIpv4(linkType, record);
+    const auto header = velora::packet::FindIpv4(linkType, record);
     if (!header) {
         Check(!copies, "a copy needs an IPv4 header");
         return 0;

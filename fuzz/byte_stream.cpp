@@ -11,8 +11,8 @@
 #include "fuzz/fuzz_support.h"
 
 using fuzz::Check;
-using velora::capture::ByteStream;
-using velora::capture::Compression;
+using velora::codec::ByteStream;
+using velora::codec::Compression;
 
 namespace {
 

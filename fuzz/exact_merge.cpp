@@ -18,6 +18,9 @@ using velora::capture::Problem;
 using velora::capture::ProblemKind;
 using velora::capture::ReadCapture;
 using namespace velora::exact;
+using namespace velora::merge;
+using namespace velora::utils;
+using velora::output::RunProgress;
 
 namespace {
 

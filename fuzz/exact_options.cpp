@@ -17,6 +17,7 @@
 
 using fuzz::Check;
 using namespace velora::exact;
+using namespace velora::utils;
 
 namespace {
 

@@ -14,6 +14,9 @@
 
 using fuzz::Check;
 using namespace velora::exact;
+using namespace velora::merge;
+using namespace velora::report;
+using namespace velora::utils;
 
 namespace {
 

@@ -33,7 +33,7 @@ int main(int argc, char** argv) {
         job.inputs.push_back({argv[index]});
     }
     Teller teller(job);
-    exact::RunProgress progress;  // another thread may look at it meanwhile
+    output::RunProgress progress;  // another thread may look at it meanwhile
     const exact::RunReport report = exact::Run(job, teller, progress);
     for (std::size_t input = 0; input < job.inputs.size(); ++input) {
         std::cout << job.inputs[input].path << ": " << report.inputs[input].tally.recordsWritten

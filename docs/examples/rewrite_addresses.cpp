@@ -25,7 +25,7 @@ int main() {
     std::vector<std::uint8_t> packet(captured.begin(), captured.end());
     Show(packet);
 
-    const auto rewrite = velora::exact::AddressRewrite::Plan(LinkType::kRawIp, packet);
+    const auto rewrite = velora::packet::AddressRewrite::Plan(LinkType::kRawIp, packet);
     if (!rewrite) {
         return 1;  // no IPv4
     }

@@ -12,6 +12,8 @@
 #include "velora/output/record_encoder.h"
 
 using namespace velora::capture;
+using namespace velora::codec;
+using namespace velora::output;
 
 namespace {
 

@@ -173,7 +173,7 @@ TEST(ExactCommandLineTest, DoesWhatTheOptionsSay) {
         EXPECT_EQ(result.errors, row.errors) << result;
         const auto read = velora::capture::ReadWhole(run.run.directory.Read(row.file), {.keepsAllLinkTypes = true});
         std::string form = NameOf(read.traits.format);
-        if (read.traits.compression != velora::capture::Compression::kNone) {
+        if (read.traits.compression != velora::codec::Compression::kNone) {
             form += " "s + NameOf(read.traits.compression);
         }
         std::string text;
@@ -540,7 +540,7 @@ TEST(ShownTextTest, ShowsEveryByteThatCouldDeceive) {
                                        "\xE2\x80\xA9\\xe2\\x80\\xaa\\xe2\\x80\\xae\xE2\x80\xAF"},
                                       {"\xE2\x81\xA5\xE2\x81\xA6\xE2\x81\xA9\xE2\x81\xAA",
                                        "\xE2\x81\xA5\\xe2\\x81\\xa6\\xe2\\x81\\xa9\xE2\x81\xAA"}}) {
-        EXPECT_EQ(velora::exact::ShownText(text), shown);
+        EXPECT_EQ(velora::utils::ShownText(text), shown);
     }
 }
 

@@ -513,7 +513,7 @@ TEST(CaptureReaderTest, GivesOneRecordAfterTheOther) {
         seen += std::to_string(record->time) + std::string(record->Bytes().begin(), record->Bytes().end()) + ' ';
     }
     EXPECT_EQ(seen, "1000002000abc 3000004000d ");
-    EXPECT_EQ(reader.Traits().compression, Compression::kZstd);
+    EXPECT_EQ(reader.Traits().compression, codec::Compression::kZstd);
     EXPECT_EQ(reader.GetProblem()->text, "2 records read, then at byte 60: the file ends inside a record");
     EXPECT_EQ(reader.Next(), nullptr) << "still";
 

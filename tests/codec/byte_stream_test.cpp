@@ -16,9 +16,9 @@
 namespace {
 
 using namespace std::string_literals;
-using velora::capture::ByteStream;
-using velora::capture::Compression;
-using velora::capture::NameOf;
+using velora::codec::ByteStream;
+using velora::codec::Compression;
+using velora::codec::NameOf;
 using Kind = ByteStream::Fault::Kind;
 
 constexpr std::size_t kWhole = 1U << 18U;
@@ -271,7 +271,7 @@ TEST(ByteStreamTest, ChecksTheSumsOfLz4Blocks) {
     ExpectRow({"right", file, large, {}, "", large.size(), Compression::kLz4});
     ExpectRow({"the last is wrong", Flipped(file, 9), large.substr(0, 131072), Kind::kDamaged, "blockChecksum", 0,
                Compression::kLz4});
-    const std::string noise = velora::capture::Noise(70000);  // stored as it is: given before its sum is looked at
+    const std::string noise = velora::codec::Noise(70000);  // stored as it is: given before its sum is looked at
     ExpectRow({"a stored one is wrong", Flipped(Lz4(noise, true), 9), noise, Kind::kWrongChecksum, "lz4 checksum", 0,
                Compression::kLz4});
 }

@@ -8,7 +8,7 @@
 
 #include "tests/codec/string_sink.h"
 
-namespace velora::capture {
+namespace velora::codec {
 namespace {
 
 // What is in exactly one gzip member or zstd frame with a right checksum, or why there is none.
@@ -72,4 +72,4 @@ TEST(CompressedSinkTest, TellsTheFirstFailureBelowAndFinishesNothingThen) {
 }
 
 }  // namespace
-}  // namespace velora::capture
+}  // namespace velora::codec

@@ -10,7 +10,7 @@
 
 #include "velora/codec/byte_sink.h"
 
-namespace velora::capture {
+namespace velora::codec {
 
 class StringSink final : public ByteSink {
  public:
@@ -43,4 +43,4 @@ inline std::string Noise(std::size_t size, std::mt19937&& random = std::mt19937(
     return noise;
 }
 
-}  // namespace velora::capture
+}  // namespace velora::codec

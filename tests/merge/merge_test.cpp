@@ -13,7 +13,7 @@
 #include "velora/merge/k_way_merge.h"
 #include "velora/merge/squish.h"
 
-namespace velora::exact {
+namespace velora::merge {
 namespace {
 
 enum class Algorithm { kMerge, kSquish };
@@ -23,15 +23,15 @@ struct Merged {
     std::vector<InputTally> tallies;
 };
 
-Merged MergedFrom(const std::vector<std::string>& files, Algorithm algorithm, const capture::BlockPlan& plan) {
+Merged MergedFrom(const std::vector<std::string>& files, Algorithm algorithm, const input::BlockPlan& plan) {
     const bool isMerge = algorithm == Algorithm::kMerge;
     std::vector<capture::InputFile> opened;
     for (const std::string& file : files) {
         opened.push_back({MiscUtils::UniqueFd(memfd_create("input", MFD_CLOEXEC)), true, file.size()});
         EXPECT_EQ(pwrite(opened.back().fd.Get(), file.data(), file.size(), 0), static_cast<ssize_t>(file.size()));
     }
-    RunProgress progress;
-    capture::ReadAhead ahead(std::move(opened), plan, {.ordersBlocks = isMerge}, progress.bytesRead);
+    output::RunProgress progress;
+    input::ReadAhead ahead(std::move(opened), plan, {.ordersBlocks = isMerge}, progress.bytesRead);
     Merged merged;
     merged.tallies.resize(files.size());
     std::vector<InputOrder> orders;
@@ -39,8 +39,8 @@ Merged MergedFrom(const std::vector<std::string>& files, Algorithm algorithm, co
         orders.emplace_back(ahead, input, isMerge, merged.tallies[input], [](capture::RecordBlock&) {});
     }
     std::ranges::for_each(orders, &InputOrder::Begin);
-    capture::StringSink sink;
-    capture::BlockWriter writer(sink);
+    codec::StringSink sink;
+    output::BlockWriter writer(sink);
     RecordWriter output(writer, {.hasNanoseconds = true, .snapLen = 65535}, progress);
     EXPECT_TRUE(output.WriteFileHeader());
     EXPECT_TRUE(isMerge ? MergeByTime(orders, output, nullptr) : Squish(orders, false, output));
@@ -54,8 +54,8 @@ TEST(MergeTest, AgreesWithTheNaiveModel) {
         std::mt19937 random(seed);
         const auto upTo = [&random](int most) { return std::uniform_int_distribution(0, most)(random); };
         const auto algorithm = seed % 2 == 0 ? Algorithm::kMerge : Algorithm::kSquish;
-        const capture::BlockPlan plan{.blocksPerInput = seed % 3 == 0 ? 2U : 3U,
-                                      .blockSize = static_cast<std::size_t>(64 + upTo(400))};
+        const input::BlockPlan plan{.blocksPerInput = seed % 3 == 0 ? 2U : 3U,
+                                    .blockSize = static_cast<std::size_t>(64 + upTo(400))};
         const int farness = std::vector{0, 3, 30, 1000}[static_cast<std::size_t>(upTo(3))];  // of disorder
         std::vector<std::string> files;
         std::vector<Records> orders;
@@ -161,4 +161,4 @@ TEST(SquishTest, NeverGoesBackAtTheEndsOfTime) {
 }
 
 }  // namespace
-}  // namespace velora::exact
+}  // namespace velora::merge

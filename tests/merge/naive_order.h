@@ -10,7 +10,7 @@
 #include "tests/capture/read_whole.h"
 #include "tests/support/capture_builder.h"
 
-namespace velora::exact {
+namespace velora::merge {
 
 using Records = std::vector<capture::OwnedRecord>;
 __extension__ using Wide = __int128;  // for every sum of times
@@ -105,4 +105,4 @@ inline std::string NaiveFile(CaptureBuilder file, std::int64_t unit, const std::
     }
 }
 
-}  // namespace velora::exact
+}  // namespace velora::merge

@@ -6,14 +6,14 @@
 
 #include "tests/codec/string_sink.h"
 
-namespace velora::capture {
+namespace velora::output {
 namespace {
 
 TEST(BlockWriterTest, GivesAllBytesInOrder) {
-    const std::string content = Noise(150'000);
+    const std::string content = codec::Noise(150'000);
     for (const auto& [blockSize, blocks] : {std::pair<std::size_t, std::size_t>{64, 2}, {65, 4}, {4096, 2}}) {
         SCOPED_TRACE(blockSize);
-        StringSink sink;
+        codec::StringSink sink;
         BlockWriter writer(sink, blockSize, blocks);
         std::mt19937 random(1);
         std::string_view rest = content;
@@ -24,7 +24,7 @@ TEST(BlockWriterTest, GivesAllBytesInOrder) {
                 std::copy(piece.begin(), piece.end(), writer.Reserve());
                 EXPECT_TRUE(writer.Commit(piece.size()));
             } else {
-                EXPECT_TRUE(writer.Append(piece.empty() ? std::span<const std::uint8_t>() : BytesOf(piece)));
+                EXPECT_TRUE(writer.Append(piece.empty() ? std::span<const std::uint8_t>() : codec::BytesOf(piece)));
             }
             EXPECT_TRUE(step % 50 != 7 || writer.Flush());
             rest.remove_prefix(piece.size());
@@ -43,15 +43,15 @@ TEST(BlockWriterTest, KeepsTheFirstFailureAndWritesNoMore) {
     } rows[] = {{1000, "", ""}, {1, "", "write 1"}, {3, "end", "write 3"}, {11, "", "write 11"}, {1000, "end", "end"}};
     for (const auto& row : rows) {
         SCOPED_TRACE(std::string(row.outcome) + " is to be told");
-        StringSink sink;
+        codec::StringSink sink;
         sink.failingCall = row.failingCall;
         sink.finish.text = row.finish;
         BlockWriter writer(sink, 100, 2);
         int taken = 0;
         for (int count = 0; count < 10; ++count) {
-            taken += writer.Append(BytesOf(std::string(100, 'x'))) ? 1 : 0;
+            taken += writer.Append(codec::BytesOf(std::string(100, 'x'))) ? 1 : 0;
         }
-        EXPECT_TRUE(writer.Append(BytesOf("rest"))) << "no block was handed over, so there are no news";
+        EXPECT_TRUE(writer.Append(codec::BytesOf("rest"))) << "no block was handed over, so there are no news";
         // Two blocks: the failure shows one hand-over later at the latest.
         EXPECT_TRUE(row.failingCall > 10 ? taken == 10 : taken == row.failingCall - 1 || taken == row.failingCall);
         EXPECT_EQ(writer.Finish().text, row.outcome);
@@ -60,21 +60,21 @@ TEST(BlockWriterTest, KeepsTheFirstFailureAndWritesNoMore) {
 }
 
 TEST(BlockWriterTest, GivesOnWhatTheSinkThrows) {
-    struct ExhaustedSink final : ByteSink {
-        OutputOutcome Write(std::span<const std::uint8_t>) override { throw std::bad_alloc(); }
-        OutputOutcome Finish() override { return {}; }
+    struct ExhaustedSink final : codec::ByteSink {
+        codec::OutputOutcome Write(std::span<const std::uint8_t>) override { throw std::bad_alloc(); }
+        codec::OutputOutcome Finish() override { return {}; }
     } sink;
     BlockWriter writer(sink);
-    EXPECT_TRUE(writer.Append(BytesOf("x")));
+    EXPECT_TRUE(writer.Append(codec::BytesOf("x")));
     EXPECT_THROW(static_cast<void>(writer.Finish()), std::bad_alloc);
 }
 
 TEST(BlockWriterTest, IsDroppedWithoutBeingFinished) {
-    StringSink sink;
-    EXPECT_TRUE(BlockWriter(sink).Append(BytesOf("never handed over")));
+    codec::StringSink sink;
+    EXPECT_TRUE(BlockWriter(sink).Append(codec::BytesOf("never handed over")));
     EXPECT_EQ(sink.calls, 0);
     EXPECT_FALSE(sink.isFinished);
 }
 
 }  // namespace
-}  // namespace velora::capture
+}  // namespace velora::output

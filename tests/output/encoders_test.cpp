@@ -9,7 +9,7 @@
 #include "velora/output/pcapng_encoder.h"
 #include "velora/output/record_encoder.h"
 
-namespace velora::capture {
+namespace velora::output {
 namespace {
 
 using enum TimeChange;
@@ -103,4 +103,4 @@ TEST(PcapNgEncoderTest, PadsPacketsAndHoldsTimesFrom1970On) {
 }
 
 }  // namespace
-}  // namespace velora::capture
+}  // namespace velora::output

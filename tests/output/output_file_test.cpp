@@ -19,12 +19,12 @@
 
 extern "C" int ArmFault(const char* plan);
 
-namespace velora::capture {
+namespace velora::output {
 namespace {
 
-using Kind = OutputOutcome::Kind;
+using Kind = codec::OutputOutcome::Kind;
 
-const std::string kContent = Noise(3'300'000);  // space ahead is asked for twice
+const std::string kContent = codec::Noise(3'300'000);  // space ahead is asked for twice
 
 std::set<std::string> NamesIn(const TempDir& directory) {
     std::set<std::string> names;
@@ -41,14 +41,14 @@ bool HoldsContent(const std::string& path) {
 }
 
 // Writes the content in pieces, and finishes even after a failure, which has to be told again.
-OutputOutcome WriteAll(OutputFile& output) {
-    OutputOutcome outcome = output.Open();
+codec::OutputOutcome WriteAll(OutputFile& output) {
+    codec::OutputOutcome outcome = output.Open();
     for (std::string_view rest = kContent; !rest.empty();
          rest.remove_prefix(std::min<std::size_t>(1 << 20, rest.size()))) {
-        const OutputOutcome written = output.Write(BytesOf(rest.substr(0, 1 << 20)));
+        const codec::OutputOutcome written = output.Write(codec::BytesOf(rest.substr(0, 1 << 20)));
         outcome = outcome.IsGood() ? written : outcome;
     }
-    OutputOutcome finished = output.Finish();
+    codec::OutputOutcome finished = output.Finish();
     EXPECT_TRUE(outcome.IsGood() || outcome.text == finished.text);
     return finished;
 }
@@ -56,8 +56,8 @@ OutputOutcome WriteAll(OutputFile& output) {
 // `faults` is null where other threads run, which would meet them too.
 struct Produced {
     Kind prepared;
-    OutputOutcome outcome;  // the last
-    int failed;             // calls that were made to fail
+    codec::OutputOutcome outcome;  // the last
+    int failed;                    // calls that were made to fail
 };
 
 Produced Produce(
@@ -66,7 +66,7 @@ Produced Produce(
     if (faults != nullptr) {
         ArmFault(faults);
     }
-    OutputOutcome outcome = output.Prepare(path);
+    codec::OutputOutcome outcome = output.Prepare(path);
     const Kind prepared = outcome.kind;
     if (outcome.IsGood()) {
         meanwhile();
@@ -149,7 +149,7 @@ TEST(OutputFileTest, WhatTakesItsNameMeanwhileStays) {
 
 TEST(OutputFileTest, NamesTheTemporaryNameThatItCannotRemove) {
     const TempDir directory;
-    const OutputOutcome outcome = Produce(directory / "out", "openat 1 unlinkat 2").outcome;
+    const codec::OutputOutcome outcome = Produce(directory / "out", "openat 1 unlinkat 2").outcome;
     EXPECT_TRUE(outcome.IsGood());
     EXPECT_EQ(outcome.text, *NamesIn(directory).begin() + " is left: Input/output error");
 }
@@ -191,7 +191,7 @@ TEST(OutputFileTest, RefusesWhatExistsAndWhatCannotBe) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.path);
         OutputFile output;
-        const OutputOutcome outcome = output.Prepare(row.path);
+        const codec::OutputOutcome outcome = output.Prepare(row.path);
         EXPECT_EQ(outcome.kind, row.kind);
         EXPECT_EQ(outcome.text, row.text);
         struct stat status {};
@@ -220,7 +220,7 @@ TEST(OutputFileTest, IsGoneWhenItIsGivenUp) {
             ArmFault(way);
             EXPECT_TRUE(given->Prepare(directory / "out").IsGood());
             ArmFault(nullptr);
-            EXPECT_TRUE(given->Write(BytesOf("begun")).IsGood());
+            EXPECT_TRUE(given->Write(codec::BytesOf("begun")).IsGood());
             EXPECT_EQ(NamesIn(directory).begin()->starts_with(".out.seamtool-"), isHidden);
             if (end == std::string("destroyed")) {
                 given.reset();
@@ -264,7 +264,7 @@ TEST(OutputFileTest, WritesAllToPipesAndSeesTheirReaderLeave) {
     for (const std::size_t wanted : {kContent.size() + 1, std::size_t{70000}}) {
         std::string got;
         std::thread reader([&] { got = ReadUpTo(MiscUtils::UniqueFd(open(path.c_str(), O_RDONLY)).Get(), wanted); });
-        const OutputOutcome outcome = Produce(path, nullptr).outcome;
+        const codec::OutputOutcome outcome = Produce(path, nullptr).outcome;
         reader.join();
         EXPECT_TRUE(got == kContent.substr(0, wanted));
         EXPECT_EQ(outcome.error, wanted > kContent.size() ? 0 : EPIPE);
@@ -288,9 +288,9 @@ TEST(OutputFileTest, WritesAllToAStandardOutputThatDoesNotBlock) {
     std::fflush(stdout);
     const MiscUtils::UniqueFd before(dup(STDOUT_FILENO));
     dup2(in.Get(), STDOUT_FILENO);
-    const OutputOutcome readOnly = OutputFile().Prepare("-");
+    const codec::OutputOutcome readOnly = OutputFile().Prepare("-");
     dup2(out.Get(), STDOUT_FILENO);
-    const OutputOutcome outcome = Produce("-", nullptr).outcome;
+    const codec::OutputOutcome outcome = Produce("-", nullptr).outcome;
     dup2(before.Get(), STDOUT_FILENO);
     reader.join();
     EXPECT_EQ(readOnly.error, EBADF);
@@ -308,4 +308,4 @@ TEST(TemporaryNameTest, CutsNoCharacter) {
 }
 
 }  // namespace
-}  // namespace velora::capture
+}  // namespace velora::output

@@ -12,7 +12,7 @@
 #include "velora/packet/checksum_update.h"
 #include "velora/utils/hex_text.h"
 
-namespace velora::exact {
+namespace velora::packet {
 namespace {
 
 constexpr std::uint32_t kInside = 0xC0A80000;  // 192.168.0.0, the first of those that are copied
@@ -250,4 +250,4 @@ TEST(AddressCopiesTest, AreNotMadeOfOtherPackets) {
 }
 
 }  // namespace
-}  // namespace velora::exact
+}  // namespace velora::packet

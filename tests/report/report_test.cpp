@@ -14,7 +14,7 @@
 #include "velora/report/time_axis.h"
 #include "velora/utils/time_histogram.h"
 
-namespace velora::exact {
+namespace velora::report {
 namespace {
 
 constexpr std::int64_t kSecond = 1'000'000'000;
@@ -22,14 +22,14 @@ constexpr std::int64_t kSecond = 1'000'000'000;
 // Every record is in the bucket that its time belongs to, however the times came.
 void ExpectRight(const std::string& about, const std::vector<std::int64_t>& times) {
     SCOPED_TRACE(about);
-    TimeHistogram histogram;
+    utils::TimeHistogram histogram;
     for (const std::int64_t time : times) {
         histogram.Add(time);
     }
-    std::vector<std::uint64_t> expected(TimeHistogram::kBuckets);
+    std::vector<std::uint64_t> expected(utils::TimeHistogram::kBuckets);
     for (const std::int64_t time : times) {
         // The last bucket that starts at or before the time.
-        std::size_t bucket = TimeHistogram::kBuckets - 1;
+        std::size_t bucket = utils::TimeHistogram::kBuckets - 1;
         while (bucket > 0 && histogram.Start(bucket) > time) {
             --bucket;
         }
@@ -40,7 +40,7 @@ void ExpectRight(const std::string& about, const std::vector<std::int64_t>& time
         ASSERT_LT(static_cast<std::uint64_t>(time) - static_cast<std::uint64_t>(histogram.Start(bucket)),
                   histogram.Width());
     }
-    for (std::size_t bucket = 0; bucket < TimeHistogram::kBuckets; ++bucket) {
+    for (std::size_t bucket = 0; bucket < utils::TimeHistogram::kBuckets; ++bucket) {
         ASSERT_EQ(histogram.Count(bucket), expected[bucket]) << "bucket " << bucket;
     }
     const auto [first, last] = std::ranges::minmax(times);
@@ -111,7 +111,8 @@ TEST(TimeAxisTest, PutsTicksAtTimesThatPeopleCountBy) {
 }
 
 TEST(ReportTextTest, PutsNumbersIntoAsFewWordsAsTheyNeed) {
-    EXPECT_EQ(Grouped(999) + " " + Grouped(1000) + " " + Grouped(ULLONG_MAX), "999 1,000 18,446,744,073,709,551,615");
+    EXPECT_EQ(GroupedText(999) + " " + GroupedText(1000) + " " + GroupedText(ULLONG_MAX),
+              "999 1,000 18,446,744,073,709,551,615");
     const std::pair<double, const char*> spans[] = {
         {0, "0 ns"},
         {999, "999 ns"},
@@ -128,8 +129,8 @@ TEST(ReportTextTest, PutsNumbersIntoAsFewWordsAsTheyNeed) {
     for (const auto& [nanoseconds, text] : spans) {
         EXPECT_EQ(SpanText(nanoseconds), text);
     }
-    EXPECT_EQ(MomentText(-1), "1969-12-31 23:59:59.999999999");
-    EXPECT_EQ(MomentText(1'250'000'000), "1970-01-01 00:00:01.250");
+    EXPECT_EQ(ShortestUtcText(-1), "1969-12-31 23:59:59.999999999");
+    EXPECT_EQ(ShortestUtcText(1'250'000'000), "1970-01-01 00:00:01.250");
 }
 
 // A report of one input with a name, and a problem of that text.
@@ -139,11 +140,11 @@ struct Told {
         job.output = text;
         run.inputs.resize(1);
         run.inputs[0].problems.Add({capture::ProblemKind::kDamage, text, 7, 4096});
-        run.status = Status::kIncomplete;
+        run.status = exact::Status::kIncomplete;
     }
-    ExactJob job;
-    RunSetting setting{job, "1.0", {}, "", 0, 1};
-    RunReport run;
+    exact::ExactJob job;
+    exact::RunSetting setting{job, "1.0", {}, "", 0, 1};
+    exact::RunReport run;
 };
 
 TEST(ReportJsonTest, LosesNothingOfATextThatIsNoUtf8) {
@@ -182,9 +183,9 @@ TEST(ReportPageTest, ShowsSixtyInputsAndSaysHowManyItLeavesOut) {
         told.job.inputs.assign(inputs, {"x", false});
         told.run.inputs.clear();
         told.run.inputs.resize(inputs);
-        for (std::size_t input = 0; input < RunReport::kMostTimelines; ++input) {
+        for (std::size_t input = 0; input < exact::RunReport::kMostTimelines; ++input) {
             told.run.inputs[input].isCapture = true;
-            told.run.inputs[input].tally.timeline = std::make_unique<InputTimeline>();
+            told.run.inputs[input].tally.timeline = std::make_unique<merge::InputTimeline>();
             told.run.inputs[input].tally.timeline->captured.Add(static_cast<std::int64_t>(input));
         }
         const std::string page = ReportPage(told.setting, told.run);
@@ -193,11 +194,11 @@ TEST(ReportPageTest, ShowsSixtyInputsAndSaysHowManyItLeavesOut) {
             ++bars;
         }
         EXPECT_EQ(bars, 60U);
-        const std::string left = Grouped(inputs - 60) + " are left out";
+        const std::string left = GroupedText(inputs - 60) + " are left out";
         EXPECT_EQ(page.find(left) != std::string::npos, inputs > 60) << inputs;
         EXPECT_EQ(page.find("Output</span>") != std::string::npos, inputs == 60) << "a sum of all only";
     }
 }
 
 }  // namespace
-}  // namespace velora::exact
+}  // namespace velora::report

@@ -21,15 +21,16 @@ std::size_t RawCapacity(std::size_t blockSize) {
 }
 
 // Says what a file is that begins with none of the magic numbers, where that can be told.
-std::string NoCapture(std::span<const std::uint8_t> bytes, Compression compression) {
+std::string NoCapture(std::span<const std::uint8_t> bytes, codec::Compression compression) {
     if (bytes.empty()) {
         return "no capture: it is empty";
     }
     if (bytes.size() < kMagicSize) {
-        return "no capture: it has " + Counted(bytes.size(), "byte") + ", less than any capture";
+        return "no capture: it has " + utils::CountText(bytes.size(), "byte") +
+               ", less than any capture";
     }
-    const Compression inner = CompressionOf(TellMember(bytes));
-    if (inner != Compression::kNone) {
+    const codec::Compression inner = codec::CompressionOf(codec::TellMember(bytes));
+    if (inner != codec::Compression::kNone) {
         return std::string("no capture: ") + NameOf(inner) + " inside " + NameOf(compression) +
                ", and one level of compression is undone";
     }
@@ -66,9 +67,9 @@ BlockReader::State BlockReader::Read(RecordBlock& block) {
         Begin(block);
     }
     for (;;) {
-        const ByteStream::Step step = m_Stream.Read(block.Room().subspan(m_Filled));
+        const codec::ByteStream::Step step = m_Stream.Read(block.Room().subspan(m_Filled));
         m_Filled += step.given;
-        if (step.state == ByteStream::State::kNeedsBytes) {
+        if (step.state == codec::ByteStream::State::kNeedsBytes) {
             return State::kNeedsBytes;
         }
         if (m_FramingFault ? Verify(block, step.state) : Frame(block, step.state)) {
@@ -84,15 +85,16 @@ std::span<std::uint8_t> BlockReader::Wanted(RecordBlock& block) {
 
 // Nothing behind a fault in the records is read, but the checksum there tells what the records
 // before it are worth. False when it has not come yet.
-bool BlockReader::Verify(RecordBlock& block, ByteStream::State state) {
+bool BlockReader::Verify(RecordBlock& block, codec::ByteStream::State state) {
     const bool isVerified = m_Framer->VerifiedRecords() == m_Framer->Records() ||
                             m_Stream.VerifiedBytes() >= m_FrontOffset + m_Used;
-    if (!isVerified && state == ByteStream::State::kFull && m_Used < m_Filled) {
+    if (!isVerified && state == codec::ByteStream::State::kFull && m_Used < m_Filled) {
         m_Filled = m_Used;  // what came is not looked at
         return false;
     }
-    const bool isDoubtful = !isVerified && state == ByteStream::State::kBroken &&
-                            m_Stream.GetFault().kind == ByteStream::Fault::Kind::kWrongChecksum;
+    const bool isDoubtful =
+        !isVerified && state == codec::ByteStream::State::kBroken &&
+        m_Stream.GetFault().kind == codec::ByteStream::Fault::Kind::kWrongChecksum;
     Conclude(block, isDoubtful ? ProblemOfEnd(state) : std::move(m_FramingFault));
     return true;
 }
@@ -109,11 +111,11 @@ void BlockReader::Take(std::ptrdiff_t count) {
 
 // Looks at a block that is full, or at what there is when nothing further comes. False when it has
 // brought no record and must be filled on.
-bool BlockReader::Frame(RecordBlock& block, ByteStream::State state) {
-    const bool isOver = state != ByteStream::State::kFull;
+bool BlockReader::Frame(RecordBlock& block, codec::ByteStream::State state) {
+    const bool isOver = state != codec::ByteStream::State::kFull;
     if (!m_Framer) {
         if (std::optional<Problem> problem = ChooseFramer(block)) {
-            if (state == ByteStream::State::kBroken) {
+            if (state == codec::ByteStream::State::kBroken) {
                 problem = ProblemOfEnd(state);
             }
             Conclude(block, std::move(problem));
@@ -167,19 +169,19 @@ std::optional<Problem> BlockReader::ChooseFramer(const RecordBlock& block) {
 }
 
 // What the end of the bytes means for the capture: nothing where it ends behind a whole record.
-std::optional<Problem> BlockReader::ProblemOfEnd(ByteStream::State state) const {
+std::optional<Problem> BlockReader::ProblemOfEnd(codec::ByteStream::State state) const {
     const bool isCapture = HasHeader();
     const ProblemKind kind = isCapture ? ProblemKind::kDamage : ProblemKind::kNoCapture;
     const bool isInside = m_Framer && (m_Used < m_Filled || m_Framer->IsInside() || !isCapture);
     const std::string inside = m_Framer ? m_Framer->InsideWhat() : "before any record";
-    if (state == ByteStream::State::kEnd) {
+    if (state == codec::ByteStream::State::kEnd) {
         if (!isInside) {
             return std::nullopt;
         }
         return Describe(kind, "the file ends " + inside);
     }
-    const ByteStream::Fault& fault = m_Stream.GetFault();
-    using Kind = ByteStream::Fault::Kind;
+    const codec::ByteStream::Fault& fault = m_Stream.GetFault();
+    using Kind = codec::ByteStream::Fault::Kind;
     switch (fault.kind) {
         case Kind::kReadFailed:
             return Describe(ProblemKind::kCannotRead, fault.reason);
@@ -188,7 +190,7 @@ std::optional<Problem> BlockReader::ProblemOfEnd(ByteStream::State state) const 
                 return Describe(kind, fault.reason);
             }
             Problem problem{ProblemKind::kWrongChecksum, {}, m_Framer->Records(), PlaceReached()};
-            problem.text = fault.reason + ": " + Counted(problem.records, "record") +
+            problem.text = fault.reason + ": " + utils::CountText(problem.records, "record") +
                            " kept, doubtful from record " +
                            std::to_string(m_Framer->VerifiedRecords() + 1) + " on";
             return problem;
@@ -223,8 +225,8 @@ Problem BlockReader::DescribeAt(ProblemKind kind, std::uint64_t offset,
     }
     const std::uint64_t records = m_Framer->Records();
     return {kind,
-            Counted(records, "record") + " read, then at byte " + std::to_string(offset) + ": " +
-                reason,
+            utils::CountText(records, "record") + " read, then at byte " + std::to_string(offset) +
+                ": " + reason,
             records, offset};
 }
 

@@ -71,19 +71,19 @@ class BlockReader {
 
  private:
     void Begin(RecordBlock& block);
-    [[nodiscard]] bool Frame(RecordBlock& block, ByteStream::State state);
-    [[nodiscard]] bool Verify(RecordBlock& block, ByteStream::State state);
+    [[nodiscard]] bool Frame(RecordBlock& block, codec::ByteStream::State state);
+    [[nodiscard]] bool Verify(RecordBlock& block, codec::ByteStream::State state);
     [[nodiscard]] std::optional<Problem> ChooseFramer(const RecordBlock& block);
     [[nodiscard]] bool HasHeader() const { return m_Framer && m_Framer->IsCapture(); }
     void Deliver(RecordBlock& block);
     void Conclude(RecordBlock& block, std::optional<Problem> problem);
-    [[nodiscard]] std::optional<Problem> ProblemOfEnd(ByteStream::State state) const;
+    [[nodiscard]] std::optional<Problem> ProblemOfEnd(codec::ByteStream::State state) const;
     [[nodiscard]] std::uint64_t PlaceReached() const;
     [[nodiscard]] Problem DescribeAt(ProblemKind kind, std::uint64_t offset,
                                      const std::string& reason) const;
 
     Options m_Options;
-    ByteStream m_Stream;
+    codec::ByteStream m_Stream;
     std::unique_ptr<Framer> m_Framer;       // none until the first bytes are there
     std::optional<Problem> m_FramingFault;  // found by it
     CaptureTraits m_Traits;

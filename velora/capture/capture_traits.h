@@ -23,7 +23,7 @@ enum class Format : std::uint8_t {
 struct CaptureTraits {
     // What it is, and what it is in.
     Format format = Format::kClassicMicroseconds;
-    Compression compression = Compression::kNone;
+    codec::Compression compression = codec::Compression::kNone;
     bool hasRecord = false;  // it has one at least
     // That of the first record; without a record, that of the first interface; none when a pcap-ng
     // file describes no interface.

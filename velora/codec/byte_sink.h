@@ -9,7 +9,7 @@
 #include <span>
 #include <string>
 
-namespace velora::capture {
+namespace velora::codec {
 
 // What became of an output, or of one step on the way to it.
 struct OutputOutcome {
@@ -48,4 +48,4 @@ class ByteSink {
     [[nodiscard]] virtual OutputOutcome Finish() = 0;
 };
 
-}  // namespace velora::capture
+}  // namespace velora::codec

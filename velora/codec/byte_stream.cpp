@@ -8,7 +8,7 @@
 #include "velora/codec/decoder.h"
 #include "velora/utils/errno_text.h"
 
-namespace velora::capture {
+namespace velora::codec {
 namespace {
 
 constexpr std::size_t kFirstRaw = 4096;  // enough to tell what it is
@@ -358,4 +358,4 @@ const ByteStream::Fault& ByteStream::GetFault() const {
     return m_Impl->GetFault();
 }
 
-}  // namespace velora::capture
+}  // namespace velora::codec

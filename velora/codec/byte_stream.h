@@ -32,7 +32,7 @@
 
 #include "velora/codec/compression.h"
 
-namespace velora::capture {
+namespace velora::codec {
 
 class ByteStream {
  public:
@@ -101,4 +101,4 @@ class ByteStream {
     std::unique_ptr<Impl> m_Impl;
 };
 
-}  // namespace velora::capture
+}  // namespace velora::codec

@@ -14,7 +14,7 @@
 #include "velora/codec/steady_decoder.h"
 #include "velora/utils/scope_guards.h"
 
-namespace velora::capture {
+namespace velora::codec {
 namespace {
 
 unsigned Limited(std::size_t size) {
@@ -127,4 +127,4 @@ std::unique_ptr<Decoder> MakeBzip2Decoder() {
     return std::make_unique<SteadyDecoder>(std::make_unique<Bzip2Decoder>());
 }
 
-}  // namespace velora::capture
+}  // namespace velora::codec

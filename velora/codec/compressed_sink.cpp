@@ -8,7 +8,7 @@
 #include <isa-l/igzip_lib.h>
 #include <zstd.h>
 
-namespace velora::capture {
+namespace velora::codec {
 
 namespace {
 
@@ -165,4 +165,4 @@ std::unique_ptr<ByteSink> MakeCompressedSink(Compression compression, ByteSink& 
     return nullptr;
 }
 
-}  // namespace velora::capture
+}  // namespace velora::codec

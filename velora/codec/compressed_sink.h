@@ -9,7 +9,7 @@
 #include "velora/codec/byte_sink.h"
 #include "velora/codec/compression.h"
 
-namespace velora::capture {
+namespace velora::codec {
 
 // Null for a compression that is not written here: all but gzip and zstd. `below` is borrowed, and
 // the new sink's alone while that exists; its Finish finishes `below` too. `threads` is how many
@@ -18,4 +18,4 @@ namespace velora::capture {
 [[nodiscard]] std::unique_ptr<ByteSink> MakeCompressedSink(Compression compression, ByteSink& below,
                                                            unsigned threads);
 
-}  // namespace velora::capture
+}  // namespace velora::codec

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
-namespace velora::capture {
+namespace velora::codec {
 namespace {
 
 using namespace std::string_view_literals;
@@ -113,4 +113,4 @@ Compression CompressionOf(MemberStart start) {
     return Compression::kNone;
 }
 
-}  // namespace velora::capture
+}  // namespace velora::codec

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <span>
 
-namespace velora::capture {
+namespace velora::codec {
 
 // The compressions that are read here; gzip and zstd are written too.
 enum class Compression : std::uint8_t { kNone, kGzip, kBzip2, kXz, kZstd, kLz4 };
@@ -43,4 +43,4 @@ enum class MemberStart : std::uint8_t {
 [[nodiscard]] MemberStart StartOf(Compression compression);
 [[nodiscard]] Compression CompressionOf(MemberStart start);
 
-}  // namespace velora::capture
+}  // namespace velora::codec

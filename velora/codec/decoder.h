@@ -17,7 +17,7 @@
 #include "velora/codec/byte_stream.h"
 #include "velora/codec/compression.h"
 
-namespace velora::capture {
+namespace velora::codec {
 
 class Decoder {
  public:
@@ -72,4 +72,4 @@ class Decoder {
             what + ": '" + command + " | seamtool --exact - ...' reads it"};
 }
 
-}  // namespace velora::capture
+}  // namespace velora::codec

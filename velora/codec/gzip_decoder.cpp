@@ -13,7 +13,7 @@
 #include "velora/codec/decoder.h"
 #include "velora/codec/gzip_header.h"
 
-namespace velora::capture {
+namespace velora::codec {
 namespace {
 
 const char* WordFor(int error) {
@@ -131,4 +131,4 @@ std::unique_ptr<Decoder> MakeGzipDecoder() {
     return std::make_unique<GzipDecoder>();
 }
 
-}  // namespace velora::capture
+}  // namespace velora::codec

@@ -4,7 +4,7 @@
 
 #include <isa-l/crc.h>
 
-namespace velora::capture {
+namespace velora::codec {
 namespace {
 
 constexpr std::uint8_t kFixedPart[] = {0x1F, 0x8B, 8};  // the last is the method: deflate
@@ -86,4 +86,4 @@ void GzipHeader::GoOn() {
     }
 }
 
-}  // namespace velora::capture
+}  // namespace velora::codec

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <span>
 
-namespace velora::capture {
+namespace velora::codec {
 
 class GzipHeader {
  public:
@@ -42,4 +42,4 @@ class GzipHeader {
     const char* m_Reason = nullptr;
 };
 
-}  // namespace velora::capture
+}  // namespace velora::codec

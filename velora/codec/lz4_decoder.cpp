@@ -10,7 +10,7 @@
 
 #include "velora/codec/decoder.h"
 
-namespace velora::capture {
+namespace velora::codec {
 namespace {
 
 constexpr std::uint32_t kHasDictionary = 0x01;  // flags of the frame
@@ -165,4 +165,4 @@ std::unique_ptr<Decoder> MakeLz4Decoder() {
     return std::make_unique<Lz4Decoder>();
 }
 
-}  // namespace velora::capture
+}  // namespace velora::codec

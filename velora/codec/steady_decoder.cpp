@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace velora::capture {
+namespace velora::codec {
 
 Decoder::Step SteadyDecoder::Decode(std::span<const std::uint8_t> in, std::span<std::uint8_t> out) {
     Step step;
@@ -37,4 +37,4 @@ void SteadyDecoder::Reset() {
     m_Last = {};
 }
 
-}  // namespace velora::capture
+}  // namespace velora::codec

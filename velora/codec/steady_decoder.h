@@ -12,7 +12,7 @@
 
 #include "velora/codec/decoder.h"
 
-namespace velora::capture {
+namespace velora::codec {
 
 class SteadyDecoder final : public Decoder {
  public:
@@ -31,4 +31,4 @@ class SteadyDecoder final : public Decoder {
     Step m_Last;                              // of the other decoder
 };
 
-}  // namespace velora::capture
+}  // namespace velora::codec

@@ -5,7 +5,7 @@
 
 #include "velora/codec/steady_decoder.h"
 
-namespace velora::capture {
+namespace velora::codec {
 namespace {
 
 // A dictionary has 2^n or 1.5 * 2^n bytes. This has room for one of 128 MiB and what the decoder
@@ -73,4 +73,4 @@ std::unique_ptr<Decoder> MakeXzDecoder() {
     return std::make_unique<SteadyDecoder>(std::make_unique<XzDecoder>());
 }
 
-}  // namespace velora::capture
+}  // namespace velora::codec

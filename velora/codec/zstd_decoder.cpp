@@ -9,7 +9,7 @@
 
 #include "velora/codec/decoder.h"
 
-namespace velora::capture {
+namespace velora::codec {
 namespace {
 
 constexpr int kWindowLogMax = 27;  // 128 MiB
@@ -102,4 +102,4 @@ std::unique_ptr<Decoder> MakeZstdDecoder() {
     return std::make_unique<ZstdDecoder>();
 }
 
-}  // namespace velora::capture
+}  // namespace velora::codec

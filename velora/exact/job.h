@@ -59,7 +59,7 @@ struct ExactJob {
 
     // What the output is like.
     OutputFormat format = OutputFormat::kFitting;
-    capture::Compression compression = capture::Compression::kNone;  // or gzip, or zstd
+    codec::Compression compression = codec::Compression::kNone;  // or gzip, or zstd
 };
 
 // How a run ended; the process exits with the number.

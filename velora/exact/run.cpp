@@ -34,9 +34,9 @@ namespace velora::exact {
 namespace {
 
 using capture::CaptureTraits;
-using capture::OutputOutcome;
 using capture::Problem;
 using capture::ProblemKind;
+using codec::OutputOutcome;
 using MiscUtils::UniqueFd;
 
 constexpr std::uint32_t kLeastSnapLen = 262144;
@@ -57,8 +57,8 @@ class DescriptorReserve {
 
 class ExactRun {
  public:
-    ExactRun(const ExactJob& job, RunListener& listener, RunProgress& progress,
-             capture::OutputFile* reportFile)
+    ExactRun(const ExactJob& job, RunListener& listener, output::RunProgress& progress,
+             output::OutputFile* reportFile)
         : m_Job(job), m_Listener(listener), m_Progress(progress), m_ReportFile(reportFile) {}
 
     RunReport Execute() {
@@ -79,7 +79,7 @@ class ExactRun {
     bool FitIntoPcap();
     bool FitIntoPcapNg();
     void WriteOutput();
-    void WriteRecords(capture::BlockWriter& writer);
+    void WriteRecords(output::BlockWriter& writer);
     bool BeginRecords();
     bool WriteInOrder();
     void TellTallies();
@@ -107,12 +107,12 @@ class ExactRun {
         problem.text.insert(0, "left out: ");
         Tell(input, problem);
     }
-    [[nodiscard]] bool IsInput(const capture::FileIdentity& output) const;
+    [[nodiscard]] bool IsInput(const output::FileIdentity& output) const;
     [[nodiscard]] std::size_t LeadingInput() const;
     // For an interface, whose name is UTF-8.
     [[nodiscard]] std::string InterfaceName(std::size_t input) const {
         const std::string name = NameOf(m_Job.inputs[input]);
-        return IsUtf8(name) ? name : ShownText(name);
+        return utils::IsUtf8(name) ? name : utils::ShownText(name);
     }
     [[nodiscard]] bool IsOrdered() const { return m_Job.mode == Mode::kMerge; }
     [[nodiscard]] bool IsPcapNg() const { return m_Job.format == OutputFormat::kPcapNg; }
@@ -120,22 +120,22 @@ class ExactRun {
 
     const ExactJob& m_Job;
     RunListener& m_Listener;
-    RunProgress& m_Progress;
+    output::RunProgress& m_Progress;
     RunReport m_Report;
     bool m_IsDoubtful = false;
 
-    capture::OutputFile* m_ReportFile;
-    capture::OutputFile m_Output;
+    output::OutputFile* m_ReportFile;
+    output::OutputFile m_Output;
     std::vector<std::size_t> m_Opened;  // the job's inputs that could be opened
-    std::unique_ptr<capture::ReadAhead> m_Ahead;
+    std::unique_ptr<input::ReadAhead> m_Ahead;
 
     // The inputs that are captures: which of the job's they are, and their records.
     std::vector<std::size_t> m_Sources;
-    std::vector<InputOrder> m_Orders;
+    std::vector<merge::InputOrder> m_Orders;
     // What the first block of each describes, until there is an output to tell.
     std::vector<std::vector<capture::Interface>> m_FirstInterfaces;
-    RecordWriter* m_Writer = nullptr;  // while there is one
-    OutputForm m_Form;
+    merge::RecordWriter* m_Writer = nullptr;  // while there is one
+    merge::OutputForm m_Form;
 };
 
 bool ExactRun::Refuse(const OutputOutcome& outcome) {
@@ -159,12 +159,12 @@ bool ExactRun::Refuse(const OutputOutcome& outcome) {
     return Refuse(Status::kCannotWrite, outcome.text);
 }
 
-bool ExactRun::IsInput(const capture::FileIdentity& output) const {
+bool ExactRun::IsInput(const output::FileIdentity& output) const {
     return std::ranges::any_of(m_Job.inputs, [&](const InputName& input) {
         struct stat status {};
         const bool isThere = (input.isStandardInput ? fstat(STDIN_FILENO, &status)
                                                     : stat(input.path.c_str(), &status)) == 0;
-        return isThere && capture::FileIdentity{status.st_dev, status.st_ino} == output;
+        return isThere && output::FileIdentity{status.st_dev, status.st_ino} == output;
     });
 }
 
@@ -226,9 +226,9 @@ bool ExactRun::OpenInputs() {
     options.keepsAllLinkTypes = IsPcapNg();
     options.earliest = m_Job.earliest;
     options.latest = m_Job.latest;
-    m_Ahead = std::make_unique<capture::ReadAhead>(std::move(files),
-                                                   capture::BlockPlan::For(m_Job.inputs.size()),
-                                                   options, m_Progress.bytesRead);
+    m_Ahead = std::make_unique<input::ReadAhead>(std::move(files),
+                                                 input::BlockPlan::For(m_Job.inputs.size()),
+                                                 options, m_Progress.bytesRead);
     return true;
 }
 
@@ -261,14 +261,14 @@ bool ExactRun::LookAtInputs() {
         const std::size_t input = m_Opened[opened];
         InputReport& report = m_Report.inputs[input];
         const std::size_t source = m_Sources.size();
-        InputOrder order(*m_Ahead, opened, IsOrdered(), report.tally,
-                         [this, opened, source](capture::RecordBlock& block) {
-                             OnBlock(opened, source, block);
-                         });
+        merge::InputOrder order(*m_Ahead, opened, IsOrdered(), report.tally,
+                                [this, opened, source](capture::RecordBlock& block) {
+                                    OnBlock(opened, source, block);
+                                });
         if (m_Ahead->IsCapture(opened)) {
             report.isCapture = true;
             if (m_ReportFile != nullptr && input < RunReport::kMostTimelines) {
-                report.tally.timeline = std::make_unique<InputTimeline>();
+                report.tally.timeline = std::make_unique<merge::InputTimeline>();
             }
             report.traits = m_Ahead->Traits(opened);
             m_Sources.push_back(input);
@@ -361,9 +361,9 @@ void ExactRun::WriteOutput() {
     if (!Refuse(m_Output.Open())) {
         return;
     }
-    const std::unique_ptr<capture::ByteSink> compressed = capture::MakeCompressedSink(
+    const std::unique_ptr<codec::ByteSink> compressed = codec::MakeCompressedSink(
         m_Job.compression, m_Output, std::max(1U, std::thread::hardware_concurrency()));
-    capture::BlockWriter writer(compressed ? *compressed : m_Output);
+    output::BlockWriter writer(compressed ? *compressed : m_Output);
     WriteRecords(writer);
     const OutputOutcome outcome = writer.Finish();  // tells of every write that failed
     m_Report.bytesWritten = m_Output.Size();
@@ -372,8 +372,8 @@ void ExactRun::WriteOutput() {
     }
 }
 
-void ExactRun::WriteRecords(capture::BlockWriter& writer) {
-    RecordWriter output(writer, m_Form, m_Progress);
+void ExactRun::WriteRecords(output::BlockWriter& writer) {
+    merge::RecordWriter output(writer, m_Form, m_Progress);
     m_Writer = &output;
     static_cast<void>(BeginRecords() && WriteInOrder());  // false: see the end of the writing
     m_Writer = nullptr;
@@ -397,7 +397,7 @@ bool ExactRun::BeginRecords() {
             }
         }
     }
-    for (InputOrder& order : m_Orders) {
+    for (merge::InputOrder& order : m_Orders) {
         order.Begin();
     }
     return true;
@@ -406,17 +406,17 @@ bool ExactRun::BeginRecords() {
 bool ExactRun::WriteInOrder() {
     switch (m_Job.mode) {
         case Mode::kMerge: {
-            std::optional<DuplicateWindow> window;
+            std::optional<merge::DuplicateWindow> window;
             if (m_Job.duplicateWindow) {
                 window.emplace(*m_Job.duplicateWindow);
             }
-            return MergeByTime(m_Orders, *m_Writer, window ? &*window : nullptr);
+            return merge::MergeByTime(m_Orders, *m_Writer, window ? &*window : nullptr);
         }
         case Mode::kConcatenate:
-            return Concatenate(m_Orders, *m_Writer);
+            return merge::Concatenate(m_Orders, *m_Writer);
         case Mode::kSquish:
         case Mode::kSquish10:
-            return Squish(m_Orders, m_Job.mode == Mode::kSquish10, *m_Writer);
+            return merge::Squish(m_Orders, m_Job.mode == Mode::kSquish10, *m_Writer);
     }
     return false;
 }
@@ -451,8 +451,8 @@ void ExactRun::TellWhatIsLeft() noexcept {
 
 }  // namespace
 
-RunReport Run(const ExactJob& job, RunListener& listener, RunProgress& progress,
-              capture::OutputFile* reportFile) {
+RunReport Run(const ExactJob& job, RunListener& listener, output::RunProgress& progress,
+              output::OutputFile* reportFile) {
     return ExactRun(job, listener, progress, reportFile).Execute();
 }
 

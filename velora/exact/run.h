@@ -9,9 +9,9 @@
 
 #include "velora/capture/problem.h"
 #include "velora/exact/job.h"
-#include "velora/exact/run_progress.h"
 #include "velora/exact/run_report.h"
 #include "velora/output/output_file.h"
+#include "velora/output/run_progress.h"
 
 namespace velora::exact {
 
@@ -40,7 +40,8 @@ class RunListener {
 // A job that asks for a report comes with a file for it, as it was made. The file is prepared
 // together with the output, so that whatever speaks against it ends the run before anything is
 // read; opening, writing and finishing it, when the run `hasBegun`, is the caller's.
-[[nodiscard]] RunReport Run(const ExactJob& job, RunListener& listener, RunProgress& progress,
-                            capture::OutputFile* reportFile = nullptr);
+[[nodiscard]] RunReport Run(const ExactJob& job, RunListener& listener,
+                            output::RunProgress& progress,
+                            output::OutputFile* reportFile = nullptr);
 
 }  // namespace velora::exact

@@ -64,7 +64,7 @@ struct InputReport {
     ToldProblems problems;          // what was told of it
     bool isCapture = false;         // else nothing below is known
     capture::CaptureTraits traits;  // what it says of itself
-    InputTally tally;               // what became of it
+    merge::InputTally tally;        // what became of it
 };
 
 struct RunReport {
@@ -87,7 +87,7 @@ struct RunReport {
     std::optional<std::int64_t> latest;
     // What the output is like; the link type is that of a classic one.
     capture::Format format = capture::Format::kClassicMicroseconds;
-    capture::Compression compression = capture::Compression::kNone;
+    codec::Compression compression = codec::Compression::kNone;
     std::uint32_t linkType = 0;
 
     // Whether there is an output now, of its own name or another.

@@ -10,12 +10,12 @@ namespace velora::exact {
 using capture::Problem;
 using capture::ProblemKind;
 
-std::vector<Problem> ProblemsOf(const InputTally& tally, std::uint32_t linkType) {
+std::vector<Problem> ProblemsOf(const merge::InputTally& tally, std::uint32_t linkType) {
     std::vector<Problem> problems;
     const auto add = [&problems](ProblemKind kind, std::uint64_t records, const std::string& what) {
         if (records > 0) {
             problems.push_back(
-                {kind, capture::Counted(records, "record") + " " + what, records, 0});
+                {kind, utils::CountText(records, "record") + " " + what, records, 0});
         }
     };
     add(ProblemKind::kLeftOut, tally.recordsLeftOut,
@@ -23,7 +23,7 @@ std::vector<Problem> ProblemsOf(const InputTally& tally, std::uint32_t linkType)
             " does not fit the output's, " + LinkType::Shown(linkType));
     add(ProblemKind::kOutOfPlace, tally.outOfPlace,
         "out of place: written behind records that are later by up to " +
-            capture::Seconds(tally.largestStep));
+            utils::SecondsText(tally.largestStep));
     add(ProblemKind::kTimeChanged, tally.beforeEpoch, "from before 1970: written with time 0");
     add(ProblemKind::kTimeChanged, tally.beyondEnd,
         "from 2106 or later: written with the last time that the output can hold");

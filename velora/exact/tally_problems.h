@@ -11,7 +11,7 @@
 namespace velora::exact {
 
 // One problem for each count that is not zero, in words. `linkType` is the output's.
-[[nodiscard]] std::vector<capture::Problem> ProblemsOf(const InputTally& tally,
+[[nodiscard]] std::vector<capture::Problem> ProblemsOf(const merge::InputTally& tally,
                                                        std::uint32_t linkType);
 
 }  // namespace velora::exact

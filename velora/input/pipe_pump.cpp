@@ -7,7 +7,7 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
-namespace velora::capture {
+namespace velora::input {
 
 PipePump::PipePump(std::size_t waiters) : m_WakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
     if (!m_WakeUp) {
@@ -74,4 +74,4 @@ void PipePump::Pump() {
     }
 }
 
-}  // namespace velora::capture
+}  // namespace velora::input

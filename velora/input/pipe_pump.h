@@ -16,7 +16,7 @@
 
 #include "velora/utils/scope_guards.h"
 
-namespace velora::capture {
+namespace velora::input {
 
 class PipePump {
  public:
@@ -64,4 +64,4 @@ class PipePump {
     std::jthread m_Thread;
 };
 
-}  // namespace velora::capture
+}  // namespace velora::input

@@ -8,7 +8,7 @@
 
 #include <sys/uio.h>
 
-namespace velora::capture {
+namespace velora::input {
 namespace {
 
 constexpr std::size_t kManyInputs = 1000;
@@ -23,7 +23,7 @@ ssize_t ReadWithoutWaiting(int fd, std::uint8_t* place, std::size_t size) {
     if (count >= 0 || errno == EAGAIN) {
         return count >= 0 ? count : -EAGAIN;
     }
-    return ReadSome(fd, place, size);  // it knows of no such reading
+    return capture::ReadSome(fd, place, size);  // it knows of no such reading
 }
 
 }  // namespace
@@ -40,8 +40,8 @@ BlockPlan BlockPlan::For(std::size_t inputs) {
 // first, then those that are filled, then the one that is being filled, then free ones.
 class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
  public:
-    Feed(ReadAhead& owner, InputFile file, const BlockPlan& plan,
-         const BlockReader::Options& options)
+    Feed(ReadAhead& owner, capture::InputFile file, const BlockPlan& plan,
+         const capture::BlockReader::Options& options)
         : m_Owner(owner),
           m_File(std::move(file)),
           m_Reader(options),
@@ -67,11 +67,11 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
         return true;
     }
 
-    const BlockReader& Reader() const { return m_Reader; }
+    const capture::BlockReader& Reader() const { return m_Reader; }
 
     // The rest is called by the owner's thread.
 
-    RecordBlock* Take() {
+    capture::RecordBlock* Take() {
         std::unique_lock lock(m_Owner.m_Mutex);
         if (m_Filled == 0 && !m_IsOver) {
             if (!m_IsUnderWay) {
@@ -90,11 +90,12 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
         if (m_Filled == 0) {
             return nullptr;
         }
-        RecordBlock& block = Nth(m_Taken);
+        capture::RecordBlock& block = Nth(m_Taken);
         m_Filled -= 1;
         m_Taken += 1;
         if (m_IsOver && m_IsExhausted && m_Filled == 0) {
-            block.problem = m_Reader.Describe(ProblemKind::kCannotRead, "memory is exhausted");
+            block.problem =
+                m_Reader.Describe(capture::ProblemKind::kCannotRead, "memory is exhausted");
         }
         return &block;
     }
@@ -121,14 +122,14 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
  private:
     // Nobody else touches the block that is being filled, nor the reader.
     void Fill() {
-        RecordBlock& block = Filling();
-        while (m_Reader.Read(block) == BlockReader::State::kNeedsBytes) {
+        capture::RecordBlock& block = Filling();
+        while (m_Reader.Read(block) == capture::BlockReader::State::kNeedsBytes) {
             m_Wanted = m_Reader.Wanted(block);
             if (!m_File.isRegular) {
                 m_Owner.m_Pump->Await(m_File.fd.Get(), *this);
                 return;
             }
-            Took(ReadSome(m_File.fd.Get(), m_Wanted.data(), m_Wanted.size()));
+            Took(capture::ReadSome(m_File.fd.Get(), m_Wanted.data(), m_Wanted.size()));
         }
         Finish();
     }
@@ -141,7 +142,7 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
         m_Reader.Take(count);
     }
 
-    RecordBlock& Filling() {
+    capture::RecordBlock& Filling() {
         const std::lock_guard lock(m_Owner.m_Mutex);
         return Nth(m_Taken + m_Filled);
     }
@@ -152,7 +153,7 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
         bool isNeeded = false;
         {
             const std::lock_guard lock(m_Owner.m_Mutex);
-            RecordBlock& block = Nth(m_Taken + m_Filled);
+            capture::RecordBlock& block = Nth(m_Taken + m_Filled);
             block.isLast |= m_IsExhausted;
             m_IsOver = block.isLast;
             if (m_IsOver) {
@@ -161,7 +162,7 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
             m_Filled += 1;
             // One that was given back while the reader still wanted it.
             for (std::size_t free = m_Taken + m_Filled; free < m_Blocks.size(); ++free) {
-                if (RecordBlock& unused = Nth(free); IsLong(unused)) {
+                if (capture::RecordBlock& unused = Nth(free); IsLong(unused)) {
                     unused.Clear(0);
                 }
             }
@@ -178,10 +179,14 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
     }
 
     // The rest with the owner's mutex held.
-    RecordBlock& Nth(std::size_t number) { return m_Blocks[(m_First + number) % m_Blocks.size()]; }
+    capture::RecordBlock& Nth(std::size_t number) {
+        return m_Blocks[(m_First + number) % m_Blocks.size()];
+    }
 
     // It has grown for a long record.
-    bool IsLong(const RecordBlock& block) const { return block.Bytes().size() > m_BlockSize; }
+    bool IsLong(const capture::RecordBlock& block) const {
+        return block.Bytes().size() > m_BlockSize;
+    }
 
     // Ahead of need, that is. Not beside a block with a long record: the next may be as long.
     bool IsToGoOn() {
@@ -194,14 +199,14 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
     }
 
     ReadAhead& m_Owner;
-    InputFile m_File;
-    BlockReader m_Reader;
+    capture::InputFile m_File;
+    capture::BlockReader m_Reader;
     std::span<std::uint8_t> m_Wanted;
     bool m_IsExhausted = false;
     const std::size_t m_BlockSize;
 
     // Guarded by the owner's mutex.
-    std::vector<RecordBlock> m_Blocks;
+    std::vector<capture::RecordBlock> m_Blocks;
     std::size_t m_First = 0;  // in the ring
     std::size_t m_Taken = 0;
     std::size_t m_Filled = 0;
@@ -209,15 +214,16 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
     bool m_IsOver = false;     // the last block is filled
 };
 
-ReadAhead::ReadAhead(std::vector<InputFile> inputs, const BlockPlan& plan,
-                     const BlockReader::Options& options, std::atomic<std::uint64_t>& bytesRead)
+ReadAhead::ReadAhead(std::vector<capture::InputFile> inputs, const BlockPlan& plan,
+                     const capture::BlockReader::Options& options,
+                     std::atomic<std::uint64_t>& bytesRead)
     : m_BytesRead(bytesRead),
       m_Pool(std::make_unique<WorkerPool>(std::max(1U, std::thread::hardware_concurrency()))) {
-    BlockReader::Options planned = options;
+    capture::BlockReader::Options planned = options;
     planned.blockSize = plan.blockSize;
     std::size_t pipes = 0;
     m_Feeds.reserve(inputs.size());
-    for (InputFile& input : inputs) {
+    for (capture::InputFile& input : inputs) {
         pipes += input.isRegular ? 0 : 1;
         m_Feeds.push_back(std::make_unique<Feed>(*this, std::move(input), plan, planned));
     }
@@ -236,7 +242,7 @@ ReadAhead::~ReadAhead() {
     m_Pump.reset();
 }
 
-RecordBlock* ReadAhead::Take(std::size_t input) {
+capture::RecordBlock* ReadAhead::Take(std::size_t input) {
     return m_Feeds[input]->Take();
 }
 
@@ -248,8 +254,8 @@ bool ReadAhead::IsCapture(std::size_t input) const {
     return m_Feeds[input]->Reader().IsCapture();
 }
 
-const CaptureTraits& ReadAhead::Traits(std::size_t input) const {
+const capture::CaptureTraits& ReadAhead::Traits(std::size_t input) const {
     return m_Feeds[input]->Reader().Traits();
 }
 
-}  // namespace velora::capture
+}  // namespace velora::input

@@ -31,7 +31,7 @@
 #include "velora/input/pipe_pump.h"
 #include "velora/input/worker_pool.h"
 
-namespace velora::capture {
+namespace velora::input {
 
 // How much memory many inputs share.
 struct BlockPlan {
@@ -48,8 +48,8 @@ class ReadAhead {
     // Begins to read every input. `options.blockSize` is the plan's. `bytesRead` grows by what is
     // read, as it lies on disk, in whatever thread does so. Throws std::system_error when a thread
     // cannot be had, and std::bad_alloc.
-    ReadAhead(std::vector<InputFile> inputs, const BlockPlan& plan,
-              const BlockReader::Options& options, std::atomic<std::uint64_t>& bytesRead);
+    ReadAhead(std::vector<capture::InputFile> inputs, const BlockPlan& plan,
+              const capture::BlockReader::Options& options, std::atomic<std::uint64_t>& bytesRead);
     // Ends the reading, wherever it is.
     ~ReadAhead();
     ReadAhead(const ReadAhead&) = delete;
@@ -58,14 +58,14 @@ class ReadAhead {
     // The next block of the input, in the order of the file, or null behind the last. Waits for it.
     // It stays until it is given back; at most plan.blocksPerInput are out at once, and one less
     // keeps the reading going.
-    [[nodiscard]] RecordBlock* Take(std::size_t input);
+    [[nodiscard]] capture::RecordBlock* Take(std::size_t input);
 
     // Gives back the block of the input that was taken first.
     void GiveBack(std::size_t input);
 
     // Settled when the first block of the input has been taken.
     [[nodiscard]] bool IsCapture(std::size_t input) const;
-    [[nodiscard]] const CaptureTraits& Traits(std::size_t input) const;
+    [[nodiscard]] const capture::CaptureTraits& Traits(std::size_t input) const;
 
  private:
     class Feed;
@@ -82,4 +82,4 @@ class ReadAhead {
     std::unique_ptr<WorkerPool> m_Pool;
 };
 
-}  // namespace velora::capture
+}  // namespace velora::input

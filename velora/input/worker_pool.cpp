@@ -2,7 +2,7 @@
 
 #include "velora/utils/scope_guards.h"
 
-namespace velora::capture {
+namespace velora::input {
 
 WorkerPool::WorkerPool(std::size_t threads) {
     const MiscUtils::ScopedSignalBlock noSignals;  // in the threads that are started here
@@ -60,4 +60,4 @@ void WorkerPool::Work() {
     }
 }
 
-}  // namespace velora::capture
+}  // namespace velora::input

@@ -14,7 +14,7 @@
 #include <thread>
 #include <vector>
 
-namespace velora::capture {
+namespace velora::input {
 
 class WorkerPool {
  public:
@@ -62,4 +62,4 @@ class WorkerPool {
     std::vector<std::jthread> m_Threads;
 };
 
-}  // namespace velora::capture
+}  // namespace velora::input

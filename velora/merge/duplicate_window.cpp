@@ -7,7 +7,7 @@
 
 #include "velora/utils/saturating.h"
 
-namespace velora::exact {
+namespace velora::merge {
 
 using MiscUtils::SaturatingDifference;
 
@@ -45,4 +45,4 @@ bool DuplicateWindow::Repeats(const WrittenRecord& record) {
     return false;
 }
 
-}  // namespace velora::exact
+}  // namespace velora::merge

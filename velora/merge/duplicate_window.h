@@ -15,7 +15,7 @@
 
 #include "velora/merge/record_writer.h"
 
-namespace velora::exact {
+namespace velora::merge {
 
 class DuplicateWindow {
  public:
@@ -44,4 +44,4 @@ class DuplicateWindow {
     std::multimap<std::int64_t, ByHash::iterator> m_ByTime;
 };
 
-}  // namespace velora::exact
+}  // namespace velora::merge

@@ -11,12 +11,12 @@
 #include "velora/capture/record_block.h"
 #include "velora/utils/time_histogram.h"
 
-namespace velora::exact {
+namespace velora::merge {
 
 // Where the written records of an input lie in time.
 struct InputTimeline {
-    TimeHistogram captured;  // by their own times
-    TimeHistogram written;   // of a squish; without the copies
+    utils::TimeHistogram captured;  // by their own times
+    utils::TimeHistogram written;   // of a squish; without the copies
 };
 
 struct InputTally {
@@ -53,4 +53,4 @@ struct InputTally {
     }
 };
 
-}  // namespace velora::exact
+}  // namespace velora::merge

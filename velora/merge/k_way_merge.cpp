@@ -5,7 +5,7 @@
 
 #include "velora/utils/tournament_tree.h"
 
-namespace velora::exact {
+namespace velora::merge {
 
 bool MergeByTime(std::span<InputOrder> inputs, RecordWriter& output, DuplicateWindow* window) {
     std::vector<std::optional<std::int64_t>> times;
@@ -41,4 +41,4 @@ bool Concatenate(std::span<InputOrder> inputs, RecordWriter& output) {
     return true;
 }
 
-}  // namespace velora::exact
+}  // namespace velora::merge

@@ -9,7 +9,7 @@
 #include "velora/merge/record_writer.h"
 #include "velora/merge/reorder_window.h"
 
-namespace velora::exact {
+namespace velora::merge {
 
 // Writes all records of the inputs, which have begun. With a window, those that repeat one in it
 // are dropped instead, and counted. False once the output has failed.
@@ -19,4 +19,4 @@ namespace velora::exact {
 // Writes input after input, without any order by time.
 [[nodiscard]] bool Concatenate(std::span<InputOrder> inputs, RecordWriter& output);
 
-}  // namespace velora::exact
+}  // namespace velora::merge

@@ -1,9 +1,9 @@
 #include "velora/merge/record_writer.h"
 
-namespace velora::exact {
+namespace velora::merge {
 
-using capture::PcapNgEncoder;
-using capture::TimeChange;
+using output::PcapNgEncoder;
+using output::TimeChange;
 
 bool RecordWriter::WriteFileHeader() {
     return m_Form.isPcapNg ? m_Output.Append(PcapNgEncoder::SectionHeader())
@@ -46,4 +46,4 @@ void RecordWriter::CountChange(TimeChange change, InputTally& tally) const {
     }
 }
 
-}  // namespace velora::exact
+}  // namespace velora::merge

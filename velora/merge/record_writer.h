@@ -9,14 +9,14 @@
 #include <string_view>
 
 #include "velora/capture/record.h"
-#include "velora/exact/run_progress.h"
 #include "velora/merge/input_tally.h"
 #include "velora/merge/reorder_window.h"
 #include "velora/output/block_writer.h"
 #include "velora/output/pcapng_encoder.h"
 #include "velora/output/record_encoder.h"
+#include "velora/output/run_progress.h"
 
-namespace velora::exact {
+namespace velora::merge {
 
 // What an output is like as a whole.
 struct OutputForm {
@@ -40,11 +40,11 @@ struct WrittenRecord {
 class RecordWriter {
  public:
     // What is borrowed outlives the object.
-    RecordWriter(capture::BlockWriter& output, const OutputForm& form, RunProgress& progress)
+    RecordWriter(output::BlockWriter& output, const OutputForm& form, output::RunProgress& progress)
         : m_Output(output),
           m_Form(form),
-          m_Encoder(form.hasNanoseconds ? capture::RecordEncoder::Unit::kNanoseconds
-                                        : capture::RecordEncoder::Unit::kMicroseconds),
+          m_Encoder(form.hasNanoseconds ? output::RecordEncoder::Unit::kNanoseconds
+                                        : output::RecordEncoder::Unit::kMicroseconds),
           m_Progress(progress) {}
 
     // What the file begins with. Each of these is false once the output has failed.
@@ -63,9 +63,9 @@ class RecordWriter {
             tally.timeline->captured.Add(input.Current().time);
             tally.timeline->written.Add(time);
         }
-        capture::TimeChange change = capture::TimeChange::kAsIs;
+        output::TimeChange change = output::TimeChange::kAsIs;
         const bool isGood = WriteBytes(input, KeptBytes(input.Current()), time, change);
-        if (change != capture::TimeChange::kAsIs) [[unlikely]] {
+        if (change != output::TimeChange::kAsIs) [[unlikely]] {
             CountChange(change, tally);
         }
         return isGood;
@@ -76,7 +76,7 @@ class RecordWriter {
     [[nodiscard]] bool WriteCopy(InputOrder& input, std::span<const std::uint8_t> bytes,
                                  std::int64_t time) {
         input.Tally().copies += 1;
-        capture::TimeChange change = capture::TimeChange::kAsIs;
+        output::TimeChange change = output::TimeChange::kAsIs;
         return WriteBytes(input, bytes, time, change);
     }
 
@@ -103,7 +103,7 @@ class RecordWriter {
 
     // `change` becomes what the output makes of the time.
     [[nodiscard]] bool WriteBytes(const InputOrder& input, std::span<const std::uint8_t> bytes,
-                                  std::int64_t time, capture::TimeChange& change) {
+                                  std::int64_t time, output::TimeChange& change) {
         m_StepsBack += time < m_Previous ? 1 : 0;
         m_Previous = time;
         m_Earliest = std::min(m_Earliest, time);
@@ -112,7 +112,7 @@ class RecordWriter {
         if (m_Form.isPcapNg) {
             return WritePacketBlock(input, bytes, time, change);
         }
-        using capture::RecordEncoder;
+        using output::RecordEncoder;
         change = m_Encoder.EncodeHeader(m_Output.Reserve(), time,
                                         static_cast<std::uint32_t>(bytes.size()),
                                         input.Current().originalLength);
@@ -121,13 +121,13 @@ class RecordWriter {
 
     [[nodiscard]] bool WritePacketBlock(const InputOrder& input,
                                         std::span<const std::uint8_t> bytes, std::int64_t time,
-                                        capture::TimeChange& change);
-    void CountChange(capture::TimeChange change, InputTally& tally) const;
+                                        output::TimeChange& change);
+    void CountChange(output::TimeChange change, InputTally& tally) const;
 
-    capture::BlockWriter& m_Output;
+    output::BlockWriter& m_Output;
     const OutputForm m_Form;
-    const capture::RecordEncoder m_Encoder;
-    RunProgress& m_Progress;
+    const output::RecordEncoder m_Encoder;
+    output::RunProgress& m_Progress;
     std::uint64_t m_Count = 0;
     std::uint32_t m_Interfaces = 0;
     std::uint64_t m_StepsBack = 0;
@@ -136,4 +136,4 @@ class RecordWriter {
     std::int64_t m_Latest = std::numeric_limits<std::int64_t>::min();
 };
 
-}  // namespace velora::exact
+}  // namespace velora::merge

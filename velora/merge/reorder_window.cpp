@@ -5,12 +5,12 @@
 
 #include "velora/utils/saturating.h"
 
-namespace velora::exact {
+namespace velora::merge {
 
 using capture::BlockCursor;
 using capture::RecordBlock;
 
-InputOrder::InputOrder(capture::ReadAhead& ahead, std::size_t input, bool mends, InputTally& tally,
+InputOrder::InputOrder(input::ReadAhead& ahead, std::size_t input, bool mends, InputTally& tally,
                        BlockSink onBlock)
     : m_Ahead(ahead),
       m_Input(input),
@@ -73,4 +73,4 @@ void InputOrder::NoteOutOfPlace(std::int64_t time) {
         std::max(m_Tally.largestStep, MiscUtils::SaturatingDifference(m_Latest, time));
 }
 
-}  // namespace velora::exact
+}  // namespace velora::merge

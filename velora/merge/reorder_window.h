@@ -17,7 +17,7 @@
 #include "velora/input/read_ahead.h"
 #include "velora/merge/input_tally.h"
 
-namespace velora::exact {
+namespace velora::merge {
 
 // One of the interfaces that an input's records name, as the output has it.
 struct OutputInterface {
@@ -32,7 +32,7 @@ class InputOrder {
 
     // Takes the first block, waiting for it. When `mends` is false the records come as they stand
     // in the file. `ahead` and `tally` outlive the object.
-    InputOrder(capture::ReadAhead& ahead, std::size_t input, bool mends, InputTally& tally,
+    InputOrder(input::ReadAhead& ahead, std::size_t input, bool mends, InputTally& tally,
                BlockSink onBlock);
     InputOrder(InputOrder&&) = default;  // before Begin only: from then on it points into itself
     InputOrder(const InputOrder&) = delete;
@@ -87,7 +87,7 @@ class InputOrder {
     }
     void NoteOutOfPlace(std::int64_t time);
 
-    capture::ReadAhead& m_Ahead;
+    input::ReadAhead& m_Ahead;
     std::size_t m_Input;
     bool m_Mends;
     InputTally& m_Tally;
@@ -101,4 +101,4 @@ class InputOrder {
     std::int64_t m_Latest = std::numeric_limits<std::int64_t>::min();  // of those given so far
 };
 
-}  // namespace velora::exact
+}  // namespace velora::merge

@@ -10,7 +10,7 @@
 #include "velora/utils/shift_rule.h"
 #include "velora/utils/tournament_tree.h"
 
-namespace velora::exact {
+namespace velora::merge {
 namespace {
 
 __extension__ using Wide = __int128;
@@ -44,12 +44,12 @@ class Copier {
  public:
     [[nodiscard]] bool Write(InputOrder& input, std::int64_t time, RecordWriter& output) {
         const WrittenRecord record = output.AsWritten(input);
-        const auto copies = AddressCopies::Plan(record.linkType, record.bytes);
+        const auto copies = packet::AddressCopies::Plan(record.linkType, record.bytes);
         if (!copies) {
             return true;
         }
         m_Bytes.assign(record.bytes.begin(), record.bytes.end());
-        for (std::uint8_t network = 0; network < AddressCopies::kNetworks; ++network) {
+        for (std::uint8_t network = 0; network < packet::AddressCopies::kNetworks; ++network) {
             copies->Apply(network, m_Bytes);
             if (!output.WriteCopy(input, m_Bytes, time)) {
                 return false;
@@ -99,4 +99,4 @@ bool Squish(std::span<InputOrder> inputs, bool makesCopies, RecordWriter& output
     return true;
 }
 
-}  // namespace velora::exact
+}  // namespace velora::merge

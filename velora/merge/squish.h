@@ -12,10 +12,10 @@
 #include "velora/merge/record_writer.h"
 #include "velora/merge/reorder_window.h"
 
-namespace velora::exact {
+namespace velora::merge {
 
 // Writes all records of the inputs, which have begun; with `makesCopies` every IPv4 packet is
 // followed by its ten copies (velora/packet/address_copies.h). False once the output has failed.
 [[nodiscard]] bool Squish(std::span<InputOrder> inputs, bool makesCopies, RecordWriter& output);
 
-}  // namespace velora::exact
+}  // namespace velora::merge

@@ -5,7 +5,7 @@
 #include <new>
 #include <utility>
 
-namespace velora::capture {
+namespace velora::output {
 
 namespace {
 
@@ -22,7 +22,7 @@ std::uint8_t* AllocateBlock(std::size_t size) {
 
 }  // namespace
 
-BlockWriter::BlockWriter(ByteSink& sink, std::size_t blockSize, std::size_t blocks)
+BlockWriter::BlockWriter(codec::ByteSink& sink, std::size_t blockSize, std::size_t blocks)
     : m_Sink(sink), m_BlockSize(blockSize), m_Sizes(blocks) {
     for (std::size_t count = 0; count < blocks; ++count) {
         m_Blocks.emplace_back(AllocateBlock(blockSize + kMostReserved));
@@ -77,13 +77,13 @@ bool BlockWriter::AppendLong(std::span<const std::uint8_t> bytes) {
     return isGood;
 }
 
-OutputOutcome BlockWriter::Finish() {
+codec::OutputOutcome BlockWriter::Finish() {
     static_cast<void>(Flush());
     EndThread(false);
     if (m_Thrown) {
         std::rethrow_exception(m_Thrown);
     }
-    OutputOutcome finished = m_Sink.Finish();
+    codec::OutputOutcome finished = m_Sink.Finish();
     return m_Outcome.IsGood() ? finished : m_Outcome;
 }
 
@@ -110,13 +110,13 @@ void BlockWriter::Run() {
         const std::span<const std::uint8_t> bytes(m_Blocks[at].get(), m_Sizes[at]);
         if (m_Outcome.IsGood() && !bytes.empty()) {
             lock.unlock();
-            OutputOutcome outcome;
+            codec::OutputOutcome outcome;
             std::exception_ptr thrown;
             try {
                 outcome = m_Sink.Write(bytes);
             } catch (...) {
                 thrown = std::current_exception();
-                outcome.kind = OutputOutcome::Kind::kCannot;
+                outcome.kind = codec::OutputOutcome::Kind::kCannot;
             }
             lock.lock();
             m_Outcome = std::move(outcome);
@@ -129,4 +129,4 @@ void BlockWriter::Run() {
     }
 }
 
-}  // namespace velora::capture
+}  // namespace velora::output

@@ -26,7 +26,7 @@
 #include "velora/codec/byte_sink.h"
 #include "velora/utils/scope_guards.h"
 
-namespace velora::capture {
+namespace velora::output {
 
 class BlockWriter {
  public:
@@ -38,7 +38,7 @@ class BlockWriter {
     // `blockSize` is at least kMostReserved; there are at least two blocks. Their memory is not
     // touched before it is filled. Throws std::bad_alloc or std::system_error when the system gives
     // no memory or no thread.
-    explicit BlockWriter(ByteSink& sink, std::size_t blockSize = kBlockSize,
+    explicit BlockWriter(codec::ByteSink& sink, std::size_t blockSize = kBlockSize,
                          std::size_t blocks = kBlocks);
     // Without Finish: ends the thread when the write that it is in has returned. What it has not
     // written is dropped, and the sink is not finished.
@@ -75,7 +75,7 @@ class BlockWriter {
     // Has everything written, ends the thread, finishes the sink in the caller's thread and tells
     // the outcome, or that of the first write that failed. Throws what the sink has thrown, which
     // then is not finished. Called once, last.
-    [[nodiscard]] OutputOutcome Finish();
+    [[nodiscard]] codec::OutputOutcome Finish();
 
  private:
     // With m_Mutex held.
@@ -86,7 +86,7 @@ class BlockWriter {
     void EndThread(bool isDropping);
     void Run();
 
-    ByteSink& m_Sink;
+    codec::ByteSink& m_Sink;
     const std::size_t m_BlockSize;
     std::vector<MiscUtils::UniqueMemory<std::uint8_t>> m_Blocks;
     std::vector<std::size_t> m_Sizes;  // of the blocks that were handed over
@@ -101,10 +101,10 @@ class BlockWriter {
     std::uint64_t m_Written = 0;  // blocks of these that are done with
     bool m_IsEnding = false;
     bool m_IsDropping = false;
-    OutputOutcome m_Outcome;      // of the writes
-    std::exception_ptr m_Thrown;  // by a write, which counts as failed
+    codec::OutputOutcome m_Outcome;  // of the writes
+    std::exception_ptr m_Thrown;     // by a write, which counts as failed
 
     std::thread m_Thread;  // last: it uses all of the above
 };
 
-}  // namespace velora::capture
+}  // namespace velora::output

@@ -13,11 +13,11 @@
 
 #include "velora/utils/errno_text.h"
 
-namespace velora::capture {
+namespace velora::output {
 
 namespace {
 
-using Kind = OutputOutcome::Kind;
+using Kind = codec::OutputOutcome::Kind;
 
 // Space ahead: as much as has been written, so that a small file asks for little.
 constexpr std::uint64_t kLeastAsked = std::uint64_t{1} << 20;
@@ -25,7 +25,7 @@ constexpr std::uint64_t kMostAsked = std::uint64_t{64} << 20;
 
 constexpr std::size_t kMostNameBytes = 255;
 
-OutputOutcome Exists(const char* text) {
+codec::OutputOutcome Exists(const char* text) {
     return {.kind = Kind::kExists, .error = EEXIST, .text = text};
 }
 
@@ -70,7 +70,7 @@ int Truncate(int file, std::uint64_t size) {
 
 }  // namespace
 
-OutputOutcome OutputFile::Fail(int error, const char* what) {
+codec::OutputOutcome OutputFile::Fail(int error, const char* what) {
     m_Failure = {.kind = Kind::kCannot,
                  .error = error,
                  .hasReaderLeft = error == EPIPE && m_IsPipe,
@@ -78,7 +78,7 @@ OutputOutcome OutputFile::Fail(int error, const char* what) {
     return m_Failure;
 }
 
-OutputOutcome OutputFile::Prepare(const std::string& path) {
+codec::OutputOutcome OutputFile::Prepare(const std::string& path) {
     if (path == "-") {
         return PrepareStandardOutput();
     }
@@ -93,7 +93,7 @@ OutputOutcome OutputFile::Prepare(const std::string& path) {
     return m_Directory ? PrepareNamed() : Fail(errno);
 }
 
-OutputOutcome OutputFile::PrepareStandardOutput() {
+codec::OutputOutcome OutputFile::PrepareStandardOutput() {
     const int flags = fcntl(STDOUT_FILENO, F_GETFL);
     struct stat status {};
     if (flags < 0 || fstat(STDOUT_FILENO, &status) != 0) {
@@ -112,7 +112,7 @@ OutputOutcome OutputFile::PrepareStandardOutput() {
     return {};
 }
 
-OutputOutcome OutputFile::PrepareNamed() {
+codec::OutputOutcome OutputFile::PrepareNamed() {
     struct stat status {};
     if (m_Name.empty() ||
         fstatat(m_Directory.Get(), m_Name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
@@ -128,7 +128,7 @@ OutputOutcome OutputFile::PrepareNamed() {
         return Fail(errno);
     }
     m_CanAsk = !IsInMemory(m_Directory.Get());
-    return OpenUnnamed() ? OutputOutcome{} : OpenTemporary();
+    return OpenUnnamed() ? codec::OutputOutcome{} : OpenTemporary();
 }
 
 bool OutputFile::OpenUnnamed() {
@@ -145,7 +145,7 @@ bool OutputFile::OpenUnnamed() {
     return m_Naming != Naming::kNone && m_ToClose;
 }
 
-OutputOutcome OutputFile::OpenTemporary() {
+codec::OutputOutcome OutputFile::OpenTemporary() {
     const int directory = m_Directory.Get();
     m_ToClose.Reset();
     m_Temporary = TemporaryName(directory, m_Name);
@@ -183,7 +183,7 @@ bool OutputFile::IsSameAs(const OutputFile& other) const {
            IdentityOf(mine) == IdentityOf(theirs);
 }
 
-OutputOutcome OutputFile::Open() {
+codec::OutputOutcome OutputFile::Open() {
     if (m_File) {
         return {};
     }
@@ -234,7 +234,7 @@ int OutputFile::WriteSome(std::span<const std::uint8_t>& bytes) {
     return errno == EINTR ? 0 : errno;
 }
 
-OutputOutcome OutputFile::Write(std::span<const std::uint8_t> bytes) {
+codec::OutputOutcome OutputFile::Write(std::span<const std::uint8_t> bytes) {
     AskForSpace(bytes.size());
     while (!bytes.empty() && m_Failure.IsGood()) {
         if (const int error = WriteSome(bytes); error != 0) {
@@ -244,7 +244,7 @@ OutputOutcome OutputFile::Write(std::span<const std::uint8_t> bytes) {
     return m_Failure;
 }
 
-OutputOutcome OutputFile::Finish() {
+codec::OutputOutcome OutputFile::Finish() {
     if (!m_Failure.IsGood()) {
         return m_Failure;
     }
@@ -257,7 +257,7 @@ OutputOutcome OutputFile::Finish() {
     if (close(m_ToClose ? m_ToClose.Release() : m_File.Release()) != 0) {
         return Fail(errno);
     }
-    return m_Naming == Naming::kNone ? OutputOutcome{} : Appear();
+    return m_Naming == Naming::kNone ? codec::OutputOutcome{} : Appear();
 }
 
 int OutputFile::GiveName(const std::string& name) {
@@ -281,8 +281,8 @@ int OutputFile::GiveName(const std::string& name) {
     return EINVAL;
 }
 
-OutputOutcome OutputFile::Appear() {
-    OutputOutcome outcome;
+codec::OutputOutcome OutputFile::Appear() {
+    codec::OutputOutcome outcome;
     int error = GiveName(m_Name);
     for (int number = 1; error == EEXIST && number < 1000000; ++number) {
         std::string suffix = ".";
@@ -302,7 +302,7 @@ OutputOutcome OutputFile::Appear() {
 }
 
 // Where that cannot be, the outcome's text tells.
-void OutputFile::RemoveTemporary(OutputOutcome& outcome) {
+void OutputFile::RemoveTemporary(codec::OutputOutcome& outcome) {
     const std::string temporary = m_Temporary ? m_Temporary.Get() : "";
     if (const int left = m_Temporary.Remove(); left != 0) {
         outcome.text += (outcome.text.empty() ? "" : "; ") + temporary +
@@ -310,4 +310,4 @@ void OutputFile::RemoveTemporary(OutputOutcome& outcome) {
     }
 }
 
-}  // namespace velora::capture
+}  // namespace velora::output

@@ -27,7 +27,7 @@
 #include "velora/output/temporary_name.h"
 #include "velora/utils/scope_guards.h"
 
-namespace velora::capture {
+namespace velora::output {
 
 // Two open or named things with the same identity are one file.
 struct FileIdentity {
@@ -38,7 +38,7 @@ struct FileIdentity {
     bool operator==(const FileIdentity&) const = default;
 };
 
-class OutputFile final : public ByteSink {
+class OutputFile final : public codec::ByteSink {
  public:
     OutputFile() = default;
     // Unless it was finished, a new file is gone without a trace.
@@ -48,7 +48,7 @@ class OutputFile final : public ByteSink {
     // file; everything later is relative to that directory. kExists: the path exists in any form,
     // as a directory or a dangling link too, and leads to no FIFO or character device. kCannot:
     // with the system's words. Called once, first.
-    [[nodiscard]] OutputOutcome Prepare(const std::string& path);
+    [[nodiscard]] codec::OutputOutcome Prepare(const std::string& path);
 
     // After Prepare: of an existing FIFO, device or standard output, so that the caller can refuse
     // it as an input; nothing for a new file.
@@ -59,15 +59,15 @@ class OutputFile final : public ByteSink {
 
     // Once, before the first Write. kExists: another file has taken the place of the FIFO or device
     // since Prepare.
-    [[nodiscard]] OutputOutcome Open();
+    [[nodiscard]] codec::OutputOutcome Open();
 
     // A short write goes on where it stopped. kCannot: EFBIG for a size limit; EPIPE with
     // hasReaderLeft for a pipe without a reader.
-    [[nodiscard]] OutputOutcome Write(std::span<const std::uint8_t> bytes) override;
+    [[nodiscard]] codec::OutputOutcome Write(std::span<const std::uint8_t> bytes) override;
 
     // Makes sure that closing reports no error, then lets the file appear. kTaken: its name exists
     // now, and the file is beside it as "name.1", or the next number that is free.
-    [[nodiscard]] OutputOutcome Finish() override;
+    [[nodiscard]] codec::OutputOutcome Finish() override;
 
     // Bytes written so far.
     [[nodiscard]] std::uint64_t Size() const { return m_Size; }
@@ -80,16 +80,16 @@ class OutputFile final : public ByteSink {
     // How a new file gets its name.
     enum class Naming : std::uint8_t { kNone, kByDescriptor, kByProc, kByLink, kByRename };
 
-    OutputOutcome PrepareStandardOutput();
-    OutputOutcome PrepareNamed();
+    codec::OutputOutcome PrepareStandardOutput();
+    codec::OutputOutcome PrepareNamed();
     bool OpenUnnamed();
-    OutputOutcome OpenTemporary();
+    codec::OutputOutcome OpenTemporary();
     void AskForSpace(std::size_t count);
     int WriteSome(std::span<const std::uint8_t>& bytes);
     int GiveName(const std::string& name);
-    OutputOutcome Appear();
-    void RemoveTemporary(OutputOutcome& outcome);
-    OutputOutcome Fail(int error, const char* what = "");
+    codec::OutputOutcome Appear();
+    void RemoveTemporary(codec::OutputOutcome& outcome);
+    codec::OutputOutcome Fail(int error, const char* what = "");
 
     MiscUtils::UniqueFd m_Directory;  // before what is relative to it
     TemporaryName m_Temporary;
@@ -103,7 +103,7 @@ class OutputFile final : public ByteSink {
     bool m_CanAsk = false;      // for space ahead
     std::uint64_t m_Asked = 0;  // the space that was asked for ends here
     std::uint64_t m_Size = 0;
-    OutputOutcome m_Failure;  // the first
+    codec::OutputOutcome m_Failure;  // the first
 };
 
-}  // namespace velora::capture
+}  // namespace velora::output

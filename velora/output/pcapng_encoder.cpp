@@ -4,7 +4,7 @@
 #include <cstring>
 #include <limits>
 
-namespace velora::capture {
+namespace velora::output {
 
 namespace {
 
@@ -67,4 +67,4 @@ std::optional<Bytes> PcapNgEncoder::InterfaceDescription(std::uint32_t linkType,
     return Block(PcapNgFormat::kInterfaceDescription, body);
 }
 
-}  // namespace velora::capture
+}  // namespace velora::output

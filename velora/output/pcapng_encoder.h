@@ -21,7 +21,7 @@
 #include "velora/formats/pcapng_format.h"
 #include "velora/output/time_change.h"
 
-namespace velora::capture {
+namespace velora::output {
 
 class PcapNgEncoder {
  public:
@@ -74,4 +74,4 @@ class PcapNgEncoder {
     }
 };
 
-}  // namespace velora::capture
+}  // namespace velora::output

@@ -2,7 +2,7 @@
 
 #include "velora/formats/classic_format.h"
 
-namespace velora::capture {
+namespace velora::output {
 
 RecordEncoder::FileHeader RecordEncoder::EncodeFileHeader(std::uint32_t snapLen,
                                                           std::uint32_t linkTypeField) const {
@@ -18,4 +18,4 @@ RecordEncoder::FileHeader RecordEncoder::EncodeFileHeader(std::uint32_t snapLen,
     return std::bit_cast<FileHeader>(header);
 }
 
-}  // namespace velora::capture
+}  // namespace velora::output

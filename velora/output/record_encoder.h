@@ -15,7 +15,7 @@
 #include "velora/formats/little_endian.h"
 #include "velora/output/time_change.h"
 
-namespace velora::capture {
+namespace velora::output {
 
 class RecordEncoder {
  public:
@@ -69,4 +69,4 @@ class RecordEncoder {
     Unit m_Unit;
 };
 
-}  // namespace velora::capture
+}  // namespace velora::output

@@ -14,7 +14,7 @@
 
 #include "velora/utils/scope_guards.h"
 
-namespace velora::capture {
+namespace velora::output {
 
 namespace {
 
@@ -110,4 +110,4 @@ void TemporaryName::RemoveAll() noexcept {
     }
 }
 
-}  // namespace velora::capture
+}  // namespace velora::output

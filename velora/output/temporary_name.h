@@ -11,7 +11,7 @@
 #include <cstddef>
 #include <string_view>
 
-namespace velora::capture {
+namespace velora::output {
 
 class TemporaryName {
  public:
@@ -50,4 +50,4 @@ class TemporaryName {
 // The longest beginning of `name` of at most `most` bytes that cuts no UTF-8 character.
 [[nodiscard]] std::string_view BeginningOf(std::string_view name, std::size_t most);
 
-}  // namespace velora::capture
+}  // namespace velora::output

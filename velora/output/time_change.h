@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-namespace velora::capture {
+namespace velora::output {
 
 // A time that the file cannot hold is replaced by the nearest that it can.
 enum class TimeChange : std::uint8_t {
@@ -14,4 +14,4 @@ enum class TimeChange : std::uint8_t {
     kFinerThanUnit  // its digits below the file's unit were not all zero, and are cut
 };
 
-}  // namespace velora::capture
+}  // namespace velora::output

@@ -1,6 +1,6 @@
 #include "velora/packet/address_copies.h"
 
-namespace velora::exact {
+namespace velora::packet {
 
 namespace {
 
@@ -32,4 +32,4 @@ void AddressCopies::Apply(std::uint8_t network, std::span<std::uint8_t> copy) co
                     InNetwork(network, m_Rewrite.Destination()), copy);
 }
 
-}  // namespace velora::exact
+}  // namespace velora::packet

@@ -21,7 +21,7 @@
 
 #include "velora/packet/address_rewrite.h"
 
-namespace velora::exact {
+namespace velora::packet {
 
 class AddressCopies {
  public:
@@ -43,4 +43,4 @@ class AddressCopies {
     AddressRewrite m_Rewrite;
 };
 
-}  // namespace velora::exact
+}  // namespace velora::packet

@@ -4,7 +4,7 @@
 #include "velora/packet/ipv4_place.h"
 #include "velora/packet/network_order.h"
 
-namespace velora::exact {
+namespace velora::packet {
 
 namespace {
 
@@ -105,4 +105,4 @@ void AddressRewrite::Apply(std::uint32_t source, std::uint32_t destination,
     }
 }
 
-}  // namespace velora::exact
+}  // namespace velora::packet

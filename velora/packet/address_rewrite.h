@@ -32,7 +32,7 @@
 #include <optional>
 #include <span>
 
-namespace velora::exact {
+namespace velora::packet {
 
 class AddressRewrite {
  public:
@@ -71,4 +71,4 @@ class AddressRewrite {
     TransportSum m_Transport;
 };
 
-}  // namespace velora::exact
+}  // namespace velora::packet

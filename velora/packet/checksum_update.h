@@ -16,7 +16,7 @@
 
 #include <cstdint>
 
-namespace velora::exact {
+namespace velora::packet {
 
 // What it means to a checksum that four bytes, which begin at an even offset of what it covers,
 // change from one value to another, both read in network order. The changes of several places are
@@ -34,4 +34,4 @@ namespace velora::exact {
     return sum == 0 ? std::uint16_t{0} : static_cast<std::uint16_t>(~sum);
 }
 
-}  // namespace velora::exact
+}  // namespace velora::packet

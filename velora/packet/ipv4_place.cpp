@@ -3,7 +3,7 @@
 #include "velora/formats/link_types.h"
 #include "velora/packet/network_order.h"
 
-namespace velora::exact {
+namespace velora::packet {
 
 namespace {
 
@@ -102,4 +102,4 @@ std::optional<std::size_t> FindIpv4(std::uint32_t linkType, Bytes captured) {
     return isIpv4 ? place : std::nullopt;
 }
 
-}  // namespace velora::exact
+}  // namespace velora::packet

@@ -19,7 +19,7 @@
 #include <optional>
 #include <span>
 
-namespace velora::exact {
+namespace velora::packet {
 
 // An IPv4 header without options, bytes.
 inline constexpr std::size_t kShortestIpv4Header = 20;
@@ -33,4 +33,4 @@ inline constexpr std::size_t kShortestIpv4Header = 20;
 [[nodiscard]] std::optional<std::size_t> FindIpv4(std::uint32_t linkType,
                                                   std::span<const std::uint8_t> captured);
 
-}  // namespace velora::exact
+}  // namespace velora::packet

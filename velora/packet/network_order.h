@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <span>
 
-namespace velora::exact {
+namespace velora::packet {
 
 // The number that stands there.
 [[nodiscard]] constexpr std::uint16_t Load16(std::span<const std::uint8_t> bytes, std::size_t at) {
@@ -31,4 +31,4 @@ constexpr void Store32(std::span<std::uint8_t> bytes, std::size_t at, std::uint3
     Store16(bytes, at + 2, static_cast<std::uint16_t>(value));
 }
 
-}  // namespace velora::exact
+}  // namespace velora::packet

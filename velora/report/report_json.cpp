@@ -12,7 +12,7 @@
 #include "velora/utils/plain_words.h"
 #include "velora/utils/shown_text.h"
 
-namespace velora::exact {
+namespace velora::report {
 namespace {
 
 using Json = nlohmann::ordered_json;
@@ -22,14 +22,14 @@ constexpr int kReportVersion = 1;
 // Bytes that are no UTF-8 stay wrong in the tree; they are replaced where it is made a text.
 void PutText(Json& object, const std::string& name, const std::string& text) {
     object[name] = text;
-    if (!IsUtf8(text)) {
+    if (!utils::IsUtf8(text)) {
         object[name + "Bytes"] = MiscUtils::BytesToHex(text);
     }
 }
 
 void PutTexts(Json& object, const std::string& name, const std::vector<std::string>& texts) {
     object[name] = texts;
-    if (!std::ranges::all_of(texts, IsUtf8)) {
+    if (!std::ranges::all_of(texts, utils::IsUtf8)) {
         Json& bytes = object[name + "Bytes"] = Json::array();
         for (const std::string& text : texts) {
             bytes.push_back(MiscUtils::BytesToHex(text));
@@ -41,7 +41,7 @@ Json TimeOf(std::optional<std::int64_t> time) {
     if (!time) {
         return nullptr;
     }
-    std::string text = capture::Moment(*time, 9);
+    std::string text = utils::UtcText(*time, 9);
     text[text.find(' ')] = 'T';
     return text + "Z";
 }
@@ -56,14 +56,14 @@ void PutLinkType(Json& object, std::optional<std::uint32_t> linkType) {
 }
 
 Json ProblemOf(const capture::Problem& problem) {
-    Json object{{"kind", NameOf(problem.kind)}};
+    Json object{{"kind", exact::NameOf(problem.kind)}};
     PutText(object, "text", problem.text);
     object["records"] = problem.records;
     object["offset"] = problem.offset;
     return object;
 }
 
-Json ProblemsOf(const ToldProblems& told) {
+Json ProblemsOf(const exact::ToldProblems& told) {
     Json list = Json::array();
     for (const capture::Problem& problem : told.Lines()) {
         list.push_back(ProblemOf(problem));
@@ -72,27 +72,26 @@ Json ProblemsOf(const ToldProblems& told) {
 }
 
 // How many problems of a kind are not in the list.
-Json MoreOf(const ToldProblems& told) {
+Json MoreOf(const exact::ToldProblems& told) {
     Json more = Json::object();
-    for (std::size_t number = 0; number < ToldProblems::kKinds; ++number) {
+    for (std::size_t number = 0; number < exact::ToldProblems::kKinds; ++number) {
         const auto kind = static_cast<capture::ProblemKind>(number);
         if (told.More(kind) > 0) {
-            more[NameOf(kind)] = told.More(kind);
+            more[exact::NameOf(kind)] = told.More(kind);
         }
     }
     return more;
 }
 
-Json InputOf(const InputName& name, const InputReport& report) {
+Json InputOf(const exact::InputName& name, const exact::InputReport& report) {
     const bool isCapture = report.isCapture;
-    const InputTally& tally = report.tally;
+    const merge::InputTally& tally = report.tally;
     Json input = Json::object();
     PutText(input, "path", name.path);
     input["isStandardInput"] = name.isStandardInput;
     input["isCapture"] = isCapture;
-    input["format"] = isCapture ? Json(capture::NameOf(report.traits.format)) : Json(nullptr);
-    input["compression"] =
-        isCapture ? Json(capture::NameOf(report.traits.compression)) : Json(nullptr);
+    input["format"] = isCapture ? Json(NameOf(report.traits.format)) : Json(nullptr);
+    input["compression"] = isCapture ? Json(NameOf(report.traits.compression)) : Json(nullptr);
     PutLinkType(input, isCapture ? report.traits.linkType : std::nullopt);
     input["bytesOnDisk"] = report.isRegular ? Json(report.bytesOnDisk) : Json(nullptr);
     input["recordsRead"] = tally.recordsRead;
@@ -110,10 +109,10 @@ Json InputOf(const InputName& name, const InputReport& report) {
     return input;
 }
 
-Json OutputOf(const RunSetting& setting, const RunReport& report) {
+Json OutputOf(const exact::RunSetting& setting, const exact::RunReport& report) {
     const bool isWritten = report.IsWritten();
-    InputTally sum;
-    for (const InputReport& input : report.inputs) {
+    merge::InputTally sum;
+    for (const exact::InputReport& input : report.inputs) {
         sum.recordsRead += input.tally.recordsRead;
         sum.recordsLeftOut += input.tally.recordsLeftOut;
         sum.duplicates += input.tally.duplicates;
@@ -126,8 +125,8 @@ Json OutputOf(const RunSetting& setting, const RunReport& report) {
     if (!report.keptAs.empty()) {
         PutText(output, "keptAs", report.keptAs);
     }
-    output["format"] = isWritten ? Json(capture::NameOf(report.format)) : Json(nullptr);
-    output["compression"] = isWritten ? Json(capture::NameOf(report.compression)) : Json(nullptr);
+    output["format"] = isWritten ? Json(NameOf(report.format)) : Json(nullptr);
+    output["compression"] = isWritten ? Json(NameOf(report.compression)) : Json(nullptr);
     PutLinkType(output, isWritten ? std::optional(report.linkType) : std::nullopt);
     output["bytesOnDisk"] = isWritten ? Json(report.bytesWritten) : Json(nullptr);
     output["recordsRead"] = sum.recordsRead;
@@ -149,12 +148,12 @@ Json OutputOf(const RunSetting& setting, const RunReport& report) {
 
 }  // namespace
 
-std::string ReportJson(const RunSetting& setting, const RunReport& report) {
+std::string ReportJson(const exact::RunSetting& setting, const exact::RunReport& report) {
     Json document{{"report", kReportVersion},
                   {"tool", "seamtool"},
                   {"version", setting.version},
                   {"status", static_cast<int>(report.status)},
-                  {"statusText", TextOf(report.status)},
+                  {"statusText", exact::TextOf(report.status)},
                   {"mode", NameOf(setting.job.mode)}};
     PutTexts(document, "options", setting.options);
     if (!setting.directory.empty()) {
@@ -170,4 +169,4 @@ std::string ReportJson(const RunSetting& setting, const RunReport& report) {
     return document.dump(1, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
-}  // namespace velora::exact
+}  // namespace velora::report

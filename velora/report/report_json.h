@@ -12,9 +12,10 @@
 
 #include "velora/exact/run_report.h"
 
-namespace velora::exact {
+namespace velora::report {
 
 // The document, which ends with a line end.
-[[nodiscard]] std::string ReportJson(const RunSetting& setting, const RunReport& report);
+[[nodiscard]] std::string ReportJson(const exact::RunSetting& setting,
+                                     const exact::RunReport& report);
 
-}  // namespace velora::exact
+}  // namespace velora::report

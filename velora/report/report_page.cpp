@@ -12,48 +12,48 @@
 #include "velora/utils/plain_words.h"
 #include "velora/utils/saturating.h"
 
-namespace velora::exact {
+namespace velora::report {
 namespace {
 
-using capture::ByteCount;
 using capture::Problem;
 using capture::ProblemKind;
+using utils::ByteCountText;
 
-std::string OutputName(const RunSetting& setting, const RunReport& report) {
+std::string OutputName(const exact::RunSetting& setting, const exact::RunReport& report) {
     const std::string& path = report.keptAs.empty() ? setting.job.output : report.keptAs;
     return path == "-" ? "standard output" : path;
 }
 
-std::string CountedGrouped(std::uint64_t count, const std::string& noun) {
-    return Grouped(count) + " " + noun + (count == 1 ? "" : "s");
+std::string GroupedCountText(std::uint64_t count, const std::string& noun) {
+    return GroupedText(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
 std::string Bytes(std::uint64_t count) {
-    return ByteCount(static_cast<double>(count));
+    return ByteCountText(static_cast<double>(count));
 }
 
-std::uint64_t Sum(const RunReport& report, std::uint64_t InputTally::*count) {
+std::uint64_t Sum(const exact::RunReport& report, std::uint64_t merge::InputTally::*count) {
     std::uint64_t sum = 0;
-    for (const InputReport& input : report.inputs) {
+    for (const exact::InputReport& input : report.inputs) {
         sum += input.tally.*count;
     }
     return sum;
 }
 
 // What the run did, in a few words: "merged from 5 inputs by time".
-std::string WorkText(const RunSetting& setting, const RunReport& report) {
-    const std::string inputs = CountedGrouped(report.inputs.size(), "input");
+std::string WorkText(const exact::RunSetting& setting, const exact::RunReport& report) {
+    const std::string inputs = GroupedCountText(report.inputs.size(), "input");
     if (!report.IsWritten()) {
         return std::string(NameOf(setting.job.mode)) + " of " + inputs;
     }
     switch (setting.job.mode) {
-        case Mode::kMerge:
+        case exact::Mode::kMerge:
             return "merged by time from " + inputs;
-        case Mode::kConcatenate:
+        case exact::Mode::kConcatenate:
             return inputs + ", one behind the other";
-        case Mode::kSquish:
+        case exact::Mode::kSquish:
             return "squished from " + inputs + ", all moved to a common start";
-        case Mode::kSquish10:
+        case exact::Mode::kSquish10:
             return "squished from " + inputs + ", with ten copies of each local IPv4 packet";
     }
     return {};
@@ -77,7 +77,7 @@ const char* KindOf(const Problem& problem) {
     return "soft";
 }
 
-bool HasBad(const InputReport& input) {
+bool HasBad(const exact::InputReport& input) {
     return std::ranges::any_of(input.problems.Lines(), [](const Problem& problem) {
         return std::string_view(KindOf(problem)) == "bad";
     });
@@ -85,7 +85,7 @@ bool HasBad(const InputReport& input) {
 
 class Page {
  public:
-    Page(const RunSetting& setting, const RunReport& report)
+    Page(const exact::RunSetting& setting, const exact::RunReport& report)
         : m_Setting(setting), m_Report(report) {}
 
     [[nodiscard]] std::string Html() {
@@ -121,21 +121,21 @@ class Page {
     }
 
     void AddVerdict() {
-        const Status status = m_Report.status;
+        const exact::Status status = m_Report.status;
         std::string kind = "bad";
         std::string icon = "<circle cx=\"10\" cy=\"10\" r=\"9\"/><path d=\"M7 7l6 6M13 7l-6 6\"/>";
         std::string word = m_Report.IsWritten() ? "Written elsewhere" : "Not written";
         constexpr std::string_view kSame = "not written: ";
         std::string text = m_Report.outputText;
         text.erase(0, text.starts_with(kSame) ? kSame.size() : 0);
-        if (status == Status::kComplete) {
+        if (status == exact::Status::kComplete) {
             kind = "good";
             icon = "<circle cx=\"10\" cy=\"10\" r=\"9\"/><path d=\"M6 10.5l3 3 5-6\"/>";
             word = "Complete";
-            text = m_Setting.job.mode == Mode::kMerge
+            text = m_Setting.job.mode == exact::Mode::kMerge
                        ? "every record that was asked for is in the output, in time order"
                        : "every record that was asked for is in the output";
-        } else if (status == Status::kIncomplete) {
+        } else if (status == exact::Status::kIncomplete) {
             kind = "warn";
             icon = "<path d=\"M10 2L1.5 17h17z\"/><path d=\"M10 8v4M10 14.5v.1\"/>";
             word = "Incomplete";
@@ -157,32 +157,33 @@ class Page {
         const double seconds = std::max(1e-9, static_cast<double>(m_Setting.duration) / 1e9);
         std::uint64_t captures = 0;
         std::uint64_t bytesRead = 0;
-        for (const InputReport& input : m_Report.inputs) {
+        for (const exact::InputReport& input : m_Report.inputs) {
             captures += input.isCapture ? 1 : 0;
             bytesRead += input.bytesOnDisk;
         }
         const bool isWritten = m_Report.IsWritten();
-        const std::uint64_t copies = Sum(m_Report, &InputTally::copies);
+        const std::uint64_t copies = Sum(m_Report, &merge::InputTally::copies);
         m_Html += "<dl class=\"facts\">\n";
-        AddFact("Records written", Grouped(isWritten ? m_Report.recordsWritten : 0),
-                copies > 0 ? Grouped(copies) + " of them copies"
-                           : "of " + Grouped(Sum(m_Report, &InputTally::recordsRead)) + " read");
+        AddFact("Records written", GroupedText(isWritten ? m_Report.recordsWritten : 0),
+                copies > 0 ? GroupedText(copies) + " of them copies"
+                           : "of " + GroupedText(Sum(m_Report, &merge::InputTally::recordsRead)) +
+                                 " read");
         AddFact("Size", isWritten ? Bytes(m_Report.bytesWritten) : "\u2013",
                 "from " + Bytes(bytesRead) + " on disk");
         if (isWritten && m_Report.earliest && m_Report.latest) {
             AddFact("Time span",
                     SpanText(static_cast<double>(
                         MiscUtils::SaturatingDifference(*m_Report.latest, *m_Report.earliest))),
-                    "from " + capture::Moment(*m_Report.earliest));
+                    "from " + utils::UtcText(*m_Report.earliest));
         } else {
             AddFact("Time span", "\u2013", "no records");
         }
-        AddFact("Inputs", Grouped(m_Report.inputs.size()),
+        AddFact("Inputs", GroupedText(m_Report.inputs.size()),
                 captures == m_Report.inputs.size()
                     ? "all read"
-                    : Grouped(m_Report.inputs.size() - captures) + " not read");
+                    : GroupedText(m_Report.inputs.size() - captures) + " not read");
         AddFact("Duration", SpanText(static_cast<double>(m_Setting.duration)),
-                isWritten ? Grouped(static_cast<std::uint64_t>(
+                isWritten ? GroupedText(static_cast<std::uint64_t>(
                                 static_cast<double>(m_Report.recordsWritten) / seconds)) +
                                 " records/s"
                           : "");
@@ -190,18 +191,18 @@ class Page {
     }
 
     void AddProblemsOf(std::size_t input) {
-        const ToldProblems& told = m_Report.inputs[input].problems;
+        const exact::ToldProblems& told = m_Report.inputs[input].problems;
         m_Html += "<li id=\"p" + std::to_string(input + 1) + "\"><b>" +
                   HtmlOf(NameOf(m_Setting.job.inputs[input])) + "</b>\n<ul>\n";
         for (const Problem& problem : told.Lines()) {
             m_Html += std::string("<li class=\"") + KindOf(problem) + "\">" + HtmlOf(problem.text) +
                       "</li>\n";
         }
-        for (std::size_t kind = 0; kind < ToldProblems::kKinds; ++kind) {
+        for (std::size_t kind = 0; kind < exact::ToldProblems::kKinds; ++kind) {
             const auto more = told.More(static_cast<ProblemKind>(kind));
             if (more > 0) {
-                m_Html += "<li class=\"soft\">and " + Grouped(more) + " more of the kind " +
-                          velora::exact::NameOf(static_cast<ProblemKind>(kind)) + "</li>\n";
+                m_Html += "<li class=\"soft\">and " + GroupedText(more) + " more of the kind " +
+                          exact::NameOf(static_cast<ProblemKind>(kind)) + "</li>\n";
             }
         }
         m_Html += "</ul></li>\n";
@@ -209,9 +210,10 @@ class Page {
 
     void AddProblems() {
         const bool hasDoubt = std::ranges::any_of(
-            m_Report.inputs, [](const InputReport& it) { return it.problems.Count() > 0; });
-        const bool hasAny = std::ranges::any_of(
-            m_Report.inputs, [](const InputReport& it) { return !it.problems.Lines().empty(); });
+            m_Report.inputs, [](const exact::InputReport& it) { return it.problems.Count() > 0; });
+        const bool hasAny = std::ranges::any_of(m_Report.inputs, [](const exact::InputReport& it) {
+            return !it.problems.Lines().empty();
+        });
         if (!hasAny) {
             return;
         }
@@ -239,24 +241,24 @@ class Page {
 
     void AddTimes(std::optional<std::int64_t> earliest, std::optional<std::int64_t> latest) {
         AddCell("First, last",
-                earliest && latest
-                    ? "<span>" + MomentText(*earliest) + "<br>" + MomentText(*latest) + "</span>"
-                    : "\u2013",
+                earliest && latest ? "<span>" + ShortestUtcText(*earliest) + "<br>" +
+                                         ShortestUtcText(*latest) + "</span>"
+                                   : "\u2013",
                 "left time");
     }
 
-    static std::string KindText(capture::Format format, capture::Compression compression,
+    static std::string KindText(capture::Format format, codec::Compression compression,
                                 std::optional<std::uint32_t> linkType) {
-        std::string text = capture::NameOf(format);
-        if (compression != capture::Compression::kNone) {
-            text += std::string(" in ") + capture::NameOf(compression);
+        std::string text = NameOf(format);
+        if (compression != codec::Compression::kNone) {
+            text += std::string(" in ") + NameOf(compression);
         }
         return text + (linkType ? " \u00B7 link type " + LinkType::Shown(*linkType) : "");
     }
 
     void AddInputRow(std::size_t number) {
-        const InputReport& input = m_Report.inputs[number];
-        const InputTally& tally = input.tally;
+        const exact::InputReport& input = m_Report.inputs[number];
+        const merge::InputTally& tally = input.tally;
         m_Html += "<tr>";
         AddCell("Input",
                 "<b>" + HtmlOf(NameOf(m_Setting.job.inputs[number])) + "</b>" +
@@ -264,27 +266,27 @@ class Page {
                                                      input.traits.linkType)
                                           : "not read"));
         AddCell("On disk", input.isRegular ? Bytes(input.bytesOnDisk) : "\u2013");
-        AddCell("Read", input.isCapture ? Grouped(tally.recordsRead) : "\u2013");
+        AddCell("Read", input.isCapture ? GroupedText(tally.recordsRead) : "\u2013");
         AddCell("Written",
-                "<span>" + (input.isCapture ? Grouped(tally.recordsWritten) : "\u2013") +
-                    Small(tally.copies > 0 ? "+ " + Grouped(tally.copies) +
+                "<span>" + (input.isCapture ? GroupedText(tally.recordsWritten) : "\u2013") +
+                    Small(tally.copies > 0 ? "+ " + GroupedText(tally.copies) +
                                                  (tally.copies == 1 ? " copy" : " copies")
                                            : "") +
                     "</span>");
         AddCell(
             "Left out",
-            "<span>" + (input.isCapture ? Grouped(tally.recordsLeftOut) : "\u2013") +
-                Small(tally.duplicates > 0 ? "+ " + CountedGrouped(tally.duplicates, "duplicate")
+            "<span>" + (input.isCapture ? GroupedText(tally.recordsLeftOut) : "\u2013") +
+                Small(tally.duplicates > 0 ? "+ " + GroupedCountText(tally.duplicates, "duplicate")
                                            : "") +
                 "</span>");
-        AddCell("Steps back", input.isCapture ? Grouped(tally.stepsBack) : "\u2013");
+        AddCell("Steps back", input.isCapture ? GroupedText(tally.stepsBack) : "\u2013");
         AddTimes(tally.earliest, tally.latest);
         const std::uint64_t problems = input.problems.Count();
         AddCell("Problems", problems == 0
                                 ? "<span class=\"ok\">none</span>"
                                 : std::string("<a class=\"") + (HasBad(input) ? "bad" : "warn") +
                                       "\" href=\"#p" + std::to_string(number + 1) + "\">" +
-                                      Grouped(problems) + "</a>");
+                                      GroupedText(problems) + "</a>");
         m_Html += "</tr>\n";
     }
 
@@ -304,7 +306,7 @@ class Page {
 
     void AddOutputRow() {
         const bool isWritten = m_Report.IsWritten();
-        const std::uint64_t duplicates = Sum(m_Report, &InputTally::duplicates);
+        const std::uint64_t duplicates = Sum(m_Report, &merge::InputTally::duplicates);
         m_Html += "<tr>";
         AddCell("Output", "<b>" + HtmlOf(OutputName(m_Setting, m_Report)) + "</b>" +
                               Small(isWritten ? "output \u00B7 " + KindText(m_Report.format,
@@ -312,24 +314,24 @@ class Page {
                                                                             m_Report.linkType)
                                               : "not written"));
         AddCell("On disk", isWritten ? Bytes(m_Report.bytesWritten) : "\u2013");
-        AddCell("Read", Grouped(Sum(m_Report, &InputTally::recordsRead)));
-        AddCell("Written", isWritten ? Grouped(m_Report.recordsWritten) : "\u2013");
+        AddCell("Read", GroupedText(Sum(m_Report, &merge::InputTally::recordsRead)));
+        AddCell("Written", isWritten ? GroupedText(m_Report.recordsWritten) : "\u2013");
         AddCell("Left out",
-                "<span>" + Grouped(Sum(m_Report, &InputTally::recordsLeftOut)) +
-                    Small(duplicates > 0 ? "+ " + CountedGrouped(duplicates, "duplicate") : "") +
+                "<span>" + GroupedText(Sum(m_Report, &merge::InputTally::recordsLeftOut)) +
+                    Small(duplicates > 0 ? "+ " + GroupedCountText(duplicates, "duplicate") : "") +
                     "</span>");
-        AddCell("Steps back", isWritten ? Grouped(m_Report.stepsBack) : "\u2013");
+        AddCell("Steps back", isWritten ? GroupedText(m_Report.stepsBack) : "\u2013");
         AddTimes(isWritten ? m_Report.earliest : std::nullopt,
                  isWritten ? m_Report.latest : std::nullopt);
         std::uint64_t problems = m_Report.outputText.empty() ? 0 : 1;
         const bool isBad = problems > 0 || std::ranges::any_of(m_Report.inputs, HasBad);
-        for (const InputReport& input : m_Report.inputs) {
+        for (const exact::InputReport& input : m_Report.inputs) {
             problems += input.problems.Count();
         }
         AddCell("Problems", problems == 0
                                 ? "<span class=\"ok\">none</span>"
                                 : std::string("<span class=\"") + (isBad ? "bad" : "warn") + "\">" +
-                                      Grouped(problems) + "</span>");
+                                      GroupedText(problems) + "</span>");
         m_Html += "</tr>\n";
     }
 
@@ -343,28 +345,28 @@ class Page {
             options += "<code>" + HtmlOf(option) + "</code>";
         }
         m_Html += "<section class=\"card\">\n<h2>Run</h2>\n<dl class=\"run\">\n";
-        AddRunItem("Mode", velora::exact::NameOf(m_Setting.job.mode));
+        AddRunItem("Mode", NameOf(m_Setting.job.mode));
         AddRunItem("Options", options.empty() ? "none" : options);
         if (!m_Setting.directory.empty()) {
             AddRunItem("Paths from", HtmlOf(m_Setting.directory));
         }
-        AddRunItem("Started", capture::Moment(m_Setting.start) + " UTC");
+        AddRunItem("Started", utils::UtcText(m_Setting.start) + " UTC");
         AddRunItem("Duration", HtmlOf(SpanText(static_cast<double>(m_Setting.duration))));
         AddRunItem("Status", std::to_string(static_cast<int>(m_Report.status)) + ": " +
-                                 TextOf(m_Report.status));
+                                 exact::TextOf(m_Report.status));
         AddRunItem("Version", HtmlOf(m_Setting.version));
         m_Html += "</dl>\n</section>\n";
     }
 
-    const RunSetting& m_Setting;
-    const RunReport& m_Report;
+    const exact::RunSetting& m_Setting;
+    const exact::RunReport& m_Report;
     std::string m_Html;
 };
 
 }  // namespace
 
-std::string ReportPage(const RunSetting& setting, const RunReport& report) {
+std::string ReportPage(const exact::RunSetting& setting, const exact::RunReport& report) {
     return Page(setting, report).Html();
 }
 
-}  // namespace velora::exact
+}  // namespace velora::report

@@ -10,9 +10,10 @@
 
 #include "velora/exact/run_report.h"
 
-namespace velora::exact {
+namespace velora::report {
 
 // The page, as a whole file.
-[[nodiscard]] std::string ReportPage(const RunSetting& setting, const RunReport& report);
+[[nodiscard]] std::string ReportPage(const exact::RunSetting& setting,
+                                     const exact::RunReport& report);
 
-}  // namespace velora::exact
+}  // namespace velora::report

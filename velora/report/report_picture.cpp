@@ -11,11 +11,11 @@
 #include "velora/utils/plain_words.h"
 #include "velora/utils/saturating.h"
 
-namespace velora::exact {
+namespace velora::report {
 namespace {
 
-using capture::Counted;
 using capture::ProblemKind;
+using utils::CountText;
 
 // The axis is cut into cells, and each has a shade by the number of records in it.
 constexpr std::size_t kCells = 240;
@@ -38,10 +38,10 @@ std::size_t CellOf(double place) {
     return std::min(static_cast<std::size_t>(cell), kCells - 1);
 }
 
-Cells CellsOf(const TimeHistogram& histogram, const TimeAxis& axis) {
+Cells CellsOf(const utils::TimeHistogram& histogram, const TimeAxis& axis) {
     Cells cells{};
     const auto width = static_cast<std::int64_t>(histogram.Width());
-    for (std::size_t bucket = 0; bucket < TimeHistogram::kBuckets; ++bucket) {
+    for (std::size_t bucket = 0; bucket < utils::TimeHistogram::kBuckets; ++bucket) {
         if (histogram.Count(bucket) == 0) {
             continue;
         }
@@ -72,11 +72,11 @@ struct Row {
     std::int64_t earliest = 0;  // of its records, when there are any
     std::int64_t latest = 0;
     Cells cells{};
-    const ToldProblems* problems = nullptr;
+    const exact::ToldProblems* problems = nullptr;
 };
 
 // The directory can give way where room is short, the name of the file cannot.
-std::string NameHtml(const InputName& name) {
+std::string NameHtml(const exact::InputName& name) {
     if (name.isStandardInput) {
         return "<span class=\"base\">standard input</span>";
     }
@@ -87,10 +87,10 @@ std::string NameHtml(const InputName& name) {
 
 class Panel {
  public:
-    Panel(const RunSetting& setting, const RunReport& report,
-          TimeHistogram InputTimeline::*histogram)
+    Panel(const exact::RunSetting& setting, const exact::RunReport& report,
+          utils::TimeHistogram merge::InputTimeline::*histogram)
         : m_Axis(AxisOf(report, histogram)) {
-        const std::size_t shown = std::min(report.inputs.size(), RunReport::kMostTimelines);
+        const std::size_t shown = std::min(report.inputs.size(), exact::RunReport::kMostTimelines);
         Row sum;
         for (std::size_t input = 0; input < shown; ++input) {
             AddInput(setting.job.inputs[input], report.inputs[input], histogram);
@@ -102,8 +102,8 @@ class Panel {
             sum.count += row.count;
             std::ranges::transform(sum.cells, row.cells, sum.cells.begin(), std::plus());
         }
-        const bool isAsWritten = histogram == &InputTimeline::written;
-        const bool hasMoved = IsSquish(setting.job.mode);
+        const bool isAsWritten = histogram == &merge::InputTimeline::written;
+        const bool hasMoved = exact::IsSquish(setting.job.mode);
         if (shown == report.inputs.size() && shown > 1 && report.IsWritten() &&
             isAsWritten == hasMoved) {
             sum.nameHtml = "<span class=\"base\">Output</span>";
@@ -117,8 +117,8 @@ class Panel {
     }
 
     // Whether there is anything to show.
-    static bool HasRecords(const RunReport& report) {
-        return std::ranges::any_of(report.inputs, [](const InputReport& input) {
+    static bool HasRecords(const exact::RunReport& report) {
+        return std::ranges::any_of(report.inputs, [](const exact::InputReport& input) {
             return input.tally.timeline != nullptr && input.tally.timeline->captured.Total() > 0;
         });
     }
@@ -139,7 +139,7 @@ class Panel {
             html += "<i class=\"k" + std::to_string(shade) + "\"></i>";
         }
         const auto most = static_cast<std::uint64_t>(std::max(1.0, std::round(m_Most)));
-        html += Grouped(most) + " records in " + HtmlOf(SpanText(m_Axis.Span() / kCells)) +
+        html += GroupedText(most) + " records in " + HtmlOf(SpanText(m_Axis.Span() / kCells)) +
                 "</span></li>\n";
         if (m_HasGap) {
             html +=
@@ -160,15 +160,16 @@ class Panel {
     static constexpr const char* kCross = "M-4.5 -4.5L4.5 4.5M4.5 -4.5L-4.5 4.5";
     static constexpr const char* kTriangle = "M0 -5.5L6 5H-6z";
 
-    static TimeAxis AxisOf(const RunReport& report, TimeHistogram InputTimeline::*histogram) {
+    static TimeAxis AxisOf(const exact::RunReport& report,
+                           utils::TimeHistogram merge::InputTimeline::*histogram) {
         bool isFirst = true;
         std::int64_t from = 0;
         std::int64_t to = 0;
-        for (const InputReport& input : report.inputs) {
+        for (const exact::InputReport& input : report.inputs) {
             if (input.tally.timeline == nullptr) {
                 continue;
             }
-            const TimeHistogram& times = (*input.tally.timeline).*histogram;
+            const utils::TimeHistogram& times = (*input.tally.timeline).*histogram;
             if (times.Total() > 0) {
                 from = isFirst ? times.Earliest() : std::min(from, times.Earliest());
                 to = isFirst ? times.Latest() : std::max(to, times.Latest());
@@ -178,15 +179,15 @@ class Panel {
         return {from, to};
     }
 
-    void AddInput(const InputName& name, const InputReport& input,
-                  TimeHistogram InputTimeline::*histogram) {
+    void AddInput(const exact::InputName& name, const exact::InputReport& input,
+                  utils::TimeHistogram merge::InputTimeline::*histogram) {
         Row row;
         row.nameHtml = NameHtml(name);
         row.title = NameOf(name);
         row.problems = &input.problems;
         row.isCapture = input.isCapture;
         if (input.tally.timeline != nullptr) {
-            const TimeHistogram& times = (*input.tally.timeline).*histogram;
+            const utils::TimeHistogram& times = (*input.tally.timeline).*histogram;
             row.count = times.Total();
             row.earliest = times.Earliest();
             row.latest = times.Latest();
@@ -207,11 +208,12 @@ class Panel {
         const std::string title = HtmlOf(row.title);
         html += std::string("<li class=\"row") + (row.isOutput ? " output" : "") +
                 "\"><span class=\"name\" title=\"" + title + "\">" + row.nameHtml +
-                "</span><span class=\"count\">" + (row.isCapture ? Grouped(row.count) : "–") +
+                "</span><span class=\"count\">" + (row.isCapture ? GroupedText(row.count) : "–") +
                 "</span><svg class=\"bar\" role=\"img\" aria-label=\"" + title + ": " +
-                HtmlOf(Counted(row.count, "record"));
+                HtmlOf(CountText(row.count, "record"));
         if (row.count > 0) {
-            html += ", " + MomentText(row.earliest) + " to " + MomentText(row.latest) + " UTC";
+            html += ", " + ShortestUtcText(row.earliest) + " to " + ShortestUtcText(row.latest) +
+                    " UTC";
         }
         html += "\">";
         for (const TimeAxis::Tick& tick : m_Axis.Ticks(kMostTicks)) {
@@ -328,9 +330,9 @@ class Panel {
                            : m_Axis.Span() >= 1e10 ? 3
                            : m_Axis.Span() >= 1e7  ? 6
                                                    : 9;
-        html += "<text class=\"end\" y=\"38\">" + capture::Moment(m_Axis.From(), digits) +
+        html += "<text class=\"end\" y=\"38\">" + utils::UtcText(m_Axis.From(), digits) +
                 "</text><text class=\"end to\" y=\"38\" x=\"100%\" text-anchor=\"end\">" +
-                capture::Moment(m_Axis.To(), digits) + "</text></svg></div>\n";
+                utils::UtcText(m_Axis.To(), digits) + "</text></svg></div>\n";
     }
 
     TimeAxis m_Axis;
@@ -341,8 +343,9 @@ class Panel {
     bool m_HasDoubt = false;
 };
 
-std::string FigureHtml(const RunSetting& setting, const RunReport& report,
-                       TimeHistogram InputTimeline::*histogram, const std::string& caption) {
+std::string FigureHtml(const exact::RunSetting& setting, const exact::RunReport& report,
+                       utils::TimeHistogram merge::InputTimeline::*histogram,
+                       const std::string& caption) {
     Panel panel(setting, report, histogram);
     const std::string bars = panel.Html();
     return "<figure>\n<figcaption>" + caption + "</figcaption>\n" + bars + panel.LegendHtml() +
@@ -351,29 +354,30 @@ std::string FigureHtml(const RunSetting& setting, const RunReport& report,
 
 }  // namespace
 
-std::string ReportPicture(const RunSetting& setting, const RunReport& report) {
+std::string ReportPicture(const exact::RunSetting& setting, const exact::RunReport& report) {
     if (!Panel::HasRecords(report)) {
         return {};
     }
-    const bool isSquish = IsSquish(setting.job.mode);
+    const bool isSquish = exact::IsSquish(setting.job.mode);
     std::string html = "<section class=\"card\">\n<h2>Records in time <small>UTC</small></h2>\n";
     if (isSquish) {
-        html += FigureHtml(setting, report, &InputTimeline::captured, "Before: as captured");
+        html += FigureHtml(setting, report, &merge::InputTimeline::captured, "Before: as captured");
         html +=
-            FigureHtml(setting, report, &InputTimeline::written,
-                       setting.job.mode == Mode::kSquish10
+            FigureHtml(setting, report, &merge::InputTimeline::written,
+                       setting.job.mode == exact::Mode::kSquish10
                            ? "After: as written, moved to a common start; copies are not counted"
                            : "After: as written, moved to a common start");
     } else {
-        html += FigureHtml(setting, report, &InputTimeline::captured,
+        html += FigureHtml(setting, report, &merge::InputTimeline::captured,
                            "Each input, on one axis of time");
     }
-    if (report.inputs.size() > RunReport::kMostTimelines) {
-        html += "<p class=\"note\">The first " + std::to_string(RunReport::kMostTimelines) +
-                " of " + Grouped(report.inputs.size()) + " inputs are shown; " +
-                Grouped(report.inputs.size() - RunReport::kMostTimelines) + " are left out.</p>\n";
+    if (report.inputs.size() > exact::RunReport::kMostTimelines) {
+        html += "<p class=\"note\">The first " + std::to_string(exact::RunReport::kMostTimelines) +
+                " of " + GroupedText(report.inputs.size()) + " inputs are shown; " +
+                GroupedText(report.inputs.size() - exact::RunReport::kMostTimelines) +
+                " are left out.</p>\n";
     }
     return html + "</section>\n";
 }
 
-}  // namespace velora::exact
+}  // namespace velora::report

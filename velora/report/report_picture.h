@@ -7,10 +7,11 @@
 
 #include "velora/exact/run_report.h"
 
-namespace velora::exact {
+namespace velora::report {
 
 // HTML with SVG inside, styled by velora/report/report_style.h; empty when no input has a record.
 // Shows the first RunReport::kMostTimelines inputs, and says how many it leaves out.
-[[nodiscard]] std::string ReportPicture(const RunSetting& setting, const RunReport& report);
+[[nodiscard]] std::string ReportPicture(const exact::RunSetting& setting,
+                                        const exact::RunReport& report);
 
-}  // namespace velora::exact
+}  // namespace velora::report

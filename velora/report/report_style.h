@@ -2,7 +2,7 @@
 
 #pragma once
 
-namespace velora::exact {
+namespace velora::report {
 
 // The text between <style> and </style>.
 inline constexpr char kReportStyle[] = R"css(
@@ -148,4 +148,4 @@ footer { color: var(--soft); font-size: 12.5px; margin-top: 20px; text-align: ce
 }
 )css";
 
-}  // namespace velora::exact
+}  // namespace velora::report

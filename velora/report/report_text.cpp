@@ -7,11 +7,11 @@
 #include "velora/utils/plain_words.h"
 #include "velora/utils/shown_text.h"
 
-namespace velora::exact {
+namespace velora::report {
 
 std::string HtmlOf(std::string_view bytes) {
     std::string text;
-    for (const char character : ShownText(bytes)) {
+    for (const char character : utils::ShownText(bytes)) {
         switch (character) {
             case '&':
                 text += "&amp;";
@@ -35,7 +35,7 @@ std::string HtmlOf(std::string_view bytes) {
     return text;
 }
 
-std::string Grouped(std::uint64_t number) {
+std::string GroupedText(std::uint64_t number) {
     std::string text = std::to_string(number);
     for (std::size_t place = text.size(); place > 3;) {
         place -= 3;
@@ -63,12 +63,12 @@ std::string SpanText(double nanoseconds) {
     }
     const auto seconds = static_cast<std::uint64_t>(std::round(nanoseconds / 1e9));
     if (seconds < 86400) {
-        return capture::Duration(static_cast<double>(seconds));
+        return utils::DurationText(static_cast<double>(seconds));
     }
-    return Grouped(seconds / 86400) + " d " + std::to_string(seconds / 3600 % 24) + " h";
+    return GroupedText(seconds / 86400) + " d " + std::to_string(seconds / 3600 % 24) + " h";
 }
 
-std::string MomentText(std::int64_t time) {
+std::string ShortestUtcText(std::int64_t time) {
     const auto fraction = time % 1'000'000'000;
     int digits = 0;
     if (fraction % 1'000 != 0) {
@@ -78,7 +78,7 @@ std::string MomentText(std::int64_t time) {
     } else if (fraction != 0) {
         digits = 3;
     }
-    return capture::Moment(time, digits);
+    return utils::UtcText(time, digits);
 }
 
-}  // namespace velora::exact
+}  // namespace velora::report

@@ -8,7 +8,7 @@
 #include "velora/utils/plain_words.h"
 #include "velora/utils/saturating.h"
 
-namespace velora::exact {
+namespace velora::report {
 namespace {
 
 using MiscUtils::SaturatingDifference;
@@ -49,7 +49,7 @@ std::string Label(std::int64_t time, std::int64_t step) {
     for (std::int64_t unit = kSecond; step % unit != 0; unit /= 10) {
         ++digits;
     }
-    return capture::Moment(time, digits).substr(11, step < kMinute ? std::string::npos : 5);
+    return utils::UtcText(time, digits).substr(11, step < kMinute ? std::string::npos : 5);
 }
 
 std::string OffsetLabel(std::int64_t offset, std::int64_t step) {
@@ -126,4 +126,4 @@ std::vector<TimeAxis::Tick> TimeAxis::Ticks(std::size_t most) const {
     return ticks;
 }
 
-}  // namespace velora::exact
+}  // namespace velora::report

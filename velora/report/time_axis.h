@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace velora::exact {
+namespace velora::report {
 
 class TimeAxis {
  public:
@@ -41,4 +41,4 @@ class TimeAxis {
     double m_Span;
 };
 
-}  // namespace velora::exact
+}  // namespace velora::report

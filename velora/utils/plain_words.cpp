@@ -5,13 +5,13 @@
 #include <cstdio>
 #include <ctime>
 
-namespace velora::capture {
+namespace velora::utils {
 
-std::string Counted(std::uint64_t count, const std::string& noun) {
+std::string CountText(std::uint64_t count, const std::string& noun) {
     return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
-std::string Seconds(std::int64_t nanoseconds) {
+std::string SecondsText(std::int64_t nanoseconds) {
     constexpr std::uint64_t kSecond = 1'000'000'000;
     const auto bits = static_cast<std::uint64_t>(nanoseconds);
     const std::uint64_t magnitude = nanoseconds < 0 ? -bits : bits;
@@ -24,7 +24,7 @@ std::string Seconds(std::int64_t nanoseconds) {
     return text += " s";
 }
 
-std::string ByteCount(double bytes) {
+std::string ByteCountText(double bytes) {
     constexpr std::array<const char*, 6> kUnits = {"bytes", "kB", "MB", "GB", "TB", "PB"};
     std::size_t unit = 0;
     while (bytes >= 999.5 && unit + 1 < kUnits.size()) {
@@ -37,7 +37,7 @@ std::string ByteCount(double bytes) {
     return text.data();
 }
 
-std::string Duration(double seconds) {
+std::string DurationText(double seconds) {
     const auto whole = static_cast<std::uint64_t>(std::max(0.0, seconds + 0.5));
     if (whole < 60) {
         return std::to_string(whole) + " s";
@@ -48,7 +48,7 @@ std::string Duration(double seconds) {
     return std::to_string(whole / 3600) + " h " + std::to_string(whole / 60 % 60) + " min";
 }
 
-std::string Moment(std::int64_t nanoseconds, int digits) {
+std::string UtcText(std::int64_t nanoseconds, int digits) {
     constexpr std::int64_t kSecond = 1'000'000'000;
     const std::time_t seconds = nanoseconds / kSecond - (nanoseconds % kSecond < 0 ? 1 : 0);
     const std::int64_t fraction = (nanoseconds % kSecond + kSecond) % kSecond;
@@ -64,4 +64,4 @@ std::string Moment(std::int64_t nanoseconds, int digits) {
     return moment;
 }
 
-}  // namespace velora::capture
+}  // namespace velora::utils

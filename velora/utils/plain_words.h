@@ -5,22 +5,22 @@
 #include <cstdint>
 #include <string>
 
-namespace velora::capture {
+namespace velora::utils {
 
 // "1 record", "2 records".
-[[nodiscard]] std::string Counted(std::uint64_t count, const std::string& noun);
+[[nodiscard]] std::string CountText(std::uint64_t count, const std::string& noun);
 
 // Nanoseconds as seconds, with no more digits than they need: "0.25 s", "-3 s".
-[[nodiscard]] std::string Seconds(std::int64_t nanoseconds);
+[[nodiscard]] std::string SecondsText(std::int64_t nanoseconds);
 
 // "1.5 GB": three digits at most, in powers of ten as disks and networks have them.
-[[nodiscard]] std::string ByteCount(double bytes);
+[[nodiscard]] std::string ByteCountText(double bytes);
 
 // "12 s", "3 min 20 s", "5 h 7 min".
-[[nodiscard]] std::string Duration(double seconds);
+[[nodiscard]] std::string DurationText(double seconds);
 
 // Nanoseconds since 1970 as a moment in UTC, "2026-11-21 03:40:36", with that many digits (0 to 9)
 // of the fraction behind it; what is finer is cut.
-[[nodiscard]] std::string Moment(std::int64_t nanoseconds, int digits = 0);
+[[nodiscard]] std::string UtcText(std::int64_t nanoseconds, int digits = 0);
 
-}  // namespace velora::capture
+}  // namespace velora::utils

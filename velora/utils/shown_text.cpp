@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace velora::exact {
+namespace velora::utils {
 namespace {
 
 std::uint8_t ByteAt(std::string_view text, std::size_t index) {
@@ -82,4 +82,4 @@ bool IsUtf8(std::string_view text) {
     return true;
 }
 
-}  // namespace velora::exact
+}  // namespace velora::utils

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace velora::exact {
+namespace velora::utils {
 
 // The text with every byte that could deceive written as \xNN: control characters, bytes that are
 // no valid UTF-8, the characters U+0080 to U+009F and those that turn the direction of writing, and
@@ -15,4 +15,4 @@ namespace velora::exact {
 // Whether the text is valid UTF-8, as RFC 3629 has it.
 [[nodiscard]] bool IsUtf8(std::string_view text);
 
-}  // namespace velora::exact
+}  // namespace velora::utils

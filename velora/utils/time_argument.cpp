@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <ctime>
 
-namespace velora::exact {
+namespace velora::utils {
 namespace {
 
 constexpr std::int64_t kSecond = 1'000'000'000;
@@ -168,4 +168,4 @@ std::optional<std::int64_t> ParseTime(std::string_view text) {
     return ParseSigned(text, isNegative ? -1 : 1);
 }
 
-}  // namespace velora::exact
+}  // namespace velora::utils

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string_view>
 
-namespace velora::exact {
+namespace velora::utils {
 
 // Nanoseconds since 1970 of one of
 //     2026-11-21T12:00:00[.fraction][Z | +hh:mm | -hh:mm]     without a zone: local time (TZ)
@@ -18,4 +18,4 @@ namespace velora::exact {
 // Nanoseconds of "seconds[.fraction]", not negative.
 [[nodiscard]] std::optional<std::int64_t> ParseSeconds(std::string_view text);
 
-}  // namespace velora::exact
+}  // namespace velora::utils

@@ -20,7 +20,7 @@
 #include <cstdint>
 #include <limits>
 
-namespace velora::exact {
+namespace velora::utils {
 
 class TimeHistogram {
  public:
@@ -103,4 +103,4 @@ class TimeHistogram {
     std::array<std::uint64_t, kBuckets> m_Counts{};
 };
 
-}  // namespace velora::exact
+}  // namespace velora::utils

@@ -5,7 +5,7 @@
 #include <atomic>
 #include <cstdint>
 
-namespace velora::exact {
+namespace velora::output {
 
 struct RunProgress {
     std::atomic<std::uint64_t> bytesRead = 0;   // of all inputs, as they lie on disk
@@ -13,4 +13,4 @@ struct RunProgress {
     std::atomic<std::uint64_t> records = 0;     // written
 };
 
-}  // namespace velora::exact
+}  // namespace velora::output
