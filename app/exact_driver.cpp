@@ -134,7 +134,7 @@ class Teller final : public velora::exact::RunListener {
     Teller(const ExactJob& job, ProgressLine& line, bool isQuiet)
         : m_Job(job), m_Line(line), m_IsQuiet(isQuiet) {}
 
-    std::string ShownInput(std::size_t input) const override {
+    [[nodiscard]] std::string ShownInput(std::size_t input) const {
         return ShownText(NameOf(m_Job.inputs[input]));
     }
 

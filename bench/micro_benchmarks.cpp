@@ -209,7 +209,6 @@ std::vector<std::string> MakeInputs(int inputs, const TempDir& directory) {
 
 class DeafListener final : public velora::exact::RunListener {
  public:
-    [[nodiscard]] std::string ShownInput(std::size_t /*input*/) const override { return {}; }
     void OnInput(std::size_t /*input*/, const velora::capture::Problem& /*problem*/) override {}
     void OnOutput(const std::string& /*text*/) override {}
 };

@@ -26,7 +26,6 @@ namespace {
 
 class Listener final : public RunListener {
  public:
-    std::string ShownInput(std::size_t input) const override { return std::to_string(input); }
     void OnInput(std::size_t input, const Problem& problem) override {
         hasProblem |= problem.kind != ProblemKind::kNote;
         if (problem.kind != ProblemKind::kNote && problem.kind <= ProblemKind::kWrongChecksum) {

@@ -56,7 +56,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Check(whole.isCapture == parts.isCapture, "both are captures, or neither is");
     Check(whole.Records() == parts.Records(), "the records are the same");
     Check(whole.recordsRead == parts.recordsRead && whole.recordsLeftOut == parts.recordsLeftOut &&
-              whole.stepsBack == parts.stepsBack && whole.hasDropped == parts.hasDropped,
+              whole.stepsBack == parts.stepsBack && whole.hasExtras == parts.hasExtras,
           "they are counted alike");
     Check(AreEqual(whole.traits, parts.traits), "so is what stands before them");
     Check(whole.problem.has_value() == parts.problem.has_value(),

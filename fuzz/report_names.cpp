@@ -14,7 +14,7 @@
 
 using fuzz::Check;
 using namespace velora::exact;
-using namespace velora::merge;
+using namespace velora::output;
 using namespace velora::report;
 using namespace velora::utils;
 
@@ -39,7 +39,7 @@ struct Told {
         for (InputReport& input : run.inputs) {
             input.isCapture = true;
             input.problems.Add({velora::capture::ProblemKind::kDamage, text, 1, 2});
-            input.tally.timeline = std::make_unique<InputTimeline>();
+            input.tally.timeline = std::make_unique<Timeline>();
             input.tally.timeline->captured.Add(5);
         }
     }

@@ -12,9 +12,8 @@ namespace {
 class Teller final : public exact::RunListener {
  public:
     explicit Teller(const exact::ExactJob& job) : m_Job(job) {}
-    std::string ShownInput(std::size_t input) const override { return m_Job.inputs[input].path; }
     void OnInput(std::size_t input, const capture::Problem& problem) override {
-        std::cout << ShownInput(input) << ": " << problem.text << "\n";
+        std::cout << m_Job.inputs[input].path << ": " << problem.text << "\n";
     }
     void OnOutput(const std::string& text) override {
         std::cout << m_Job.output << ": " << text << "\n";

@@ -26,7 +26,7 @@ OutputOutcome WriteBeginnings(CaptureReader& reader, OutputFile& output) {
     const std::uint32_t linkType = reader.Traits().linkType.value_or(1);
     bool isGood = writer.Append(encoder.EncodeFileHeader(kMostBytes, linkType));
     for (; isGood && record != nullptr; record = reader.Next()) {
-        if (reader.Interfaces()[record->interface].linkType != linkType) {
+        if (record->interface->linkType != linkType) {
             continue;  // a classic capture holds one link type, a pcap-ng capture any number
         }
         const std::uint32_t length = std::min(record->capturedLength, kMostBytes);

@@ -26,7 +26,7 @@ struct ReadCapture {
     std::uint64_t recordsRead = 0;
     std::uint64_t recordsLeftOut = 0;
     std::uint64_t stepsBack = 0;
-    bool hasDropped = false;
+    bool hasExtras = false;
     std::size_t interfaces = 0;
     std::optional<Problem> problem;
     std::size_t largestRoom = 0;  // bytes that a block took
@@ -58,14 +58,16 @@ inline ReadCapture ReadWhole(std::string_view file, const BlockReader::Options& 
         read.blocks.emplace_back();
         for (BlockCursor cursor(block); !cursor.AtEnd(); cursor.Advance()) {
             const Record& record = cursor.Current();
-            read.blocks.back().push_back({record.time, record.originalLength, record.interface,
+            read.blocks.back().push_back({record.time, record.originalLength, record.interface->number,
                                           std::string(record.Bytes().begin(), record.Bytes().end())});
         }
         read.recordsRead += block.recordsRead;
         read.recordsLeftOut += block.recordsLeftOut;
         read.stepsBack += block.stepsBack;
-        read.hasDropped |= block.hasDropped;
-        read.interfaces += block.interfaces.size();
+        read.hasExtras |= block.hasExtras;
+        for (const DescribedInterfaces& one : block.described) {
+            read.interfaces += one.count;
+        }
         read.problem = block.problem;
         read.largestRoom = std::max(read.largestRoom, block.Room().size());
         isLast = block.isLast;

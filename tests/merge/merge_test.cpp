@@ -9,18 +9,23 @@
 
 #include "tests/codec/string_sink.h"
 #include "tests/merge/naive_order.h"
-#include "velora/input/read_ahead.h"
+#include "velora/input/input_set.h"
+#include "velora/merge/file_order.h"
 #include "velora/merge/k_way_merge.h"
+#include "velora/merge/reorder_window.h"
 #include "velora/merge/squish.h"
+#include "velora/output/classic_sink.h"
 
 namespace velora::merge {
 namespace {
+
+constexpr std::uint32_t kWhole = std::numeric_limits<std::uint32_t>::max();
 
 enum class Algorithm { kMerge, kSquish };
 
 struct Merged {
     std::string bytes;  // a file of nanoseconds
-    std::vector<InputTally> tallies;
+    std::vector<output::SourceCounts> tallies;
 };
 
 Merged MergedFrom(const std::vector<std::string>& files, Algorithm algorithm, const input::BlockPlan& plan) {
@@ -31,21 +36,26 @@ Merged MergedFrom(const std::vector<std::string>& files, Algorithm algorithm, co
         EXPECT_EQ(pwrite(opened.back().fd.Get(), file.data(), file.size(), 0), static_cast<ssize_t>(file.size()));
     }
     output::RunProgress progress;
-    input::ReadAhead ahead(std::move(opened), plan, {.ordersBlocks = isMerge}, progress.bytesRead);
-    Merged merged;
-    merged.tallies.resize(files.size());
-    std::vector<InputOrder> orders;
-    for (std::size_t input = 0; input < files.size(); ++input) {
-        orders.emplace_back(ahead, input, isMerge, merged.tallies[input], [](capture::RecordBlock&) {});
+    input::InputSet inputs(std::move(opened), plan, {.ordersBlocks = isMerge}, progress.bytesRead,
+                           [](std::size_t, bool, const capture::Problem&) {});
+    output::Ledger ledger(files.size(), progress);
+    std::vector<std::unique_ptr<RecordSource>> sources;
+    for (std::uint32_t number = 0; number < files.size(); ++number) {
+        if (isMerge) {
+            sources.push_back(std::make_unique<ReorderWindow>(inputs, number, ledger));
+        } else {
+            sources.push_back(std::make_unique<FileOrder>(inputs, number, ledger));
+        }
     }
-    std::ranges::for_each(orders, &InputOrder::Begin);
-    codec::StringSink sink;
-    output::BlockWriter writer(sink);
-    RecordWriter output(writer, {.hasNanoseconds = true, .snapLen = 65535}, progress);
-    EXPECT_TRUE(output.WriteFileHeader());
-    EXPECT_TRUE(isMerge ? MergeByTime(orders, output, nullptr) : Squish(orders, false, output));
-    EXPECT_TRUE(writer.Finish().IsGood());
-    merged.bytes = sink.content;
+    codec::StringSink bytes;
+    output::BlockWriter writer(bytes);
+    output::ClassicSink sink(writer, {.format = capture::Format::kClassicNanoseconds, .snapLen = 65535}, ledger);
+    EXPECT_TRUE(isMerge ? MergeByTime(sources, kWhole, sink) : Squish(sources, kWhole, sink));
+    EXPECT_TRUE(sink.Finish().IsGood());
+    Merged merged{.bytes = bytes.content, .tallies = {}};
+    for (std::uint32_t number = 0; number < files.size(); ++number) {
+        merged.tallies.push_back(std::move(ledger.Of(number)));
+    }
     return merged;
 }
 

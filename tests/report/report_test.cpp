@@ -185,7 +185,7 @@ TEST(ReportPageTest, ShowsSixtyInputsAndSaysHowManyItLeavesOut) {
         told.run.inputs.resize(inputs);
         for (std::size_t input = 0; input < exact::RunReport::kMostTimelines; ++input) {
             told.run.inputs[input].isCapture = true;
-            told.run.inputs[input].tally.timeline = std::make_unique<merge::InputTimeline>();
+            told.run.inputs[input].tally.timeline = std::make_unique<output::Timeline>();
             told.run.inputs[input].tally.timeline->captured.Add(static_cast<std::int64_t>(input));
         }
         const std::string page = ReportPage(told.setting, told.run);

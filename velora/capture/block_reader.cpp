@@ -72,7 +72,9 @@ BlockReader::State BlockReader::Read(RecordBlock& block) {
         if (step.state == codec::ByteStream::State::kNeedsBytes) {
             return State::kNeedsBytes;
         }
-        if (m_FramingFault ? Verify(block, step.state) : Frame(block, step.state)) {
+        const Progress progress =
+            m_FramingFault ? Verify(block, step.state) : Frame(block, step.state);
+        if (progress == Progress::kBlockDone) {
             m_IsFilling = false;
             return State::kBlock;
         }
@@ -84,19 +86,19 @@ std::span<std::uint8_t> BlockReader::Wanted(RecordBlock& block) {
 }
 
 // Nothing behind a fault in the records is read, but the checksum there tells what the records
-// before it are worth. False when it has not come yet.
-bool BlockReader::Verify(RecordBlock& block, codec::ByteStream::State state) {
+// before it are worth.
+BlockReader::Progress BlockReader::Verify(RecordBlock& block, codec::ByteStream::State state) {
     const bool isVerified = m_Framer->VerifiedRecords() == m_Framer->Records() ||
                             m_Stream.VerifiedBytes() >= m_FrontOffset + m_Used;
     if (!isVerified && state == codec::ByteStream::State::kFull && m_Used < m_Filled) {
         m_Filled = m_Used;  // what came is not looked at
-        return false;
+        return Progress::kFillOn;
     }
     const bool isDoubtful =
         !isVerified && state == codec::ByteStream::State::kBroken &&
         m_Stream.GetFault().kind == codec::ByteStream::Fault::Kind::kWrongChecksum;
     Conclude(block, isDoubtful ? ProblemOfEnd(state) : std::move(m_FramingFault));
-    return true;
+    return Progress::kBlockDone;
 }
 
 void BlockReader::Take(std::ptrdiff_t count) {
@@ -109,9 +111,9 @@ void BlockReader::Take(std::ptrdiff_t count) {
     }
 }
 
-// Looks at a block that is full, or at what there is when nothing further comes. False when it has
-// brought no record and must be filled on.
-bool BlockReader::Frame(RecordBlock& block, codec::ByteStream::State state) {
+// Looks at a block that is full, or at what there is when nothing further comes. One that has
+// brought no record must be filled on.
+BlockReader::Progress BlockReader::Frame(RecordBlock& block, codec::ByteStream::State state) {
     const bool isOver = state != codec::ByteStream::State::kFull;
     if (!m_Framer) {
         if (std::optional<Problem> problem = ChooseFramer(block)) {
@@ -119,7 +121,7 @@ bool BlockReader::Frame(RecordBlock& block, codec::ByteStream::State state) {
                 problem = ProblemOfEnd(state);
             }
             Conclude(block, std::move(problem));
-            return true;
+            return Progress::kBlockDone;
         }
     }
     const Framer::Result result =
@@ -130,14 +132,14 @@ bool BlockReader::Frame(RecordBlock& block, codec::ByteStream::State state) {
             Describe(HasHeader() ? ProblemKind::kDamage : ProblemKind::kNoCapture, result.fault);
         return Verify(block, state);
     }
-    if (isOver) {
+    if (isOver && !result.isBlockFull) {
         Conclude(block, ProblemOfEnd(state));
-        return true;
+        return Progress::kBlockDone;
     }
-    if (block.HasRecords()) {
+    if (block.HasRecords() || result.isBlockFull) {
         m_Rest = std::span<const std::uint8_t>(block.Room()).subspan(m_Used, m_Filled - m_Used);
         Deliver(block);
-        return true;
+        return Progress::kBlockDone;
     }
     // Nothing but what is stepped over, or the front of a record that is larger than the block: the
     // room grows with the bytes that have come, not with what a length claims.
@@ -149,7 +151,7 @@ bool BlockReader::Frame(RecordBlock& block, codec::ByteStream::State state) {
     if (m_Filled == block.Room().size()) {
         block.Grow(std::min(std::max(result.wanted, m_Filled + 1), 2 * m_Filled));
     }
-    return false;
+    return Progress::kFillOn;
 }
 
 std::optional<Problem> BlockReader::ChooseFramer(const RecordBlock& block) {
@@ -241,7 +243,7 @@ void BlockReader::Deliver(RecordBlock& block) {
                                                    block.LatestTime() > m_Options.latest);
     const bool isMixed = m_Options.ordersBlocks && block.IsMixed();
     if (isFiltered || isMixed) {
-        block.List(m_Options.ordersBlocks, m_Options.earliest, m_Options.latest);
+        block.Index(m_Options.ordersBlocks, m_Options.earliest, m_Options.latest);
     }
 }
 

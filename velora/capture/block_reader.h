@@ -28,7 +28,7 @@ class BlockReader {
     // How to read; the same for all inputs of a run.
     struct Options {
         std::size_t blockSize = std::size_t{1} << 20U;  // bytes; at least 64
-        // Lists the records of a block by time where they do not stand so.
+        // Takes the records of a block by time where they do not stand so.
         bool ordersBlocks = false;
         // Records of other link types than the first are not left out.
         bool keepsAllLinkTypes = false;
@@ -50,7 +50,8 @@ class BlockReader {
     };
 
     // Fills `block`, whatever it held; never called again once a block was the last. Every block
-    // brings at least one record (of the file; the options may leave it empty) or is the last. The
+    // brings at least one record (of the file; the options may leave it empty), or so many
+    // descriptions of interfaces that they fill it, or is the last. The
     // block before must hold its bytes until this one is filled. Throws std::bad_alloc, after which
     // only Traits and Describe may be called.
     [[nodiscard]] State Read(RecordBlock& block);
@@ -70,9 +71,12 @@ class BlockReader {
     [[nodiscard]] Problem Describe(ProblemKind kind, const std::string& reason) const;
 
  private:
+    // Whether a block that was looked at can be given out.
+    enum class Progress : std::uint8_t { kBlockDone, kFillOn };
+
     void Begin(RecordBlock& block);
-    [[nodiscard]] bool Frame(RecordBlock& block, codec::ByteStream::State state);
-    [[nodiscard]] bool Verify(RecordBlock& block, codec::ByteStream::State state);
+    [[nodiscard]] Progress Frame(RecordBlock& block, codec::ByteStream::State state);
+    [[nodiscard]] Progress Verify(RecordBlock& block, codec::ByteStream::State state);
     [[nodiscard]] std::optional<Problem> ChooseFramer(const RecordBlock& block);
     [[nodiscard]] bool HasHeader() const { return m_Framer && m_Framer->IsCapture(); }
     void Deliver(RecordBlock& block);

@@ -52,7 +52,6 @@ void CaptureReader::Fill() {
     }
     m_IsLast = block.isLast;
     m_Problem = std::move(block.problem);
-    m_Interfaces.insert(m_Interfaces.end(), block.interfaces.begin(), block.interfaces.end());
     m_Cursor = BlockCursor(block);
 }
 

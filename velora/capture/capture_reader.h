@@ -3,7 +3,7 @@
 // Example:
 //     CaptureReader reader("web.pcap.gz");
 //     while (const Record* record = reader.Next()) {
-//         Use(record->time, record->Bytes(), reader.Interfaces()[record->interface].linkType);
+//         Use(record->time, record->Bytes(), record->interface->linkType);
 //     }
 //     if (reader.GetProblem()) {
 //         std::cerr << reader.GetProblem()->text << '\n';
@@ -19,7 +19,6 @@
 
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "velora/capture/block_reader.h"
 #include "velora/capture/input_file.h"
@@ -38,9 +37,6 @@ class CaptureReader {
     // What the capture says of itself. Settled with the first call of Next.
     [[nodiscard]] const CaptureTraits& Traits() const { return m_Reader.Traits(); }
 
-    // The interfaces described so far: Record::interface counts them.
-    [[nodiscard]] const std::vector<Interface>& Interfaces() const { return m_Interfaces; }
-
     // Once there is no further record: what is wrong with the file, or nothing.
     [[nodiscard]] const std::optional<Problem>& GetProblem() const { return m_Problem; }
 
@@ -54,7 +50,6 @@ class CaptureReader {
     BlockCursor m_Cursor;
     bool m_HasCurrent = false;
     bool m_IsLast = false;
-    std::vector<Interface> m_Interfaces;
     std::optional<Problem> m_Problem;
 };
 

@@ -28,7 +28,11 @@ struct CaptureTraits {
     // That of the first record; without a record, that of the first interface; none when a pcap-ng
     // file describes no interface.
     std::optional<std::uint32_t> linkType;
-    std::uint32_t fcsBits = 0;             // the six bits above the link type in a classic header
+    // What a classic header says of frame check sequences, in the six bits above the link type, at
+    // their place in that field (formats/link_types.h). Of a pcap-ng file: what such a header would
+    // say; 0 where its interfaces do not agree, or there is no way to say it.
+    std::uint32_t fcsBits = 0;
+    bool tellsFcsLength = false;           // it tells of an interface how long they are
     std::uint32_t snapLen = 0;             // the largest that is declared
     bool isFinerThanMicroseconds = false;  // a unit of time is no whole number of microseconds
 };

@@ -48,13 +48,16 @@ void ClassicFramer::ReadFileHeader(const std::uint8_t* bytes) {
     } else if (header.versionMajor == 2 && header.versionMinor == 3) {
         m_Lengths = Lengths::kSmallerIsCaptured;
     }
-    m_SnapLen = header.snapLen;
-    m_LinkType = LinkType::Canonical(header.linkType & LinkType::kTypeMask);
-    m_LargestLength = LargestLength(m_SnapLen, m_LinkType);
-    m_Traits.linkType = m_LinkType;
+    m_Interface.snapLen = header.snapLen;
+    m_Interface.linkType = LinkType::Canonical(header.linkType & LinkType::kTypeMask);
+    m_Interface.fcsLength = LinkType::FcsLengthOf(header.linkType);
+    m_Interface.isFinerThanMicroseconds = m_NanosecondsPerUnit == 1;
+    m_LargestLength = LargestLength(m_Interface.snapLen, m_Interface.linkType);
+    m_Traits.linkType = m_Interface.linkType;
     m_Traits.fcsBits = header.linkType & LinkType::kFcsMask;
-    m_Traits.snapLen = m_SnapLen;
-    m_Traits.isFinerThanMicroseconds = m_NanosecondsPerUnit == 1;
+    m_Traits.tellsFcsLength = m_Interface.fcsLength.has_value();
+    m_Traits.snapLen = m_Interface.snapLen;
+    m_Traits.isFinerThanMicroseconds = m_Interface.isFinerThanMicroseconds;
     m_IsCapture = true;
 }
 
@@ -67,8 +70,11 @@ Framer::Result ClassicFramer::Frame(RecordBlock& block, const Bytes& bytes) {
             return {0, sizeof(FileHeader), {}};
         }
         ReadFileHeader(start);
-        block.interfaces.push_back({m_LinkType, m_SnapLen, m_Traits.isFinerThanMicroseconds});
+        block.described.push_back({m_Interface});
         position = sizeof(FileHeader);
+    }
+    if (!block.HasInterface()) {
+        block.AddInterface(m_Interface);
     }
     while (bytes.count - position >= m_HeaderSize) {
         RecordHeader header;

@@ -25,8 +25,7 @@ class ClassicFramer final : public Framer {
     bool m_IsSwapped = false;
     std::size_t m_HeaderSize = 16;
     std::int64_t m_NanosecondsPerUnit = 1000;
-    std::uint32_t m_SnapLen = 0;
-    std::uint32_t m_LinkType = 0;
+    Interface m_Interface;
     std::uint32_t m_LargestLength = 0;
     Lengths m_Lengths = Lengths::kCapturedFirst;
 };

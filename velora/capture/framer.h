@@ -35,6 +35,7 @@ class Framer {
         std::size_t wanted = 0;  // bytes from `used` on that what stands there takes in all, as far
                                  // as can be seen; more than are there
         std::string fault;       // when not empty: what is wrong at `used`; nothing further is read
+        bool isBlockFull = false;  // the block is to be used as it is, whatever else is there
     };
 
     // Notes all whole records in the block, which has none yet.
@@ -61,6 +62,8 @@ class Framer {
 
     // What was verified before this block holds for all records before it.
     void BeginBlock(const Bytes& bytes);
+    // The block takes more memory beside its room than such a room may come with.
+    [[nodiscard]] static bool IsFullBeside(const RecordBlock& block);
     // A whole record that ends in front of `end`, a position among `bytes`.
     void CountRecord(RecordBlock& block, const Bytes& bytes, std::size_t end, std::int64_t time);
 

@@ -5,8 +5,11 @@
 #include <cstring>
 #include <utility>
 
+#include <xxhash.h>
+
 #include "velora/formats/link_types.h"
 #include "velora/formats/pcapng_format.h"
+#include "velora/utils/hash_seed.h"
 
 namespace velora::capture {
 namespace {
@@ -18,6 +21,10 @@ constexpr std::size_t kSectionStart = 12;       // and the byte-order magic
 constexpr std::size_t kTrailer = 4;             // the second length
 constexpr std::size_t kOptionStart = 4;         // code and length of an option
 constexpr std::size_t kMostInterfaces = 65536;  // a section
+constexpr std::size_t kLinkTypeOffset = 8;      // of an interface description
+constexpr std::size_t kSnapLenOffset = 12;
+// So many descriptions back it is looked which of several equal ones of a section this is.
+constexpr std::size_t kMostRunsBack = 64;
 // Blocks that are looked at are held whole, options included.
 constexpr std::uint32_t kLargestHeldBlock = 256U << 20U;
 
@@ -68,7 +75,11 @@ Framer::Result PcapNgFramer::Frame(RecordBlock& block, const Bytes& bytes) {
     std::size_t position = 0;
     Result result;
     BeginBlock(bytes);
+    m_Block += 1;
     for (;;) {
+        if (std::exchange(m_HasGrownBeside, false) && IsFullBeside(block)) {
+            return {position, kBlockStart, {}, true};
+        }
         if (IsInside() && !Skip(block, bytes, position, result)) {
             return result;
         }
@@ -94,7 +105,7 @@ Framer::Result PcapNgFramer::Frame(RecordBlock& block, const Bytes& bytes) {
             return {position, 0, std::move(fault)};
         }
         if (LeastSize(at.type) == 0) {
-            block.hasDropped |= at.type == kNameResolution || at.type == kDecryptionSecrets;
+            block.hasExtras |= at.type == kNameResolution || at.type == kDecryptionSecrets;
             m_SkippedSince = bytes.offset + position;
             m_SkippedLength = at.length;
             m_ToSkip = at.length - kTrailer;
@@ -151,11 +162,12 @@ std::string PcapNgFramer::FaultOfStart(const BlockAt& at) const {
         const std::uint32_t interface = at.type == kEnhancedPacket
                                             ? Get<std::uint32_t>(at.start + 8)
                                             : Get<std::uint16_t>(at.start + 8);
-        if (interface >= m_Interfaces.size()) {
+        if (interface >= m_Interfaces) {
             return "a packet of interface " + std::to_string(interface) +
                    ", which was never described";
         }
-        const std::uint32_t largest = m_Interfaces[interface].largestLength;
+        const Interface& from = RunOf(interface).description;
+        const std::uint32_t largest = LargestLength(from.snapLen, from.linkType);
         const auto captured = Get<std::uint32_t>(at.start + 20);
         if (captured > largest) {
             return TooLong(captured, largest);
@@ -164,7 +176,7 @@ std::string PcapNgFramer::FaultOfStart(const BlockAt& at) const {
             return "a packet's captured bytes do not fit into its block";
         }
     }
-    if (at.type == kSimplePacket && m_Interfaces.empty()) {
+    if (at.type == kSimplePacket && m_Interfaces == 0) {
         return "a packet of interface 0, which was never described";
     }
     return {};
@@ -181,50 +193,121 @@ std::string PcapNgFramer::ReadSectionHeader(const BlockAt& at, RecordBlock& bloc
     if (version != kVersionMajor) {
         return "a section of version " + std::to_string(version) + ", which is not known";
     }
-    block.hasDropped |= HasComment(OptionsOf(at, kSectionHeaderSize - kTrailer));
-    m_Interfaces.clear();
+    block.hasExtras |= HasComment(OptionsOf(at, kSectionHeaderSize - kTrailer));
+    m_FirstInterface += m_Interfaces;
+    m_Interfaces = 0;
+    m_Runs.clear();
+    m_Block += 1;
     m_Traits.format = Format::kPcapNg;
     m_IsCapture = true;
     return {};
 }
 
 std::string PcapNgFramer::ReadInterface(const BlockAt& at, RecordBlock& block) {
-    if (m_Interfaces.size() == kMostInterfaces) {
+    if (m_Interfaces == kMostInterfaces) {
         return "more than 65536 interfaces in a section";
     }
-    std::uint8_t resolution = kDefaultTimestampResolution;
-    std::int64_t offset = 0;
+    InterfaceRun added;
+    added.first = m_Interfaces;
+    added.resolution = kDefaultTimestampResolution;
+    Interface& description = added.description;
     auto options = OptionsOf(at, kInterfaceDescriptionSize - kTrailer);
     while (const std::optional<Option> option = TakeOption(options)) {
         if (option->code == kTimestampResolution && option->value.size() == 1) {
-            resolution = option->value.front();
+            added.resolution = option->value.front();
         } else if (option->code == kTimestampOffset && option->value.size() == 8) {
-            offset = Get<std::int64_t>(option->value.data());
+            added.offset = Get<std::int64_t>(option->value.data());
+        } else if (option->code == kFcsLength && option->value.size() == 1) {
+            const std::uint8_t length = option->value.front();
+            description.fcsLength = length < 8 ? static_cast<std::uint8_t>(8 * length) : length;
         } else if (option->code == kComment) {
-            block.hasDropped = true;
+            block.hasExtras = true;
         }
     }
-    SectionInterface added;
-    added.time = TickTime(resolution, offset);
-    added.description.linkType = LinkType::Canonical(Get<std::uint16_t>(at.start + 8));
-    added.description.snapLen = Get<std::uint32_t>(at.start + 12);
-    added.description.isFinerThanMicroseconds = added.time.IsFinerThanMicroseconds();
-    added.number = m_InterfaceCount++;
-    added.largestLength = LargestLength(added.description.snapLen, added.description.linkType);
-    if (!m_Traits.hasRecord) {
-        m_Traits.linkType = m_Traits.linkType.value_or(added.description.linkType);
-        m_Traits.snapLen = std::max(m_Traits.snapLen, added.description.snapLen);
-        m_Traits.isFinerThanMicroseconds |= added.description.isFinerThanMicroseconds;
+    description.linkType = LinkType::Canonical(Get<std::uint16_t>(at.start + kLinkTypeOffset));
+    description.snapLen = Get<std::uint32_t>(at.start + kSnapLenOffset);
+    description.isFinerThanMicroseconds = TickTime::Of(added.resolution).IsFinerThanMicroseconds();
+    description.number = m_FirstInterface + m_Interfaces;
+    description.descriptionHash =
+        XXH3_64bits_withSeed(at.start + kBlockStart, at.length - kSmallestBlock, utils::HashSeed());
+    bool isNewRun = true;
+    for (std::size_t back = 1; back <= std::min(m_Runs.size(), kMostRunsBack); ++back) {
+        const InterfaceRun& run = m_Runs[m_Runs.size() - back];
+        if (run.description.descriptionHash == description.descriptionHash) {
+            const std::uint32_t end =
+                back == 1 ? m_Interfaces : m_Runs[m_Runs.size() - back + 1].first;
+            description.ordinal = run.description.ordinal + end - run.first;
+            isNewRun = back > 1;
+            break;
+        }
+    }
+    m_Interfaces += 1;
+    NoteTraits(description);
+    if (isNewRun) {
+        m_Runs.push_back(added);
     }
     if (m_KeepsAllLinkTypes) {
-        block.interfaces.push_back(added.description);
+        AddDescription(block, description);
     }
-    m_Interfaces.push_back(added);
     return {};
 }
 
-bool PcapNgFramer::Admit(RecordBlock& block, const SectionInterface& from) {
-    const std::uint32_t linkType = from.description.linkType;
+void PcapNgFramer::NoteTraits(const Interface& description) {
+    if (m_Traits.hasRecord) {
+        return;
+    }
+    const bool isFirst = !m_Traits.linkType;
+    const std::uint32_t fcsBits = LinkType::FcsBitsOf(description.fcsLength);
+    m_Traits.fcsBits = isFirst || m_Traits.fcsBits == fcsBits ? fcsBits : 0;
+    m_Traits.tellsFcsLength |= description.fcsLength.has_value();
+    m_Traits.linkType = m_Traits.linkType.value_or(description.linkType);
+    m_Traits.snapLen = std::max(m_Traits.snapLen, description.snapLen);
+    m_Traits.isFinerThanMicroseconds |= description.isFinerThanMicroseconds;
+}
+
+// Sections often describe what the one before has described: that is told once. (Where there are
+// many interfaces, now and then again.)
+void PcapNgFramer::AddDescription(RecordBlock& block, const Interface& description) {
+    std::optional<Interface>& lately =
+        m_Described[(description.descriptionHash + description.ordinal) % m_Described.size()];
+    if (lately && lately->IsSameAs(description)) {
+        return;
+    }
+    lately = description;
+    if (!block.described.empty()) {
+        DescribedInterfaces& last = block.described.back();
+        if (last.first.descriptionHash == description.descriptionHash &&
+            last.first.ordinal + last.count == description.ordinal &&
+            last.first.number + last.count == description.number) {
+            last.count += 1;
+            return;
+        }
+    }
+    block.described.push_back({description});
+    m_HasGrownBeside = true;
+}
+
+const PcapNgFramer::InterfaceRun& PcapNgFramer::RunOf(std::uint32_t interface) const {
+    if (m_Runs.size() == m_Interfaces) {
+        return m_Runs[interface];
+    }
+    return *std::prev(std::ranges::upper_bound(m_Runs, interface, {}, &InterfaceRun::first));
+}
+
+std::uint32_t PcapNgFramer::NumberInBlock(RecordBlock& block, std::uint32_t interface) {
+    InBlock& known = m_InBlock[interface % m_InBlock.size()];
+    if (known.block != m_Block || known.interface != interface) {
+        const InterfaceRun& run = RunOf(interface);
+        Interface description = run.description;
+        description.number += interface - run.first;
+        description.ordinal += interface - run.first;
+        known = {m_Block, interface, block.AddInterface(description)};
+        m_HasGrownBeside = true;
+    }
+    return known.number;
+}
+
+bool PcapNgFramer::Admit(RecordBlock& block, std::uint32_t linkType) {
     if (!m_Traits.hasRecord) {
         m_Traits.hasRecord = true;
         m_Traits.linkType = linkType;
@@ -240,29 +323,29 @@ bool PcapNgFramer::Admit(RecordBlock& block, const SectionInterface& from) {
 std::string PcapNgFramer::ReadPacket(const BlockAt& at, RecordBlock& block, const Bytes& bytes) {
     const std::uint32_t number = at.type == kEnhancedPacket ? Get<std::uint32_t>(at.start + 8)
                                                             : Get<std::uint16_t>(at.start + 8);
-    const SectionInterface& from = m_Interfaces[number];
+    const InterfaceRun& from = RunOf(number);
     const std::uint64_t ticks = (std::uint64_t{Get<std::uint32_t>(at.start + 12)} << 32U) |
                                 Get<std::uint32_t>(at.start + 16);
-    const std::int64_t time = from.time.Nanoseconds(ticks);
+    const std::int64_t time = from.TimeOf(ticks);
     const auto captured = Get<std::uint32_t>(at.start + 20);
     const auto original = Get<std::uint32_t>(at.start + 24);
-    block.hasDropped =
-        block.hasDropped || HasComment(OptionsOf(at, kPacketDataOffset + Padded(captured)));
+    block.hasExtras =
+        block.hasExtras || HasComment(OptionsOf(at, kPacketDataOffset + Padded(captured)));
     CountRecord(block, bytes, at.position + at.length, time);
-    if (Admit(block, from)) {
-        block.AddPacketBlock(at.position, time, captured, original, from.number);
+    if (Admit(block, from.description.linkType)) {
+        block.AddPacketBlock(at.position, time, captured, original, NumberInBlock(block, number));
     }
     return {};
 }
 
 std::string PcapNgFramer::ReadSimplePacket(const BlockAt& at, RecordBlock& block,
                                            const Bytes& bytes) {
-    const SectionInterface& from = m_Interfaces.front();
+    const Interface& from = m_Runs.front().description;
     const auto original = Get<std::uint32_t>(at.start + 8);
-    const std::uint32_t snapLen = from.description.snapLen;
-    const std::uint32_t captured = snapLen == 0 ? original : std::min(original, snapLen);
-    if (captured > from.largestLength) {
-        return TooLong(captured, from.largestLength);
+    const std::uint32_t captured = from.snapLen == 0 ? original : std::min(original, from.snapLen);
+    if (const std::uint32_t largest = LargestLength(from.snapLen, from.linkType);
+        captured > largest) {
+        return TooLong(captured, largest);
     }
     if (kSimplePacketSize + Padded(captured) > at.length) {
         return "a packet's captured bytes do not fit into its block";
@@ -270,8 +353,9 @@ std::string PcapNgFramer::ReadSimplePacket(const BlockAt& at, RecordBlock& block
     // No time of its own: that of the record before it.
     const std::int64_t time = m_LastTime;
     CountRecord(block, bytes, at.position + at.length, time);
-    if (Admit(block, from)) {
-        block.AddSimplePacketBlock(at.position, time, captured, original, from.number);
+    if (Admit(block, from.linkType)) {
+        block.AddSimplePacketBlock(at.position, time, captured, original, NumberInBlock(block, 0));
+        m_HasGrownBeside = true;
     }
     return {};
 }

@@ -5,6 +5,8 @@
 
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <vector>
@@ -25,11 +27,17 @@ class PcapNgFramer final : public Framer {
     [[nodiscard]] const char* InsideWhat() const override;
 
  private:
-    struct SectionInterface {
-        Interface description;
-        TickTime time;
-        std::uint32_t number = 0;  // among all of the capture
-        std::uint32_t largestLength = 0;
+    // Interfaces of a section that stand one behind the other with equal descriptions: a file may
+    // describe thousands of them that no packet names.
+    struct InterfaceRun {
+        std::uint32_t first = 0;  // number in the section of the first of them
+        Interface description;    // of that one
+        std::uint8_t resolution = 0;
+        std::int64_t offset = 0;  // seconds
+
+        [[nodiscard]] std::int64_t TimeOf(std::uint64_t ticks) const {
+            return TickTime::Of(resolution).Nanoseconds(ticks, offset);
+        }
     };
 
     // One block in the hands of the framer.
@@ -68,13 +76,34 @@ class PcapNgFramer final : public Framer {
     [[nodiscard]] std::optional<Option> TakeOption(std::span<const std::uint8_t>& options) const;
     [[nodiscard]] bool HasComment(std::span<const std::uint8_t> options) const;
 
+    // Of the section's interface of that number, which was described.
+    [[nodiscard]] const InterfaceRun& RunOf(std::uint32_t interface) const;
+    // Its number among the interfaces of the block.
+    [[nodiscard]] std::uint32_t NumberInBlock(RecordBlock& block, std::uint32_t interface);
+    void AddDescription(RecordBlock& block, const Interface& description);
+    void NoteTraits(const Interface& description);
     // Whether the record counts for the output, else it is left out.
-    [[nodiscard]] bool Admit(RecordBlock& block, const SectionInterface& from);
+    [[nodiscard]] bool Admit(RecordBlock& block, std::uint32_t linkType);
 
     const bool m_KeepsAllLinkTypes;
     bool m_IsSwapped = false;
-    std::vector<SectionInterface> m_Interfaces;  // of the section
-    std::uint32_t m_InterfaceCount = 0;          // of the capture
+
+    // Of the section.
+    std::vector<InterfaceRun> m_Runs;
+    std::uint32_t m_Interfaces = 0;      // described so far
+    std::uint32_t m_FirstInterface = 0;  // its first one among those of the capture
+
+    // The interfaces that records have named lately, and their numbers in the block at hand; those
+    // that were given out as described lately.
+    struct InBlock {
+        std::uint64_t block = 0;  // 0: nothing
+        std::uint32_t interface = 0;
+        std::uint32_t number = 0;
+    };
+    std::array<InBlock, 16> m_InBlock{};
+    std::uint64_t m_Block = 0;      // blocks and sections so far
+    bool m_HasGrownBeside = false;  // the block, and it was not looked at how far
+    std::array<std::optional<Interface>, 16> m_Described{};
 
     // A block that is stepped over: what is still to come of it before its second length.
     std::uint64_t m_ToSkip = 0;

@@ -24,15 +24,16 @@ namespace velora::capture {
 void RecordBlock::Clear(std::size_t size) {
     recordsRead = recordsLeftOut = stepsBack = 0;
     leftOutLinkType = 0;
-    hasDropped = false;
-    interfaces.clear();
+    hasExtras = false;
+    described.clear();
     problem.reset();
     isLast = false;
     m_First = m_Last = 0;
     m_Chained = 0;
-    m_IsMixed = m_IsListed = false;
-    m_Order.clear();
+    m_IsMixed = m_HasIndex = false;
+    m_Index.clear();
     m_Simple.clear();
+    m_Interfaces.clear();
     if (m_Size != size) {
         m_Size = 0;
         m_Bytes.reset();
@@ -52,6 +53,16 @@ void RecordBlock::Grow(std::size_t size) {
     static_cast<void>(m_Bytes.release());
     m_Bytes.reset(static_cast<std::uint8_t*>(bytes));
     m_Size = size;
+}
+
+std::uint32_t RecordBlock::AddInterface(const Interface& interface) {
+    m_Interfaces.push_back(interface);
+    return static_cast<std::uint32_t>(m_Interfaces.size() - 1);
+}
+
+std::size_t RecordBlock::BytesBeside() const {
+    return described.size() * sizeof(DescribedInterfaces) + m_Simple.size() * sizeof(SimplePacket) +
+           m_Interfaces.size() * sizeof(Interface);
 }
 
 void RecordBlock::NoteRecord(std::size_t offset, std::int64_t time) {
@@ -115,19 +126,19 @@ void RecordBlock::LoadSimple(std::uint32_t offset, Record& record) const {
     const auto behind = std::ranges::upper_bound(m_Simple, offset, {}, &SimplePacket::offset);
     const SimplePacket& packet = *std::prev(behind);
     record = {packet.time, Get<std::uint32_t>(offset + 4), Get<std::uint32_t>(offset + 8),
-              packet.interface, m_Bytes.get() + offset + 12};
+              m_Interfaces.data() + packet.interface, m_Bytes.get() + offset + 12};
 }
 
-void RecordBlock::List(bool byTime, std::int64_t from, std::int64_t last) {
-    m_IsListed = true;  // should memory run out, the list is empty
-    m_Order.clear();
-    m_Order.reserve(m_Chained);
+void RecordBlock::Index(bool byTime, std::int64_t from, std::int64_t last) {
+    m_HasIndex = true;  // should memory run out, it is empty
+    m_Index.clear();
+    m_Index.reserve(m_Chained);
     bool isFirst = true;
     std::uint32_t offset = m_First;
     for (std::size_t left = m_Chained; left > 0; --left) {
         const Record record = Load(offset);
         if (record.time >= from && record.time <= last) {
-            m_Order.push_back(offset);
+            m_Index.push_back(offset);
             m_Earliest = isFirst ? record.time : std::min(m_Earliest, record.time);
             m_Latest = isFirst ? record.time : std::max(m_Latest, record.time);
             isFirst = false;
@@ -137,7 +148,7 @@ void RecordBlock::List(bool byTime, std::int64_t from, std::int64_t last) {
     if (byTime) {
         // Offsets grow with the order of the file, so equal times need no stable sort, which would
         // ask for memory.
-        std::ranges::sort(m_Order, [this](std::uint32_t one, std::uint32_t other) {
+        std::ranges::sort(m_Index, [this](std::uint32_t one, std::uint32_t other) {
             const std::int64_t oneTime = Load(one).time;
             const std::int64_t otherTime = Load(other).time;
             return oneTime != otherTime ? oneTime < otherTime : one < other;

@@ -2,7 +2,7 @@
 //
 // Nothing is copied out: a framer looks at the bytes of a file where they lie and writes over the
 // header of each record what it has made of it, in a form of our own (record_block.cpp draws it). A
-// block whose times step back, or of which not every record is wanted, has besides a list of its
+// block whose times step back, or of which not every record is wanted, has besides an index of its
 // records in the order in which they are to be taken.
 //
 // Example:
@@ -28,6 +28,13 @@
 
 namespace velora::capture {
 
+// So many interfaces with equal descriptions, which stand one behind the other: their numbers and
+// ordinals count on from those of the first.
+struct DescribedInterfaces {
+    Interface first;
+    std::uint32_t count = 1;
+};
+
 class RecordBlock {
  public:
     // No room and no records.
@@ -36,7 +43,7 @@ class RecordBlock {
     // ---- What a reader of records asks.
 
     // Records in the block, in the order to take them, and the span of their times.
-    [[nodiscard]] std::size_t Count() const { return m_IsListed ? m_Order.size() : m_Chained; }
+    [[nodiscard]] std::size_t Count() const { return m_HasIndex ? m_Index.size() : m_Chained; }
     [[nodiscard]] std::int64_t EarliestTime() const { return m_Earliest; }
     [[nodiscard]] std::int64_t LatestTime() const { return m_Latest; }
 
@@ -44,10 +51,11 @@ class RecordBlock {
     std::uint64_t recordsLeftOut = 0;   // of these, those of another link type than the first
     std::uint32_t leftOutLinkType = 0;  // the link type of one of them
     std::uint64_t stepsBack = 0;        // of these, those earlier than the one before in the file
-    bool hasDropped = false;  // names, secrets or comments, which have no place in a record
-    // Those first described in this block; of pcap-ng only where all link types are kept, since a
-    // file may describe any number of them.
-    std::vector<Interface> interfaces;
+    bool hasExtras = false;  // names, secrets or comments, which have no place in a record
+    // Interfaces that this block describes, whether or not a record of it comes from them; of
+    // pcap-ng only where all link types are kept. One that was described not long before may be
+    // missing.
+    std::vector<DescribedInterfaces> described;
     std::optional<Problem> problem;  // what ended the capture behind these records
     bool isLast = false;             // no further block comes
 
@@ -59,13 +67,21 @@ class RecordBlock {
     // At least `size` bytes of room from now on, of which those that were there stay. Throws
     // std::bad_alloc.
     void Grow(std::size_t size);
-    [[nodiscard]] bool HasRecords() const { return m_Chained > 0; }  // listed or not
+    [[nodiscard]] bool HasRecords() const { return m_Chained > 0; }  // to be taken or not
     [[nodiscard]] bool IsMixed() const { return m_IsMixed; }         // their times step back
     [[nodiscard]] std::span<const std::uint8_t> Bytes() const { return {m_Bytes.get(), m_Size}; }
     [[nodiscard]] std::span<std::uint8_t> Room() { return {m_Bytes.get(), m_Size}; }
 
+    // An interface that records added from now on come from: gives its number in this block.
+    std::uint32_t AddInterface(const Interface& interface);
+    [[nodiscard]] bool HasInterface() const { return !m_Interfaces.empty(); }
+    // Memory that the block takes beside its room, bytes.
+    [[nodiscard]] std::size_t BytesBeside() const;
+
     // Notes the record whose header begins at `offset`, behind all others. Of a packet block (of
     // pcap-ng) there are 28 bytes before the data, of a classic record 16 or 24: `headerSize`.
+    // Classic records come from the interface that was added first, others from the one with that
+    // number.
     void AddClassic(std::size_t offset, std::size_t headerSize, std::int64_t time,
                     std::uint32_t capturedLength, std::uint32_t originalLength);
     void AddPacketBlock(std::size_t offset, std::int64_t time, std::uint32_t capturedLength,
@@ -73,10 +89,10 @@ class RecordBlock {
     void AddSimplePacketBlock(std::size_t offset, std::int64_t time, std::uint32_t capturedLength,
                               std::uint32_t originalLength, std::uint32_t interface);
 
-    // Lists the records with from <= time <= last, by time when `byTime`, else as they stand; among
-    // equal times always as they stand. Without a list all records are taken as they stand. Throws
-    // std::bad_alloc, and then lists none.
-    void List(bool byTime, std::int64_t from, std::int64_t last);
+    // Takes only the records with from <= time <= last, by time when `byTime`, else as they stand;
+    // among equal times always as they stand. Without this all records are taken as they stand.
+    // Throws std::bad_alloc, and then takes none.
+    void Index(bool byTime, std::int64_t from, std::int64_t last);
 
  private:
     friend class BlockCursor;
@@ -115,13 +131,13 @@ class RecordBlock {
             record.time = Get<std::int64_t>(offset);
             record.capturedLength = Get<std::uint32_t>(offset + 8);
             record.originalLength = Get<std::uint32_t>(offset + 12);
-            record.interface = 0;
+            record.interface = m_Interfaces.data();
             record.data = m_Bytes.get() + offset + m_HeaderSize;
         } else if ((Get<std::uint32_t>(offset) & kIsSimple) == 0) {
             record.time = Get<std::int64_t>(offset + 12);
             record.capturedLength = Get<std::uint32_t>(offset + 20);
             record.originalLength = Get<std::uint32_t>(offset + 24);
-            record.interface = Get<std::uint32_t>(offset + 4);
+            record.interface = m_Interfaces.data() + Get<std::uint32_t>(offset + 4);
             record.data = m_Bytes.get() + offset + 28;
         } else {
             LoadSimple(offset, record);
@@ -150,11 +166,12 @@ class RecordBlock {
     std::uint32_t m_Last = 0;   // and of the last
     std::size_t m_Chained = 0;  // records from m_First to m_Last
     bool m_IsMixed = false;
-    bool m_IsListed = false;
+    bool m_HasIndex = false;
     std::int64_t m_Earliest = 0;
     std::int64_t m_Latest = 0;
-    std::vector<std::uint32_t> m_Order;  // offsets; none when all are taken as they stand
+    std::vector<std::uint32_t> m_Index;  // offsets; none when all are taken as they stand
     std::vector<SimplePacket> m_Simple;
+    std::vector<Interface> m_Interfaces;  // that the records come from; some twice, perhaps
 };
 
 // Goes through the records of a block, in the order to take them.
@@ -164,7 +181,7 @@ class BlockCursor {
     // Stands on the first record of the block, which keeps its content as long as this is used.
     explicit BlockCursor(const RecordBlock& block) : m_Block(&block), m_Left(block.Count()) {
         if (m_Left > 0) {
-            m_Offset = block.m_IsListed ? block.m_Order[0] : block.m_First;
+            m_Offset = block.m_HasIndex ? block.m_Index[0] : block.m_First;
             block.Load(m_Offset, m_Record);
         }
     }
@@ -179,7 +196,7 @@ class BlockCursor {
         if (--m_Left == 0) {
             return;
         }
-        m_Offset = m_Block->m_IsListed ? m_Block->m_Order[m_Block->m_Order.size() - m_Left]
+        m_Offset = m_Block->m_HasIndex ? m_Block->m_Index[m_Block->m_Index.size() - m_Left]
                                        : m_Block->Behind(m_Offset, m_Record);
         m_Block->Load(m_Offset, m_Record);
         // The header behind this record is asked for when a few others have been written, and is

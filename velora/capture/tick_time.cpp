@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <vector>
 
 namespace velora::capture {
 namespace {
@@ -24,7 +25,7 @@ std::uint64_t PowerOfTen(int exponent) {
 
 }  // namespace
 
-TickTime::TickTime(std::uint8_t resolution, std::int64_t offset) : m_Offset(offset) {
+TickTime::TickTime(std::uint8_t resolution) {
     const int exponent = resolution & ~kIsPowerOfTwo;
     m_IsFine = exponent > kMicrosecondDigits;
     if ((resolution & kIsPowerOfTwo) != 0) {
@@ -40,11 +41,22 @@ TickTime::TickTime(std::uint8_t resolution, std::int64_t offset) : m_Offset(offs
     }
 }
 
-std::int64_t TickTime::Nanoseconds(std::uint64_t ticks) const {
+const TickTime& TickTime::Of(std::uint8_t resolution) {
+    static const std::vector<TickTime> all = [] {
+        std::vector<TickTime> times;
+        for (unsigned byte = 0; byte <= 0xFF; ++byte) {
+            times.emplace_back(static_cast<std::uint8_t>(byte));
+        }
+        return times;
+    }();
+    return all[resolution];
+}
+
+std::int64_t TickTime::Nanoseconds(std::uint64_t ticks, std::int64_t offset) const {
     Wide time = static_cast<Wide>(ticks) * static_cast<Wide>(m_Multiplier);
     time = m_Divisor == 1 ? time : time / static_cast<Wide>(m_Divisor);
     time >>= m_Shift;
-    time += static_cast<Wide>(m_Offset) * static_cast<Wide>(kNanosecondsPerSecond);
+    time += static_cast<Wide>(offset) * static_cast<Wide>(kNanosecondsPerSecond);
     using Limits = std::numeric_limits<std::int64_t>;
     return static_cast<std::int64_t>(
         std::clamp(time, static_cast<Wide>(Limits::min()), static_cast<Wide>(Limits::max())));

@@ -1,4 +1,4 @@
-// What a run of the exact mode is asked to do, and how it ended.
+// What a run of the exact mode is asked to do.
 
 #pragma once
 
@@ -60,16 +60,6 @@ struct ExactJob {
     // What the output is like.
     OutputFormat format = OutputFormat::kFitting;
     codec::Compression compression = codec::Compression::kNone;  // or gzip, or zstd
-};
-
-// How a run ended; the process exits with the number.
-enum class Status : std::uint8_t {
-    kComplete = 0,          // every record that was asked for is in the output, in time order
-    kNothingToWrite = 251,  // no input is a readable capture, or they do not fit into one
-    kIncomplete = 252,      // written, but something is missing, doubtful or out of place
-    kCannotWrite = 253,     // the output cannot be created or written
-    kOutputExists = 254,    // the output exists, or is one of the inputs
-    kWrongCommandLine = 255,
 };
 
 }  // namespace velora::exact

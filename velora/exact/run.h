@@ -25,7 +25,6 @@ class RunListener {
     RunListener& operator=(const RunListener&) = delete;
 
     // `input` counts the job's inputs.
-    [[nodiscard]] virtual std::string ShownInput(std::size_t input) const = 0;
     virtual void OnInput(std::size_t input, const capture::Problem& problem) = 0;
     // Why there is no output, where it is instead, or what is left beside it. Without a path and a
     // line end.

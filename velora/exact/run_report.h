@@ -15,7 +15,8 @@
 #include "velora/capture/capture_traits.h"
 #include "velora/capture/problem.h"
 #include "velora/exact/job.h"
-#include "velora/merge/input_tally.h"
+#include "velora/exact/status.h"
+#include "velora/output/ledger.h"
 #include "velora/utils/time_histogram.h"
 
 namespace velora::exact {
@@ -64,7 +65,7 @@ struct InputReport {
     ToldProblems problems;          // what was told of it
     bool isCapture = false;         // else nothing below is known
     capture::CaptureTraits traits;  // what it says of itself
-    merge::InputTally tally;        // what became of it
+    output::SourceCounts tally;     // what became of its records
 };
 
 struct RunReport {
@@ -109,7 +110,5 @@ struct RunSetting {
 // The name of a mode, a status or a kind of problem in reports: "squish", "left-out".
 [[nodiscard]] const char* NameOf(Mode mode);
 [[nodiscard]] const char* NameOf(capture::ProblemKind kind);
-// What a status says, in words.
-[[nodiscard]] const char* TextOf(Status status);
 
 }  // namespace velora::exact

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -24,6 +25,29 @@ inline constexpr std::uint32_t kLinuxCooked2 = 276;  // 20 bytes in place of the
 // check sequences behind the packets.
 inline constexpr std::uint32_t kTypeMask = 0x03FFFFFF;
 inline constexpr std::uint32_t kFcsMask = ~kTypeMask;
+
+// Among those six: the length of the sequences is told, in units of 16 bits, by the upper four.
+inline constexpr std::uint32_t kFcsLengthIsTold = 0x04000000;
+inline constexpr std::uint32_t kFcsUnitShift = 28;
+inline constexpr std::uint8_t kFcsUnitBits = 16;
+inline constexpr std::uint8_t kLongestFcs = 15 * kFcsUnitBits;
+
+// The length in bits that a classic header's field tells, if it does.
+[[nodiscard]] constexpr std::optional<std::uint8_t> FcsLengthOf(std::uint32_t field) {
+    if ((field & kFcsLengthIsTold) == 0) {
+        return std::nullopt;
+    }
+    return static_cast<std::uint8_t>((field >> kFcsUnitShift) * kFcsUnitBits);
+}
+
+// And back: the bits of the field that tell this length; 0 for none, and for one that they cannot
+// tell.
+[[nodiscard]] constexpr std::uint32_t FcsBitsOf(std::optional<std::uint8_t> length) {
+    if (!length || *length > kLongestFcs || *length % kFcsUnitBits != 0) {
+        return 0;
+    }
+    return kFcsLengthIsTold | std::uint32_t{*length} / kFcsUnitBits << kFcsUnitShift;
+}
 
 // 12 and 14 are what some systems wrote for raw IP before 101 was agreed upon.
 constexpr std::uint32_t Canonical(std::uint32_t linkType) {

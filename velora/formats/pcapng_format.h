@@ -40,7 +40,9 @@ inline constexpr std::uint16_t kEndOfOptions = 0;
 inline constexpr std::uint16_t kComment = 1;
 inline constexpr std::uint16_t kInterfaceName = 2;        // of an interface description
 inline constexpr std::uint16_t kTimestampResolution = 9;  // 1 byte: -log10, or with bit 7 -log2
-inline constexpr std::uint16_t kTimestampOffset = 14;     // 8 bytes, seconds, signed
+// 1 byte: bits of the frame check sequence; what is below 8 was meant as octets.
+inline constexpr std::uint16_t kFcsLength = 13;
+inline constexpr std::uint16_t kTimestampOffset = 14;           // 8 bytes, seconds, signed
 inline constexpr std::uint8_t kDefaultTimestampResolution = 6;  // microseconds
 
 }  // namespace PcapNgFormat

@@ -63,6 +63,8 @@ class ReadAhead {
     // Gives back the block of the input that was taken first.
     void GiveBack(std::size_t input);
 
+    [[nodiscard]] std::size_t Size() const { return m_Feeds.size(); }  // inputs
+
     // Settled when the first block of the input has been taken.
     [[nodiscard]] bool IsCapture(std::size_t input) const;
     [[nodiscard]] const capture::CaptureTraits& Traits(std::size_t input) const;

@@ -10,12 +10,19 @@
 #include <cstdint>
 #include <limits>
 #include <map>
+#include <span>
 #include <unordered_map>
 #include <vector>
 
-#include "velora/merge/record_writer.h"
-
 namespace velora::merge {
+
+// A record as it stands in the output.
+struct WrittenRecord {
+    std::int64_t time = 0;
+    std::uint32_t linkType = 0;
+    std::uint32_t originalLength = 0;     // bytes on the wire
+    std::span<const std::uint8_t> bytes;  // those that the output keeps
+};
 
 class DuplicateWindow {
  public:

@@ -7,33 +7,36 @@
 
 namespace velora::merge {
 
-bool MergeByTime(std::span<InputOrder> inputs, RecordWriter& output, DuplicateWindow* window) {
-    std::vector<std::optional<std::int64_t>> times;
-    times.reserve(inputs.size());
-    for (const InputOrder& input : inputs) {
-        times.push_back(input.AtEnd() ? std::nullopt : std::optional(input.Current().time));
+bool MergeByTime(Sources sources, std::uint32_t mostBytes, output::RecordSink& sink) {
+    const std::vector<bool> haveRecords = Begin(sources, sink);
+    std::vector<std::optional<std::int64_t>> times(sources.size());
+    for (std::size_t number = 0; number < sources.size(); ++number) {
+        if (haveRecords[number]) {
+            times[number] = sources[number]->Current().time;
+        }
     }
     for (MiscUtils::TournamentTree tree(times); !tree.Empty();) {
-        InputOrder& input = inputs[tree.Winner()];
-        if (window != nullptr && window->Repeats(output.AsWritten(input))) {
-            input.Tally().duplicates += 1;
-        } else if (!output.Write(input, input.Current().time)) {
+        const auto number = static_cast<std::uint32_t>(tree.Winner());
+        RecordSource& source = *sources[number];
+        if (!PutCurrent(source, number, source.Current().time, mostBytes, sink)) {
             return false;
         }
-        input.Advance();
-        if (input.AtEnd()) {
-            tree.Remove();
+        if (AdvanceToRecord(source, number, sink)) {
+            tree.Replace(source.Current().time);
         } else {
-            tree.Replace(input.Current().time);
+            tree.Remove();
         }
     }
     return true;
 }
 
-bool Concatenate(std::span<InputOrder> inputs, RecordWriter& output) {
-    for (InputOrder& input : inputs) {
-        for (; !input.AtEnd(); input.Advance()) {
-            if (!output.Write(input, input.Current().time)) {
+bool Concatenate(Sources sources, std::uint32_t mostBytes, output::RecordSink& sink) {
+    const std::vector<bool> haveRecords = Begin(sources, sink);
+    for (std::uint32_t number = 0; number < sources.size(); ++number) {
+        RecordSource& source = *sources[number];
+        for (bool hasRecord = haveRecords[number]; hasRecord;
+             hasRecord = AdvanceToRecord(source, number, sink)) {
+            if (!PutCurrent(source, number, source.Current().time, mostBytes, sink)) {
                 return false;
             }
         }

@@ -1,22 +1,19 @@
-// The merge: all records of all inputs, by time to the nanosecond; among equals the input named
-// first, and within an input the order that InputOrder gives.
+// The merge: all records of all sources, by time to the nanosecond; among equals the source named
+// first, and within a source its own order. A choice costs a logarithm in the number of sources.
 
 #pragma once
 
-#include <span>
+#include <cstdint>
 
-#include "velora/merge/duplicate_window.h"
-#include "velora/merge/record_writer.h"
-#include "velora/merge/reorder_window.h"
+#include "velora/merge/put_record.h"
 
 namespace velora::merge {
 
-// Writes all records of the inputs, which have begun. With a window, those that repeat one in it
-// are dropped instead, and counted. False once the output has failed.
-[[nodiscard]] bool MergeByTime(std::span<InputOrder> inputs, RecordWriter& output,
-                               DuplicateWindow* window);
+// Puts all records of the sources, which have not begun, into the sink, of their bytes `mostBytes`
+// at most. False once the output has failed.
+[[nodiscard]] bool MergeByTime(Sources sources, std::uint32_t mostBytes, output::RecordSink& sink);
 
-// Writes input after input, without any order by time.
-[[nodiscard]] bool Concatenate(std::span<InputOrder> inputs, RecordWriter& output);
+// Source after source, without any order by time.
+[[nodiscard]] bool Concatenate(Sources sources, std::uint32_t mostBytes, output::RecordSink& sink);
 
 }  // namespace velora::merge

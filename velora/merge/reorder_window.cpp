@@ -1,76 +1,65 @@
 #include "velora/merge/reorder_window.h"
 
-#include <algorithm>
+#include <stdexcept>
 #include <utility>
 
 #include "velora/utils/saturating.h"
 
 namespace velora::merge {
 
-using capture::BlockCursor;
-using capture::RecordBlock;
-
-InputOrder::InputOrder(input::ReadAhead& ahead, std::size_t input, bool mends, InputTally& tally,
-                       BlockSink onBlock)
-    : m_Ahead(ahead),
-      m_Input(input),
-      m_Mends(mends),
-      m_Tally(tally),
-      m_OnBlock(std::move(onBlock)),
-      m_Older(TakeBlock()) {}
-
-void InputOrder::Begin() {
-    if (m_Mends) {
-        m_Newer = TakeBlock();
-        m_Overlaps = m_Newer.isThere && m_Older.latest > m_Newer.earliest;
-    }
-    Settle();
-    if (m_Active != nullptr) {
-        m_Latest = m_Active->Current().time;
+ReorderWindow::ReorderWindow(input::InputSet& inputs, std::uint32_t source, output::Ledger& ledger)
+    : m_Blocks(inputs, source, ledger) {
+    if (!inputs.OrdersBlocks()) {
+        throw std::logic_error("a reorder window over blocks that are not in order");
     }
 }
 
-InputOrder::Held InputOrder::TakeBlock() {
-    RecordBlock* const block = m_Ahead.Take(m_Input);
+ReorderWindow::HeldBlock ReorderWindow::TakeBlock() {
+    const capture::RecordBlock* const block = m_Blocks.Take();
     if (block == nullptr) {
         return {};
     }
-    m_Tally.Add(*block);
-    m_OnBlock(*block);
-    return {true, BlockCursor(*block), block->EarliestTime(), block->LatestTime()};
+    return {true, capture::BlockCursor(*block), block->EarliestTime(), block->LatestTime()};
 }
 
-// Finds the cursor with the next record, over as many blocks as are empty by now.
-void InputOrder::Settle() {
-    m_Active = nullptr;
-    while (m_Older.isThere) {
-        if (!m_Older.cursor.AtEnd()) {
-            const bool isNewerFirst = m_Overlaps && !m_Newer.cursor.AtEnd() &&
-                                      m_Newer.cursor.Current().time < m_Older.cursor.Current().time;
-            m_Active = isNewerFirst ? &m_Newer.cursor : &m_Older.cursor;
-            return;
-        }
-        Shift();
-    }
+// Records of the newer block that belong among those of the older one make the two take turns.
+void ReorderWindow::TakeNewer() {
+    m_Newer = TakeBlock();
+    m_IsAlone = !m_Newer.isThere || m_Older.latest <= m_Newer.earliest;
 }
 
-void InputOrder::Shift() {
-    m_Ahead.GiveBack(m_Input);
-    if (!m_Mends) {
+RecordSource::Step ReorderWindow::Choose() {
+    m_Run = nullptr;
+    if (!std::exchange(m_HasBegun, true)) {
         m_Older = TakeBlock();
-        return;
+        TakeNewer();
     }
-    m_Older = std::exchange(m_Newer, {});
-    if (m_Older.isThere) {
-        m_Newer = TakeBlock();
-        m_Overlaps = m_Newer.isThere && m_Older.latest > m_Newer.earliest;
+    while (m_Older.isThere && m_Older.cursor.AtEnd()) {
+        m_Blocks.GiveBack();
+        m_Older = std::exchange(m_Newer, {});
+        if (m_Older.isThere) {
+            TakeNewer();
+        }
     }
+    if (m_Carried = m_Blocks.TakeDescribed(); !m_Carried.empty()) {
+        return Step::kCarried;
+    }
+    if (!m_Older.isThere) {
+        return Step::kEnd;
+    }
+    const bool isNewerFirst = !m_IsAlone && !m_Newer.cursor.AtEnd() &&
+                              m_Newer.cursor.Current().time < m_Older.cursor.Current().time;
+    m_Run = isNewerFirst ? &m_Newer.cursor : &m_Older.cursor;
+    NotePlace(m_Run->Current().time);
+    return Step::kRecord;
 }
 
-void InputOrder::NoteOutOfPlace(std::int64_t time) {
-    m_Tally.outOfPlace += 1;
-    m_Tally.largestStep =
-        std::max(m_Tally.largestStep, MiscUtils::SaturatingDifference(m_Latest, time));
+void ReorderWindow::NotePlace(std::int64_t time) {
+    if (time >= m_Time) {
+        m_Time = time;
+    } else {
+        m_Blocks.CountOutOfPlace(MiscUtils::SaturatingDifference(m_Time, time));
+    }
 }
 
 }  // namespace velora::merge

@@ -5,7 +5,6 @@
 #include <optional>
 #include <vector>
 
-#include "velora/packet/address_copies.h"
 #include "velora/utils/saturating.h"
 #include "velora/utils/shift_rule.h"
 #include "velora/utils/tournament_tree.h"
@@ -39,61 +38,34 @@ class Clock {
     Wide m_Shift = 0;
 };
 
-// Writes the copies of the input's record, which has just been written.
-class Copier {
- public:
-    [[nodiscard]] bool Write(InputOrder& input, std::int64_t time, RecordWriter& output) {
-        const WrittenRecord record = output.AsWritten(input);
-        const auto copies = packet::AddressCopies::Plan(record.linkType, record.bytes);
-        if (!copies) {
-            return true;
-        }
-        m_Bytes.assign(record.bytes.begin(), record.bytes.end());
-        for (std::uint8_t network = 0; network < packet::AddressCopies::kNetworks; ++network) {
-            copies->Apply(network, m_Bytes);
-            if (!output.WriteCopy(input, m_Bytes, time)) {
-                return false;
-            }
-        }
-        return true;
-    }
-
- private:
-    std::vector<std::uint8_t> m_Bytes;
-};
-
 }  // namespace
 
-bool Squish(std::span<InputOrder> inputs, bool makesCopies, RecordWriter& output) {
-    std::int64_t base = 0;
+bool Squish(Sources sources, std::uint32_t mostBytes, output::RecordSink& sink) {
+    const std::vector<bool> haveRecords = Begin(sources, sink);
+    std::optional<std::int64_t> base;
     std::vector<Clock> clocks;
-    std::vector<std::optional<std::int64_t>> elapsed;
-    clocks.reserve(inputs.size());
-    elapsed.reserve(inputs.size());
-    bool hasBase = false;
-    for (const InputOrder& input : inputs) {
-        const std::int64_t start = input.AtEnd() ? 0 : input.Current().time;
+    std::vector<std::optional<std::int64_t>> elapsed(sources.size());
+    clocks.reserve(sources.size());
+    for (std::size_t number = 0; number < sources.size(); ++number) {
+        const std::int64_t start = haveRecords[number] ? sources[number]->Current().time : 0;
         clocks.emplace_back(start);
-        elapsed.push_back(input.AtEnd() ? std::nullopt : std::optional<std::int64_t>(0));
-        if (!hasBase && !input.AtEnd()) {
-            base = start;
-            hasBase = true;
+        if (haveRecords[number]) {
+            elapsed[number] = 0;
+            base = base.value_or(start);
         }
     }
-    Copier copier;
     for (MiscUtils::TournamentTree tree(elapsed); !tree.Empty();) {
-        const std::size_t chosen = tree.Winner();
-        InputOrder& input = inputs[chosen];
-        const std::int64_t time = MiscUtils::SaturatingSum(base, tree.WinnerKey());
-        if (!output.Write(input, time) || (makesCopies && !copier.Write(input, time, output))) {
+        const auto number = static_cast<std::uint32_t>(tree.Winner());
+        RecordSource& source = *sources[number];
+        const std::int64_t time = MiscUtils::SaturatingSum(*base, tree.WinnerKey());
+        if (!PutCurrent(source, number, time, mostBytes, sink)) {
             return false;
         }
-        input.Advance();
-        if (input.AtEnd()) {
-            tree.Remove();
+        if (AdvanceToRecord(source, number, sink)) {
+            clocks[number].Advance(source.Current().time);
+            tree.Replace(clocks[number].Elapsed());
         } else {
-            clocks[chosen].Advance(input.Current().time);
-            tree.Replace(clocks[chosen].Elapsed());
+            tree.Remove();
         }
     }
     return true;

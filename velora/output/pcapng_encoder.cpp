@@ -50,8 +50,9 @@ Bytes PcapNgEncoder::SectionHeader() {
 
 std::optional<Bytes> PcapNgEncoder::InterfaceDescription(std::uint32_t linkType,
                                                          std::uint32_t snapLen,
-                                                         std::string_view name) {
-    if (linkType > kMost16) {
+                                                         std::string_view name,
+                                                         std::optional<std::uint8_t> fcsLength) {
+    if (!Holds(linkType)) {
         return std::nullopt;
     }
     Bytes body;
@@ -63,6 +64,10 @@ std::optional<Bytes> PcapNgEncoder::InterfaceDescription(std::uint32_t linkType,
     }
     const char resolution = kNanoseconds;
     PutOption(body, PcapNgFormat::kTimestampResolution, {&resolution, 1});
+    if (fcsLength) {
+        const auto length = static_cast<char>(*fcsLength);
+        PutOption(body, PcapNgFormat::kFcsLength, {&length, 1});
+    }
     PutOption(body, PcapNgFormat::kEndOfOptions, {});
     return Block(PcapNgFormat::kInterfaceDescription, body);
 }

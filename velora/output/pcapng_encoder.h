@@ -34,9 +34,14 @@ class PcapNgEncoder {
 
     // Interfaces are numbered from 0, in the order of their descriptions; each comes before its
     // first packet. `snapLen` is in bytes, 0 for no limit. The name is UTF-8, of at most 65535
-    // bytes, and may be empty. Nothing for a link type above 65535, which the format cannot hold.
+    // bytes, and may be empty. `fcsLength` is that of the frame check sequence behind each packet,
+    // in bits, if it is known. Nothing for a link type that the format does not hold.
     [[nodiscard]] static std::optional<std::vector<std::uint8_t>> InterfaceDescription(
-        std::uint32_t linkType, std::uint32_t snapLen, std::string_view name);
+        std::uint32_t linkType, std::uint32_t snapLen, std::string_view name,
+        std::optional<std::uint8_t> fcsLength = std::nullopt);
+
+    // The format has 16 bits for a link type; a classic header has 26.
+    [[nodiscard]] static constexpr bool Holds(std::uint32_t linkType) { return linkType <= 0xFFFF; }
 
     // Fills the kHeadSize bytes at `room`, which need not be aligned. The time counts nanoseconds
     // since 1970: kAsIs, or kBefore1970. The lengths are in bytes, captured (at most 2^31) and on

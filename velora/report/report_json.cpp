@@ -85,7 +85,7 @@ Json MoreOf(const exact::ToldProblems& told) {
 
 Json InputOf(const exact::InputName& name, const exact::InputReport& report) {
     const bool isCapture = report.isCapture;
-    const merge::InputTally& tally = report.tally;
+    const output::SourceCounts& tally = report.tally;
     Json input = Json::object();
     PutText(input, "path", name.path);
     input["isStandardInput"] = name.isStandardInput;
@@ -111,7 +111,7 @@ Json InputOf(const exact::InputName& name, const exact::InputReport& report) {
 
 Json OutputOf(const exact::RunSetting& setting, const exact::RunReport& report) {
     const bool isWritten = report.IsWritten();
-    merge::InputTally sum;
+    output::SourceCounts sum;
     for (const exact::InputReport& input : report.inputs) {
         sum.recordsRead += input.tally.recordsRead;
         sum.recordsLeftOut += input.tally.recordsLeftOut;

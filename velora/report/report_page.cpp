@@ -32,7 +32,7 @@ std::string Bytes(std::uint64_t count) {
     return ByteCountText(static_cast<double>(count));
 }
 
-std::uint64_t Sum(const exact::RunReport& report, std::uint64_t merge::InputTally::*count) {
+std::uint64_t Sum(const exact::RunReport& report, std::uint64_t output::SourceCounts::*count) {
     std::uint64_t sum = 0;
     for (const exact::InputReport& input : report.inputs) {
         sum += input.tally.*count;
@@ -162,12 +162,13 @@ class Page {
             bytesRead += input.bytesOnDisk;
         }
         const bool isWritten = m_Report.IsWritten();
-        const std::uint64_t copies = Sum(m_Report, &merge::InputTally::copies);
+        const std::uint64_t copies = Sum(m_Report, &output::SourceCounts::copies);
         m_Html += "<dl class=\"facts\">\n";
-        AddFact("Records written", GroupedText(isWritten ? m_Report.recordsWritten : 0),
-                copies > 0 ? GroupedText(copies) + " of them copies"
-                           : "of " + GroupedText(Sum(m_Report, &merge::InputTally::recordsRead)) +
-                                 " read");
+        AddFact(
+            "Records written", GroupedText(isWritten ? m_Report.recordsWritten : 0),
+            copies > 0
+                ? GroupedText(copies) + " of them copies"
+                : "of " + GroupedText(Sum(m_Report, &output::SourceCounts::recordsRead)) + " read");
         AddFact("Size", isWritten ? Bytes(m_Report.bytesWritten) : "\u2013",
                 "from " + Bytes(bytesRead) + " on disk");
         if (isWritten && m_Report.earliest && m_Report.latest) {
@@ -258,7 +259,7 @@ class Page {
 
     void AddInputRow(std::size_t number) {
         const exact::InputReport& input = m_Report.inputs[number];
-        const merge::InputTally& tally = input.tally;
+        const output::SourceCounts& tally = input.tally;
         m_Html += "<tr>";
         AddCell("Input",
                 "<b>" + HtmlOf(NameOf(m_Setting.job.inputs[number])) + "</b>" +
@@ -306,7 +307,7 @@ class Page {
 
     void AddOutputRow() {
         const bool isWritten = m_Report.IsWritten();
-        const std::uint64_t duplicates = Sum(m_Report, &merge::InputTally::duplicates);
+        const std::uint64_t duplicates = Sum(m_Report, &output::SourceCounts::duplicates);
         m_Html += "<tr>";
         AddCell("Output", "<b>" + HtmlOf(OutputName(m_Setting, m_Report)) + "</b>" +
                               Small(isWritten ? "output \u00B7 " + KindText(m_Report.format,
@@ -314,10 +315,10 @@ class Page {
                                                                             m_Report.linkType)
                                               : "not written"));
         AddCell("On disk", isWritten ? Bytes(m_Report.bytesWritten) : "\u2013");
-        AddCell("Read", GroupedText(Sum(m_Report, &merge::InputTally::recordsRead)));
+        AddCell("Read", GroupedText(Sum(m_Report, &output::SourceCounts::recordsRead)));
         AddCell("Written", isWritten ? GroupedText(m_Report.recordsWritten) : "\u2013");
         AddCell("Left out",
-                "<span>" + GroupedText(Sum(m_Report, &merge::InputTally::recordsLeftOut)) +
+                "<span>" + GroupedText(Sum(m_Report, &output::SourceCounts::recordsLeftOut)) +
                     Small(duplicates > 0 ? "+ " + GroupedCountText(duplicates, "duplicate") : "") +
                     "</span>");
         AddCell("Steps back", isWritten ? GroupedText(m_Report.stepsBack) : "\u2013");

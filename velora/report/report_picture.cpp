@@ -88,7 +88,7 @@ std::string NameHtml(const exact::InputName& name) {
 class Panel {
  public:
     Panel(const exact::RunSetting& setting, const exact::RunReport& report,
-          utils::TimeHistogram merge::InputTimeline::*histogram)
+          utils::TimeHistogram output::Timeline::*histogram)
         : m_Axis(AxisOf(report, histogram)) {
         const std::size_t shown = std::min(report.inputs.size(), exact::RunReport::kMostTimelines);
         Row sum;
@@ -102,7 +102,7 @@ class Panel {
             sum.count += row.count;
             std::ranges::transform(sum.cells, row.cells, sum.cells.begin(), std::plus());
         }
-        const bool isAsWritten = histogram == &merge::InputTimeline::written;
+        const bool isAsWritten = histogram == &output::Timeline::written;
         const bool hasMoved = exact::IsSquish(setting.job.mode);
         if (shown == report.inputs.size() && shown > 1 && report.IsWritten() &&
             isAsWritten == hasMoved) {
@@ -161,7 +161,7 @@ class Panel {
     static constexpr const char* kTriangle = "M0 -5.5L6 5H-6z";
 
     static TimeAxis AxisOf(const exact::RunReport& report,
-                           utils::TimeHistogram merge::InputTimeline::*histogram) {
+                           utils::TimeHistogram output::Timeline::*histogram) {
         bool isFirst = true;
         std::int64_t from = 0;
         std::int64_t to = 0;
@@ -180,7 +180,7 @@ class Panel {
     }
 
     void AddInput(const exact::InputName& name, const exact::InputReport& input,
-                  utils::TimeHistogram merge::InputTimeline::*histogram) {
+                  utils::TimeHistogram output::Timeline::*histogram) {
         Row row;
         row.nameHtml = NameHtml(name);
         row.title = NameOf(name);
@@ -344,7 +344,7 @@ class Panel {
 };
 
 std::string FigureHtml(const exact::RunSetting& setting, const exact::RunReport& report,
-                       utils::TimeHistogram merge::InputTimeline::*histogram,
+                       utils::TimeHistogram output::Timeline::*histogram,
                        const std::string& caption) {
     Panel panel(setting, report, histogram);
     const std::string bars = panel.Html();
@@ -361,14 +361,14 @@ std::string ReportPicture(const exact::RunSetting& setting, const exact::RunRepo
     const bool isSquish = exact::IsSquish(setting.job.mode);
     std::string html = "<section class=\"card\">\n<h2>Records in time <small>UTC</small></h2>\n";
     if (isSquish) {
-        html += FigureHtml(setting, report, &merge::InputTimeline::captured, "Before: as captured");
+        html += FigureHtml(setting, report, &output::Timeline::captured, "Before: as captured");
         html +=
-            FigureHtml(setting, report, &merge::InputTimeline::written,
+            FigureHtml(setting, report, &output::Timeline::written,
                        setting.job.mode == exact::Mode::kSquish10
                            ? "After: as written, moved to a common start; copies are not counted"
                            : "After: as written, moved to a common start");
     } else {
-        html += FigureHtml(setting, report, &merge::InputTimeline::captured,
+        html += FigureHtml(setting, report, &output::Timeline::captured,
                            "Each input, on one axis of time");
     }
     if (report.inputs.size() > exact::RunReport::kMostTimelines) {

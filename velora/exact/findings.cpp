@@ -1,0 +1,65 @@
+#include "velora/exact/findings.h"
+
+#include <utility>
+
+#include "velora/utils/shown_text.h"
+
+namespace velora::exact {
+
+using codec::OutputOutcome;
+
+void Findings::AddProblem(std::size_t input, const capture::Problem& problem) {
+    m_Facts.isDoubtful |= problem.kind != capture::ProblemKind::kNote;
+    m_Report.inputs[input].problems.Add(problem);
+    m_Listener.OnInput(input, problem);
+}
+
+void Findings::AddLeftOut(std::size_t input, capture::Problem problem) {
+    problem.text.insert(0, "left out: ");
+    AddProblem(input, problem);
+}
+
+void Findings::TellOutput(const std::string& text) {
+    m_Report.outputText = text;
+    m_Listener.OnOutput(text);
+}
+
+void Findings::AddOutput(const OutputOutcome& outcome) {
+    m_Facts.output = outcome.kind;
+    m_Report.hasReaderLeft = outcome.hasReaderLeft;
+    if (outcome.kind == OutputOutcome::Kind::kTaken) {
+        m_Report.keptAs = outcome.keptAs;
+        TellOutput(outcome.text + "; the finished capture is " + outcome.keptAs);
+    } else if (!outcome.text.empty()) {
+        TellOutput(outcome.text);
+    }
+}
+
+void Findings::AddOutputIsInput() {
+    m_Facts.isPathRefused = true;
+    TellOutput("it is one of the inputs");
+}
+
+void Findings::AddNothingToWrite(const std::string& text) {
+    m_Facts.hasNothingToWrite = true;
+    TellOutput(text);
+}
+
+void Findings::AddReport(const OutputOutcome& outcome) {
+    m_Facts.report = outcome.kind;
+    if (!outcome.IsGood()) {
+        m_Listener.OnReport(outcome.text);
+    }
+}
+
+void Findings::AddReportRefused(const std::string& text) {
+    m_Facts.isPathRefused = true;
+    m_Listener.OnReport(text);
+}
+
+std::string Findings::ShownInput(std::size_t input) const {
+    const std::string name = NameOf(m_Job.inputs[input]);
+    return name.empty() ? "''" : utils::ShownText(name);
+}
+
+}  // namespace velora::exact

@@ -1,0 +1,89 @@
+#include "velora/exact/write_records.h"
+
+#include <algorithm>
+#include <memory>
+#include <thread>
+#include <utility>
+
+#include "velora/codec/compressed_sink.h"
+#include "velora/merge/address_copier.h"
+#include "velora/merge/duplicate_filter.h"
+#include "velora/merge/file_order.h"
+#include "velora/merge/k_way_merge.h"
+#include "velora/merge/reorder_window.h"
+#include "velora/merge/squish.h"
+#include "velora/output/block_writer.h"
+#include "velora/output/classic_sink.h"
+#include "velora/output/pcapng_sink.h"
+
+namespace velora::exact {
+namespace {
+
+using output::RecordSink;
+
+std::vector<std::unique_ptr<merge::RecordSource>> MakeSources(const ExactJob& job,
+                                                              input::InputSet& inputs,
+                                                              output::Ledger& ledger) {
+    std::vector<std::unique_ptr<merge::RecordSource>> sources;
+    for (std::uint32_t number = 0; number < inputs.Sources().size(); ++number) {
+        if (job.mode == Mode::kMerge) {
+            sources.push_back(std::make_unique<merge::ReorderWindow>(inputs, number, ledger));
+        } else {
+            sources.push_back(std::make_unique<merge::FileOrder>(inputs, number, ledger));
+        }
+    }
+    return sources;
+}
+
+std::unique_ptr<RecordSink> MakeFormSink(output::BlockWriter& writer,
+                                         const output::OutputForm& form,
+                                         std::vector<std::string> names, output::Ledger& ledger) {
+    if (form.IsPcapNg()) {
+        return std::make_unique<output::PcapNgSink>(writer, form, std::move(names), ledger);
+    }
+    return std::make_unique<output::ClassicSink>(writer, form, ledger);
+}
+
+// What stands in front of the form, or nothing.
+std::unique_ptr<RecordSink> MakeFilterSink(const ExactJob& job, RecordSink& next,
+                                           output::Ledger& ledger) {
+    if (job.duplicateWindow) {
+        return std::make_unique<merge::DuplicateFilter>(*job.duplicateWindow, next, ledger);
+    }
+    if (job.mode == Mode::kSquish10) {
+        return std::make_unique<merge::AddressCopier>(next);
+    }
+    return nullptr;
+}
+
+[[nodiscard]] bool PutAll(Mode mode, merge::Sources sources, std::uint32_t mostBytes,
+                          RecordSink& sink) {
+    switch (mode) {
+        case Mode::kMerge:
+            return merge::MergeByTime(sources, mostBytes, sink);
+        case Mode::kConcatenate:
+            return merge::Concatenate(sources, mostBytes, sink);
+        case Mode::kSquish:
+        case Mode::kSquish10:
+            return merge::Squish(sources, mostBytes, sink);
+    }
+    return false;
+}
+
+}  // namespace
+
+codec::OutputOutcome WriteRecords(const ExactJob& job, const output::OutputForm& form,
+                                  input::InputSet& inputs, std::vector<std::string> names,
+                                  output::OutputFile& file, output::Ledger& ledger) {
+    const std::unique_ptr<codec::ByteSink> compressed = codec::MakeCompressedSink(
+        job.compression, file, std::max(1U, std::thread::hardware_concurrency()));
+    output::BlockWriter writer(compressed ? *compressed : file);
+    const auto formSink = MakeFormSink(writer, form, std::move(names), ledger);
+    const auto filterSink = MakeFilterSink(job, *formSink, ledger);
+    RecordSink& sink = filterSink ? *filterSink : *formSink;
+    const auto sources = MakeSources(job, inputs, ledger);
+    static_cast<void>(PutAll(job.mode, sources, form.mostBytes, sink));  // Finish tells
+    return sink.Finish();
+}
+
+}  // namespace velora::exact

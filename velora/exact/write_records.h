@@ -1,0 +1,24 @@
+// The records of a run, from their sources through what is done with them to the output.
+
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "velora/exact/job.h"
+#include "velora/input/input_set.h"
+#include "velora/output/ledger.h"
+#include "velora/output/output_file.h"
+#include "velora/output/output_form.h"
+
+namespace velora::exact {
+
+// Writes all records of the inputs to the file, which is open, and finishes it. `names` are those
+// of the sources, for interfaces. Throws std::bad_alloc and std::system_error, after which there is
+// no output.
+[[nodiscard]] codec::OutputOutcome WriteRecords(const ExactJob& job, const output::OutputForm& form,
+                                                input::InputSet& inputs,
+                                                std::vector<std::string> names,
+                                                output::OutputFile& file, output::Ledger& ledger);
+
+}  // namespace velora::exact
