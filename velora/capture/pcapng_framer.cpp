@@ -166,7 +166,7 @@ std::string PcapNgFramer::FaultOfStart(const BlockAt& at) const {
             return "a packet of interface " + std::to_string(interface) +
                    ", which was never described";
         }
-        const Interface& from = RunOf(interface).description;
+        const InterfaceRun& from = RunOf(interface);
         const std::uint32_t largest = LargestLength(from.snapLen, from.linkType);
         const auto captured = Get<std::uint32_t>(at.start + 20);
         if (captured > largest) {
@@ -208,9 +208,10 @@ std::string PcapNgFramer::ReadInterface(const BlockAt& at, RecordBlock& block) {
         return "more than 65536 interfaces in a section";
     }
     InterfaceRun added;
-    added.first = m_Interfaces;
+    added.first = static_cast<std::uint16_t>(m_Interfaces);
     added.resolution = kDefaultTimestampResolution;
-    Interface& description = added.description;
+    added.linkType = Get<std::uint16_t>(at.start + kLinkTypeOffset);
+    added.snapLen = Get<std::uint32_t>(at.start + kSnapLenOffset);
     auto options = OptionsOf(at, kInterfaceDescriptionSize - kTrailer);
     while (const std::optional<Option> option = TakeOption(options)) {
         if (option->code == kTimestampResolution && option->value.size() == 1) {
@@ -219,29 +220,16 @@ std::string PcapNgFramer::ReadInterface(const BlockAt& at, RecordBlock& block) {
             added.offset = Get<std::int64_t>(option->value.data());
         } else if (option->code == kFcsLength && option->value.size() == 1) {
             const std::uint8_t length = option->value.front();
-            description.fcsLength = length < 8 ? static_cast<std::uint8_t>(8 * length) : length;
+            added.fcsLength = length < 8 ? static_cast<std::uint8_t>(8 * length) : length;
         } else if (option->code == kComment) {
             block.hasExtras = true;
         }
     }
-    description.linkType = LinkType::Canonical(Get<std::uint16_t>(at.start + kLinkTypeOffset));
-    description.snapLen = Get<std::uint32_t>(at.start + kSnapLenOffset);
-    description.isFinerThanMicroseconds = TickTime::Of(added.resolution).IsFinerThanMicroseconds();
-    description.number = m_FirstInterface + m_Interfaces;
-    description.descriptionHash =
+    added.descriptionHash =
         XXH3_64bits_withSeed(at.start + kBlockStart, at.length - kSmallestBlock, utils::HashSeed());
-    bool isNewRun = true;
-    for (std::size_t back = 1; back <= std::min(m_Runs.size(), kMostRunsBack); ++back) {
-        const InterfaceRun& run = m_Runs[m_Runs.size() - back];
-        if (run.description.descriptionHash == description.descriptionHash) {
-            const std::uint32_t end =
-                back == 1 ? m_Interfaces : m_Runs[m_Runs.size() - back + 1].first;
-            description.ordinal = run.description.ordinal + end - run.first;
-            isNewRun = back > 1;
-            break;
-        }
-    }
+    const bool isNewRun = CountEqualOnes(added);
     m_Interfaces += 1;
+    const Interface description = InterfaceOf(added, added.first);
     NoteTraits(description);
     if (isNewRun) {
         m_Runs.push_back(added);
@@ -250,6 +238,34 @@ std::string PcapNgFramer::ReadInterface(const BlockAt& at, RecordBlock& block) {
         AddDescription(block, description);
     }
     return {};
+}
+
+// Sets the ordinal. False where the interface goes on with the last run.
+bool PcapNgFramer::CountEqualOnes(InterfaceRun& added) const {
+    std::uint32_t end = m_Interfaces;  // of the run looked at
+    for (std::size_t back = 1; back <= std::min(m_Runs.size(), kMostRunsBack); ++back) {
+        const InterfaceRun& run = m_Runs[m_Runs.size() - back];
+        if (run.descriptionHash == added.descriptionHash) {
+            added.ordinal = static_cast<std::uint16_t>(run.ordinal + end - run.first);
+            return back > 1;
+        }
+        end = run.first;
+    }
+    return true;
+}
+
+Interface PcapNgFramer::InterfaceOf(const InterfaceRun& run, std::uint32_t interface) const {
+    Interface description;
+    description.linkType = LinkType::Canonical(run.linkType);
+    description.snapLen = run.snapLen;
+    description.number = m_FirstInterface + interface;
+    if (run.fcsLength != kNoFcsLength) {
+        description.fcsLength = run.fcsLength;
+    }
+    description.isFinerThanMicroseconds = TickTime::Of(run.resolution).IsFinerThanMicroseconds();
+    description.descriptionHash = run.descriptionHash;
+    description.ordinal = run.ordinal + interface - run.first;
+    return description;
 }
 
 void PcapNgFramer::NoteTraits(const Interface& description) {
@@ -297,10 +313,7 @@ const PcapNgFramer::InterfaceRun& PcapNgFramer::RunOf(std::uint32_t interface) c
 std::uint32_t PcapNgFramer::NumberInBlock(RecordBlock& block, std::uint32_t interface) {
     InBlock& known = m_InBlock[interface % m_InBlock.size()];
     if (known.block != m_Block || known.interface != interface) {
-        const InterfaceRun& run = RunOf(interface);
-        Interface description = run.description;
-        description.number += interface - run.first;
-        description.ordinal += interface - run.first;
+        const Interface description = InterfaceOf(RunOf(interface), interface);
         known = {m_Block, interface, block.AddInterface(description)};
         m_HasGrownBeside = true;
     }
@@ -332,7 +345,7 @@ std::string PcapNgFramer::ReadPacket(const BlockAt& at, RecordBlock& block, cons
     block.hasExtras =
         block.hasExtras || HasComment(OptionsOf(at, kPacketDataOffset + Padded(captured)));
     CountRecord(block, bytes, at.position + at.length, time);
-    if (Admit(block, from.description.linkType)) {
+    if (Admit(block, LinkType::Canonical(from.linkType))) {
         block.AddPacketBlock(at.position, time, captured, original, NumberInBlock(block, number));
     }
     return {};
@@ -340,7 +353,7 @@ std::string PcapNgFramer::ReadPacket(const BlockAt& at, RecordBlock& block, cons
 
 std::string PcapNgFramer::ReadSimplePacket(const BlockAt& at, RecordBlock& block,
                                            const Bytes& bytes) {
-    const Interface& from = m_Runs.front().description;
+    const InterfaceRun& from = m_Runs.front();
     const auto original = Get<std::uint32_t>(at.start + 8);
     const std::uint32_t captured = from.snapLen == 0 ? original : std::min(original, from.snapLen);
     if (const std::uint32_t largest = LargestLength(from.snapLen, from.linkType);
@@ -353,7 +366,7 @@ std::string PcapNgFramer::ReadSimplePacket(const BlockAt& at, RecordBlock& block
     // No time of its own: that of the record before it.
     const std::int64_t time = m_LastTime;
     CountRecord(block, bytes, at.position + at.length, time);
-    if (Admit(block, from.linkType)) {
+    if (Admit(block, LinkType::Canonical(from.linkType))) {
         block.AddSimplePacketBlock(at.position, time, captured, original, NumberInBlock(block, 0));
         m_HasGrownBeside = true;
     }

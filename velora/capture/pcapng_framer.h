@@ -28,17 +28,22 @@ class PcapNgFramer final : public Framer {
 
  private:
     // Interfaces of a section that stand one behind the other with equal descriptions: a file may
-    // describe thousands of them that no packet names.
+    // describe thousands of them that no packet names. Small, since they may differ as well.
     struct InterfaceRun {
-        std::uint32_t first = 0;  // number in the section of the first of them
-        Interface description;    // of that one
+        std::uint64_t descriptionHash = 0;
+        std::int64_t offset = 0;  // of times, seconds
+        std::uint32_t snapLen = 0;
+        std::uint16_t linkType = 0;
+        std::uint16_t first = 0;    // number in the section of the first of them
+        std::uint16_t ordinal = 0;  // of that one
         std::uint8_t resolution = 0;
-        std::int64_t offset = 0;  // seconds
+        std::uint8_t fcsLength = kNoFcsLength;
 
         [[nodiscard]] std::int64_t TimeOf(std::uint64_t ticks) const {
             return TickTime::Of(resolution).Nanoseconds(ticks, offset);
         }
     };
+    static constexpr std::uint8_t kNoFcsLength = 0xFF;
 
     // One block in the hands of the framer.
     struct BlockAt {
@@ -78,8 +83,11 @@ class PcapNgFramer final : public Framer {
 
     // Of the section's interface of that number, which was described.
     [[nodiscard]] const InterfaceRun& RunOf(std::uint32_t interface) const;
+    // The interface itself, which is one of that run.
+    [[nodiscard]] Interface InterfaceOf(const InterfaceRun& run, std::uint32_t interface) const;
     // Its number among the interfaces of the block.
     [[nodiscard]] std::uint32_t NumberInBlock(RecordBlock& block, std::uint32_t interface);
+    [[nodiscard]] bool CountEqualOnes(InterfaceRun& added) const;
     void AddDescription(RecordBlock& block, const Interface& description);
     void NoteTraits(const Interface& description);
     // Whether the record counts for the output, else it is left out.

@@ -14,10 +14,9 @@ std::vector<Problem> ProblemsOf(const output::SourceCounts& counts,
                                 const capture::CaptureTraits& traits,
                                 const output::OutputForm& form) {
     std::vector<Problem> problems;
-    const auto add = [&problems](ProblemKind kind, std::uint64_t count, const std::string& what,
-                                 const char* noun = "record") {
+    const auto add = [&problems](ProblemKind kind, std::uint64_t count, const std::string& what) {
         if (count > 0) {
-            problems.push_back({kind, utils::CountText(count, noun) + " " + what, count, 0});
+            problems.push_back({kind, utils::CountText(count, "record") + " " + what, count, 0});
         }
     };
     const auto note = [&problems](bool isSo, const char* text) {
@@ -37,9 +36,10 @@ std::vector<Problem> ProblemsOf(const output::SourceCounts& counts,
     add(ProblemKind::kTimeChanged, counts.roundedDown,
         "with times finer than the output's microseconds: rounded down");
     add(ProblemKind::kNote, counts.duplicates, "dropped: equal to records written before");
-    add(ProblemKind::kNote, counts.interfacesNotDescribed,
-        "described in the output only where a packet names them", "interface");
     note(counts.hasExtras, "names, secrets or comments in it are not taken over");
+    note(counts.lacksInterfaces,
+         "more interfaces than a section of the output holds: those that no packet names may be "
+         "missing");
     note(traits.tellsFcsLength && !form.IsPcapNg() &&
              (form.fcsBits == 0 || form.fcsBits != traits.fcsBits),
          "the output does not tell how long its frame check sequences are");

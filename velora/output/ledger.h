@@ -40,10 +40,10 @@ struct SourceCounts {
     std::uint64_t beforeEpoch = 0;
     std::uint64_t beyondEnd = 0;
     std::uint64_t roundedDown = 0;
-    std::uint64_t copies = 0;                  // of a squish
-    std::uint64_t duplicates = 0;              // of records that had been written already
-    std::uint64_t interfacesNotDescribed = 0;  // in the output, since no packet names them
-    bool hasExtras = false;                    // names, secrets or comments, not taken over
+    std::uint64_t copies = 0;      // of a squish
+    std::uint64_t duplicates = 0;  // of records that had been written already
+    bool lacksInterfaces = false;  // some that no packet names may not be described in the output
+    bool hasExtras = false;        // names, secrets or comments, not taken over
     // Of the records that were asked for, as captured.
     std::optional<std::int64_t> earliest;
     std::optional<std::int64_t> latest;

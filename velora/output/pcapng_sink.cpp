@@ -80,7 +80,7 @@ bool PcapNgSink::Put(const CarriedBlock& carried) {
             }
             if (m_Section > 1 || m_Numbers.size() == kMostInterfaces) {
                 // Those that a packet names are described with it.
-                m_Ledger.Of(carried.source).interfacesNotDescribed += left;
+                m_Ledger.Of(carried.source).lacksInterfaces = true;
                 break;
             }
             Describe(carried.source, interface);
