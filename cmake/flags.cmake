@@ -35,8 +35,9 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 target_link_options(velora_flags INTERFACE -Wl,-z,relro -Wl,-z,now)
 
 # Makes one static library of the product: velora_library(name sources... [INTERNAL headers...]).
-# Every header among the sources is public: it is installed under its folder's name, and
-# cmake/install.cmake takes the library up by itself. Those behind INTERNAL are the library's own.
+# Every header among the sources is public: it is installed by its path in this tree, and
+# cmake/install.cmake takes the library up by itself. Those behind INTERNAL are the library's own, and
+# no public header includes them.
 # Headers alone make an INTERFACE library.
 function(velora_library name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "INTERNAL")
