@@ -17,9 +17,10 @@ enum class ProblemKind : std::uint8_t {
     kLeftOut,        // records that do not fit the output were left out
     kOutOfPlace,     // records stand in the output behind later ones
     kTimeChanged,    // records have another time in the output than in the input
+    kChanged,        // the file was not the same from its opening to its end
     kNote,           // nothing is missing; worth knowing all the same
 };
-inline constexpr std::uint8_t kProblemKinds = 8;
+inline constexpr std::uint8_t kProblemKinds = 9;
 
 // One thing that happened to one input or output. Numbers that `text` names stand beside it for
 // programs.

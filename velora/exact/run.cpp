@@ -432,6 +432,13 @@ void ExactRun::TellTallies() {
             Tell(input, problem);
         }
     }
+    for (std::size_t opened = 0; opened < m_Opened.size(); ++opened) {
+        if (m_Ahead->IsCapture(opened)) {
+            if (const std::optional<Problem> change = m_Ahead->Change(opened)) {
+                Tell(m_Opened[opened], *change);
+            }
+        }
+    }
     if (m_Report.status == Status::kComplete && m_IsDoubtful) {
         m_Report.status = Status::kIncomplete;
     }

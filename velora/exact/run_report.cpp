@@ -33,6 +33,8 @@ const char* NameOf(capture::ProblemKind kind) {
             return "out-of-place";
         case ProblemKind::kTimeChanged:
             return "time-changed";
+        case ProblemKind::kChanged:
+            return "changed";
         case ProblemKind::kNote:
             return "note";
     }

@@ -66,6 +66,7 @@ const char* KindOf(const Problem& problem) {
         case ProblemKind::kNoCapture:
         case ProblemKind::kDamage:
         case ProblemKind::kWrongChecksum:
+        case ProblemKind::kChanged:
             return "bad";
         case ProblemKind::kLeftOut:
         case ProblemKind::kOutOfPlace:
