@@ -204,6 +204,7 @@ std::optional<Problem> BlockReader::ProblemOfEnd(codec::ByteStream::State state)
                 // The decoder knows its place: what it has given out is right.
                 problem = DescribeAt(kind, m_Stream.GivenBytes(), fault.reason);
             }
+            problem.refusal = fault.refusal;
             return problem;
         }
     }

@@ -17,7 +17,11 @@ namespace {
 using Outcome = std::variant<InputFile, Problem>;
 
 Problem CannotOpen(int error) {
-    return {ProblemKind::kCannotRead, "cannot be opened: " + MiscUtils::ErrnoText(error).text, 0, 0,
+    return {ProblemKind::kCannotRead,
+            "cannot be opened: " + MiscUtils::ErrnoText(error).text,
+            0,
+            0,
+            codec::Refusal::kNone,
             error};
 }
 

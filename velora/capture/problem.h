@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <string>
 
+#include "velora/codec/stream_fault.h"
+
 namespace velora::capture {
 
 // What kind of thing happened; all but a note make a run incomplete.
@@ -31,6 +33,7 @@ struct Problem {
                                 // kLeftOut, kOutOfPlace, kTimeChanged: those that it happened to
     // kDamage, kWrongChecksum, kCannotRead: the byte of the decompressed capture.
     std::uint64_t offset = 0;
+    codec::Refusal refusal = codec::Refusal::kNone;  // what is well made, but not read here
     int error = 0;  // kCannotRead: the errno value of a path that cannot be opened, else 0
 };
 
