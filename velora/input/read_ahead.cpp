@@ -26,6 +26,12 @@ ssize_t ReadWithoutWaiting(int fd, std::uint8_t* place, std::size_t size) {
     return capture::ReadSome(fd, place, size);  // it knows of no such reading
 }
 
+// At most one task of an input is under way.
+std::size_t ThreadsFor(std::size_t inputs) {
+    const std::size_t cores = std::max(1U, std::thread::hardware_concurrency());
+    return std::clamp<std::size_t>(inputs, 1, cores);
+}
+
 }  // namespace
 
 BlockPlan BlockPlan::For(std::size_t inputs) {
@@ -244,8 +250,7 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
 ReadAhead::ReadAhead(std::vector<capture::InputFile> inputs, const BlockPlan& plan,
                      const capture::BlockReader::Options& options,
                      std::atomic<std::uint64_t>& bytesRead)
-    : m_BytesRead(bytesRead),
-      m_Pool(std::make_unique<WorkerPool>(std::max(1U, std::thread::hardware_concurrency()))) {
+    : m_BytesRead(bytesRead), m_Pool(std::make_unique<WorkerPool>(ThreadsFor(inputs.size()))) {
     capture::BlockReader::Options planned = options;
     planned.blockSize = plan.blockSize;
     std::size_t pipes = 0;
