@@ -13,7 +13,8 @@ namespace {
 
 constexpr std::size_t kFirstRaw = 4096;  // enough to tell what it is
 // How far the libraries come with a damaged or cut member depends on the ends of what they are
-// given. So they get it by pieces of one size, counted from the member's start, however it arrives.
+// given. So they get it by pieces of one size, counted from the member's start, however it arrives,
+// and those that come equally far in any case get all whole pieces at once.
 constexpr std::size_t kPiece = 4096;
 
 std::unique_ptr<Decoder> MakeDecoder(Compression compression) {
@@ -129,6 +130,9 @@ bool ByteStream::GoOnInMember(std::span<std::uint8_t> out, std::size_t& given) {
             return false;
         }
         m_LeftOfPiece = std::min(Held().size(), kPiece);
+        if (m_Decoder->IsExact()) {
+            m_LeftOfPiece = std::max(m_LeftOfPiece, Held().size() / kPiece * kPiece);
+        }
     }
     const auto in = Held().first(m_LeftOfPiece);
     Decoder::Step step = m_Decoder->Decode(in, out);

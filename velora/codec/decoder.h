@@ -41,6 +41,10 @@ class Decoder {
     [[nodiscard]] virtual Step Decode(std::span<const std::uint8_t> in,
                                       std::span<std::uint8_t> out) = 0;
 
+    // What it gives in front of damage does not depend on how the bytes are cut into pieces, so it
+    // may have many at once.
+    [[nodiscard]] virtual bool IsExact() const { return false; }
+
     // Makes ready for another member.
     virtual void Reset() = 0;
 };
