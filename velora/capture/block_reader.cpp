@@ -47,7 +47,9 @@ std::string NoCapture(std::span<const std::uint8_t> bytes, codec::Compression co
 }  // namespace
 
 BlockReader::BlockReader(const Options& options)
-    : m_Options(options), m_Stream(RawCapacity(options.blockSize)) {}
+    : m_Options(options), m_Stream(RawCapacity(options.blockSize)) {
+    m_Options.blockSize = std::min(m_Options.blockSize, Options::kMostBlockSize);
+}
 
 BlockReader::~BlockReader() = default;
 
