@@ -15,6 +15,7 @@
 
 #include <unistd.h>
 
+#include "app/advice.h"
 #include "app/exact_options.h"
 #include "app/input_list.h"
 #include "app/process_setup.h"
@@ -140,7 +141,8 @@ class Teller final : public velora::exact::RunListener {
 
     void OnInput(std::size_t input, const Problem& problem) override {
         if (problem.kind != ProblemKind::kNote || !m_IsQuiet) {
-            m_Line.Tell("seamtool: " + ShownInput(input) + ": " + problem.text);
+            m_Line.Tell("seamtool: " + ShownInput(input) + ": " + problem.text +
+                        AdviceFor(problem));
         }
     }
 

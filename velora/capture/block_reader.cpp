@@ -47,7 +47,9 @@ std::string NoCapture(std::span<const std::uint8_t> bytes, codec::Compression co
 }  // namespace
 
 BlockReader::BlockReader(const Options& options)
-    : m_Options(options), m_Stream(RawCapacity(options.blockSize)) {}
+    : m_Options(options), m_Stream(RawCapacity(options.blockSize)) {
+    m_Options.blockSize = std::min(m_Options.blockSize, Options::kMostBlockSize);
+}
 
 BlockReader::~BlockReader() = default;
 
@@ -206,6 +208,7 @@ std::optional<Problem> BlockReader::ProblemOfEnd(codec::ByteStream::State state)
                 // The decoder knows its place: what it has given out is right.
                 problem = DescribeAt(kind, m_Stream.GivenBytes(), fault.reason);
             }
+            problem.refusal = fault.refusal;
             return problem;
         }
     }

@@ -27,7 +27,10 @@ class BlockReader {
  public:
     // How to read; the same for all inputs of a run.
     struct Options {
-        std::size_t blockSize = std::size_t{1} << 20U;  // bytes; at least 64
+        // More counts as this: places in a block are numbers of 32 bits.
+        static constexpr std::size_t kMostBlockSize = std::size_t{1} << 30U;
+
+        std::size_t blockSize = std::size_t{1} << 20U;  // bytes; 64 to kMostBlockSize
         // Takes the records of a block by time where they do not stand so.
         bool ordersBlocks = false;
         // Records of other link types than the first are not left out.

@@ -1,7 +1,7 @@
 #include "velora/capture/input_file.h"
 
+#include <algorithm>
 #include <cerrno>
-#include <optional>
 #include <utility>
 
 #include <fcntl.h>
@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include "velora/utils/errno_text.h"
+#include "velora/utils/plain_words.h"
 
 namespace velora::capture {
 namespace {
@@ -16,7 +17,11 @@ namespace {
 using Outcome = std::variant<InputFile, Problem>;
 
 Problem CannotOpen(int error) {
-    return {ProblemKind::kCannotRead, "cannot be opened: " + MiscUtils::ErrnoText(error).text, 0, 0,
+    return {ProblemKind::kCannotRead,
+            "cannot be opened: " + MiscUtils::ErrnoText(error).text,
+            0,
+            0,
+            codec::Refusal::kNone,
             error};
 }
 
@@ -38,11 +43,13 @@ Outcome Accept(MiscUtils::UniqueFd fd) {
         return std::move(*fault);
     }
     if (!S_ISREG(status.st_mode)) {
-        return InputFile{std::move(fd), false, 0};
+        return InputFile{std::move(fd), false};
     }
     // A hint for files that are not in memory yet; a refusal changes nothing.
     static_cast<void>(posix_fadvise(fd.Get(), 0, 0, POSIX_FADV_SEQUENTIAL));
-    return InputFile{std::move(fd), true, static_cast<std::uint64_t>(status.st_size)};
+    const off_t begin = std::clamp<off_t>(lseek(fd.Get(), 0, SEEK_CUR), 0, status.st_size);
+    return InputFile{std::move(fd), true, static_cast<std::uint64_t>(begin),
+                     static_cast<std::uint64_t>(status.st_size - begin), status.st_mtim};
 }
 
 }  // namespace
@@ -69,6 +76,32 @@ Outcome OpenStandardInput() {
         return CannotOpen(errno);
     }
     return Accept(std::move(fd));
+}
+
+std::optional<Problem> FileChange::AsProblem() const {
+    if (isOther) {
+        return Problem{ProblemKind::kChanged, "it changed during the run"};
+    }
+    if (lateBytes > 0) {
+        return Problem{
+            ProblemKind::kNote,
+            "it grew during the run: " + utils::CountText(lateBytes, "byte") + " came too late"};
+    }
+    return std::nullopt;
+}
+
+FileChange ChangeOf(const InputFile& file, bool isCutShort) noexcept {
+    struct stat status {};
+    if (isCutShort || fstat(file.fd.Get(), &status) != 0) {
+        return {true};
+    }
+    const auto size = static_cast<std::uint64_t>(status.st_size);
+    const std::uint64_t before = file.begin + file.size;
+    if (size > before) {
+        return {false, file.size > 0 ? size - before : 0};
+    }
+    return {size != before || status.st_mtim.tv_sec != file.modified.tv_sec ||
+            status.st_mtim.tv_nsec != file.modified.tv_nsec};
 }
 
 ssize_t ReadSome(int fd, std::uint8_t* place, std::size_t size) {

@@ -1,12 +1,15 @@
-// InputFile: something that a capture can be read from, opened.
+// InputFile: something that a capture can be read from, opened, and what became of a regular file
+// while it was read.
 
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <variant>
 
 #include <sys/types.h>
+#include <time.h>
 
 #include "velora/capture/problem.h"
 #include "velora/utils/scope_guards.h"
@@ -16,7 +19,20 @@ namespace velora::capture {
 struct InputFile {
     MiscUtils::UniqueFd fd;  // open for reading
     bool isRegular = false;  // else a FIFO, a character device, or what standard input may be
-    std::uint64_t size = 0;  // bytes on disk; 0 when it is not regular
+
+    // Of a regular file, when it was opened; else 0.
+    std::uint64_t begin = 0;  // where the reading begins: behind what standard input has given
+    std::uint64_t size = 0;   // bytes on disk from there on
+    timespec modified{};      // the time of its last change
+};
+
+// What a regular file is at the end of its reading, beside what it was when it was opened.
+struct FileChange {
+    bool isOther = false;         // shorter, or of the same size but written to
+    std::uint64_t lateBytes = 0;  // else: those by which it is longer, which were not read
+
+    // As a problem, or a note; nothing where nothing has changed.
+    [[nodiscard]] std::optional<Problem> AsProblem() const;
 };
 
 // Opens regular files, FIFOs and character devices for reading; a FIFO without waiting for its
@@ -26,6 +42,10 @@ struct InputFile {
 
 // Standard input, by a descriptor of its own. A regular file is read from where it stands.
 [[nodiscard]] std::variant<InputFile, Problem> OpenStandardInput();
+
+// To be asked before the descriptor is closed. `isCutShort`: it ended before `size` bytes. A file
+// that cannot be looked at any more counts as another.
+[[nodiscard]] FileChange ChangeOf(const InputFile& file, bool isCutShort) noexcept;
 
 // One read into `place`, tried again when a signal interrupts it. The number of bytes, 0 at the
 // end, or minus the errno value.

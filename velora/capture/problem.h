@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <string>
 
+#include "velora/codec/stream_fault.h"
+
 namespace velora::capture {
 
 // What kind of thing happened; all but a note make a run incomplete.
@@ -17,9 +19,11 @@ enum class ProblemKind : std::uint8_t {
     kLeftOut,        // records that do not fit the output were left out
     kOutOfPlace,     // records stand in the output behind later ones
     kTimeChanged,    // records have another time in the output than in the input
+    kChanged,        // the file was not the same from its opening to its end
+    kMayRepeat,      // records may equal earlier ones, which should have been dropped
     kNote,           // nothing is missing; worth knowing all the same
 };
-inline constexpr std::uint8_t kProblemKinds = 8;
+inline constexpr std::uint8_t kProblemKinds = 10;
 
 // One thing that happened to one input or output. Numbers that `text` names stand beside it for
 // programs.
@@ -30,6 +34,7 @@ struct Problem {
                                 // kLeftOut, kOutOfPlace, kTimeChanged: those that it happened to
     // kDamage, kWrongChecksum, kCannotRead: the byte of the decompressed capture.
     std::uint64_t offset = 0;
+    codec::Refusal refusal = codec::Refusal::kNone;  // what is well made, but not read here
     int error = 0;  // kCannotRead: the errno value of a path that cannot be opened, else 0
 };
 

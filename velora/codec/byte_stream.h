@@ -28,11 +28,14 @@
 #include <cstdint>
 #include <memory>
 #include <span>
-#include <string>
+#include <vector>
 
 #include "velora/codec/compression.h"
+#include "velora/codec/stream_fault.h"
 
 namespace velora::codec {
+
+class Decoder;
 
 class ByteStream {
  public:
@@ -51,18 +54,7 @@ class ByteStream {
     };
 
     // Why a stream is broken.
-    struct Fault {
-        // What can go wrong.
-        enum class Kind : std::uint8_t {
-            kReadFailed,     // the owner said so, or the decoder got no memory
-            kCut,            // the raw bytes end inside a member
-            kDamaged,        // the decoder refuses them, or they are no further member
-            kWrongChecksum,  // all was given, but is not what the checksum was made of
-            kRefused,        // of a kind that is not read here; the reason names what reads it
-        };
-        Kind kind = Kind::kDamaged;  // for programs
-        std::string reason;          // "the gzip stream ends in its middle", "invalid block type"
-    };
+    using Fault = StreamFault;
 
     // `rawCapacity` bytes, at least 4096, are held of a compressed file, and to begin with of any.
     explicit ByteStream(std::size_t rawCapacity);
@@ -79,26 +71,74 @@ class ByteStream {
     // room at that Read: bytes of a capture that is not compressed go straight there. Exactly one
     // of the three below follows, then Read with the same `out`, which counts what went there.
     [[nodiscard]] std::span<std::uint8_t> Wanted(std::span<std::uint8_t> out);
-    void Arrived(std::size_t count) noexcept;  // 1 to the size of what was wanted
-    void Ended() noexcept;                     // no further raw byte
-    void Failed(int error) noexcept;           // an errno value
+    void Arrived(std::size_t count) noexcept;     // 1 to the size of what was wanted
+    void Ended() noexcept { m_HasEnded = true; }  // no further raw byte
+    void Failed(int error) noexcept;              // an errno value
 
     // Known as soon as a byte has been given, or the stream is at its end or broken. A file of
     // nothing but skippable frames counts as zstd.
-    [[nodiscard]] Compression GetCompression() const;
+    [[nodiscard]] Compression GetCompression() const { return m_Compression; }
 
     // So far: bytes given out, and how many of them stand before the last checksum that was found
     // right (or end of a member without one). What stands behind is doubtful when the next checksum
     // is wrong. Without compression nothing is.
-    [[nodiscard]] std::uint64_t GivenBytes() const;
-    [[nodiscard]] std::uint64_t VerifiedBytes() const;
+    [[nodiscard]] std::uint64_t GivenBytes() const { return m_GivenBytes; }
+    [[nodiscard]] std::uint64_t VerifiedBytes() const { return m_VerifiedBytes; }
 
     // After kBroken.
-    [[nodiscard]] const Fault& GetFault() const;
+    [[nodiscard]] const Fault& GetFault() const { return m_Fault; }
 
  private:
-    class Impl;
-    std::unique_ptr<Impl> m_Impl;
+    enum class Place : std::uint8_t {
+        kFileStart,  // of which too little is there to tell what it is
+        kPlain,
+        kMember,
+        kSkippable,
+        kBetween,  // behind a member or a skippable frame
+        kEnd,
+        kBroken,
+    };
+
+    // These go on in their place. False: not without further raw bytes.
+    bool GoOn(std::span<std::uint8_t> out, std::size_t& given);
+    bool BeginMember();
+    bool GoOnPlain(std::span<std::uint8_t> out, std::size_t& given);
+    bool GoOnInMember(std::span<std::uint8_t> out, std::size_t& given);
+    bool GoOnInSkippable();
+
+    void BeginSkippable();
+    void MeetEnd();  // there are no further raw bytes
+
+    void BreakBehindMember();
+    void Break(Fault fault);
+    void Release();
+    [[nodiscard]] Compression Members() const {
+        return m_HasMember ? m_Compression : Compression::kNone;
+    }
+    [[nodiscard]] std::span<const std::uint8_t> Held() const {
+        return std::span(m_Raw).subspan(m_HeldBegin, m_HeldEnd - m_HeldBegin);
+    }
+
+    std::size_t m_RawCapacity;
+    std::vector<std::uint8_t> m_Raw;
+    std::size_t m_HeldBegin = 0;  // in m_Raw: what arrived and was not used
+    std::size_t m_HeldEnd = 0;
+    bool m_IsDirect = false;   // the bytes last wanted go to where the next Read's `out` begins
+    std::size_t m_Direct = 0;  // how many arrived there
+    bool m_HasEnded = false;
+    int m_ReadError = 0;  // that ended it, if any did
+
+    Place m_Place = Place::kFileStart;
+    Compression m_Compression = Compression::kNone;
+    bool m_HasMember = false;  // one was met that is no skippable frame
+    std::unique_ptr<Decoder> m_Decoder;
+    std::size_t m_LeftOfPiece = 0;   // not taken yet; 0: the next piece has not begun
+    bool m_MayHold = false;          // the decoder filled its room
+    std::uint64_t m_LeftToSkip = 0;  // of a skippable frame
+
+    std::uint64_t m_GivenBytes = 0;
+    std::uint64_t m_VerifiedBytes = 0;
+    Fault m_Fault;
 };
 
 }  // namespace velora::codec

@@ -131,8 +131,15 @@ class ZstdSink final : public CompressedSink {
                   bool isLast) override {
         ZSTD_inBuffer in{.src = input.data(), .size = input.size(), .pos = 0};
         ZSTD_outBuffer out{.dst = output.data(), .size = output.size(), .pos = 0};
-        const std::size_t left =
-            ZSTD_compressStream2(m_Context.get(), &out, &in, isLast ? ZSTD_e_end : ZSTD_e_continue);
+        const ZSTD_EndDirective how = isLast ? ZSTD_e_end : ZSTD_e_continue;
+        std::size_t left = ZSTD_compressStream2(m_Context.get(), &out, &in, how);
+        if (!m_HasBegun && ZSTD_isError(left) != 0) {
+            // There are no threads to be had, or no memory for as many.
+            ZSTD_CCtx_reset(m_Context.get(), ZSTD_reset_session_only);
+            Set(ZSTD_c_nbWorkers, 0);
+            left = ZSTD_compressStream2(m_Context.get(), &out, &in, how);
+        }
+        m_HasBegun = true;
         if (ZSTD_isError(left) != 0) {
             Fail(ZSTD_getErrorName(left));
         }
@@ -145,6 +152,7 @@ class ZstdSink final : public CompressedSink {
         void operator()(ZSTD_CCtx* context) const { ZSTD_freeCCtx(context); }
     };
     std::unique_ptr<ZSTD_CCtx, FreeContext> m_Context;
+    bool m_HasBegun = false;
 };
 
 }  // namespace

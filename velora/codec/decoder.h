@@ -14,8 +14,8 @@
 #include <span>
 #include <string>
 
-#include "velora/codec/byte_stream.h"
 #include "velora/codec/compression.h"
+#include "velora/codec/stream_fault.h"
 
 namespace velora::codec {
 
@@ -23,10 +23,10 @@ class Decoder {
  public:
     // At most one of the last two. Nothing but Reset follows either.
     struct Step {
-        std::size_t taken = 0;     // bytes of `in`, from its start
-        std::size_t given = 0;     // bytes of `out`, from its start, whatever else happened
-        bool isMemberEnd = false;  // the member is over, and its checksum was right
-        std::optional<ByteStream::Fault> fault;  // what is wrong with it
+        std::size_t taken = 0;             // bytes of `in`, from its start
+        std::size_t given = 0;             // bytes of `out`, from its start, whatever else happened
+        bool isMemberEnd = false;          // the member is over, and its checksum was right
+        std::optional<StreamFault> fault;  // what is wrong with it
     };
 
     Decoder() = default;
@@ -41,6 +41,10 @@ class Decoder {
     [[nodiscard]] virtual Step Decode(std::span<const std::uint8_t> in,
                                       std::span<std::uint8_t> out) = 0;
 
+    // What it gives in front of damage does not depend on how the bytes are cut into pieces, so it
+    // may have many at once.
+    [[nodiscard]] virtual bool IsExact() const { return false; }
+
     // Makes ready for another member.
     virtual void Reset() = 0;
 };
@@ -53,23 +57,20 @@ class Decoder {
 [[nodiscard]] std::unique_ptr<Decoder> MakeLz4Decoder();
 
 // The faults that all of them know. `word` is what the library says.
-[[nodiscard]] inline ByteStream::Fault BadData(Compression compression, const std::string& word) {
-    return {ByteStream::Fault::Kind::kDamaged,
+[[nodiscard]] inline StreamFault BadData(Compression compression, const std::string& word) {
+    return {StreamFault::Kind::kDamaged,
             std::string("bad ") + NameOf(compression) + " data: " + word};
 }
-[[nodiscard]] inline ByteStream::Fault WrongChecksum(Compression compression) {
-    return {ByteStream::Fault::Kind::kWrongChecksum,
+[[nodiscard]] inline StreamFault WrongChecksum(Compression compression) {
+    return {StreamFault::Kind::kWrongChecksum,
             std::string("wrong ") + NameOf(compression) + " checksum"};
 }
-[[nodiscard]] inline ByteStream::Fault NoMemory(Compression compression) {
-    return {ByteStream::Fault::Kind::kReadFailed,
+[[nodiscard]] inline StreamFault NoMemory(Compression compression) {
+    return {StreamFault::Kind::kReadFailed,
             std::string("no memory for the ") + NameOf(compression) + " decoder"};
 }
-// `command` writes the file's decompressed bytes to its standard output.
-[[nodiscard]] inline ByteStream::Fault Refused(const std::string& what,
-                                               const std::string& command) {
-    return {ByteStream::Fault::Kind::kRefused,
-            what + ": '" + command + " | seamtool --exact - ...' reads it"};
+[[nodiscard]] inline StreamFault Refused(Refusal refusal, const std::string& reason) {
+    return {StreamFault::Kind::kRefused, reason, refusal};
 }
 
 }  // namespace velora::codec

@@ -45,6 +45,8 @@ class GzipDecoder final : public Decoder {
         m_State->crc_flag = ISAL_GZIP_NO_HDR_VER;
     }
 
+    bool IsExact() const override { return true; }
+
     Step Decode(std::span<const std::uint8_t> in, std::span<std::uint8_t> out) override {
         Step step;
         const std::size_t header = m_Header.Take(in);  // 0 bytes, once it is whole
@@ -73,6 +75,8 @@ class GzipDecoder final : public Decoder {
             InflateOnce(in, out, step);
             return;
         }
+        // Tables and the bytes that distances reach back to: tens of KiB, which is why a call gets
+        // as much as there is.
         inflate_state before;
         const std::size_t used = offsetof(inflate_state, tmp_out_buffer) +
                                  static_cast<std::size_t>(m_State->tmp_out_valid);

@@ -136,7 +136,7 @@ class Lz4Decoder final : public Decoder {
     [[nodiscard]] bool Has(std::uint32_t flag) const { return (m_Flags & flag) != 0; }
 
     // The library has codes for its errors, but only their names are for everybody.
-    [[nodiscard]] ByteStream::Fault FaultFor(std::size_t result) const {
+    [[nodiscard]] StreamFault FaultFor(std::size_t result) const {
         std::string_view word = LZ4F_getErrorName(result);
         if (word == "ERROR_contentChecksum_invalid" || m_Part == Part::kBlockChecksum) {
             return WrongChecksum(Compression::kLz4);

@@ -44,7 +44,8 @@ class XzDecoder final : public Decoder {
                 step.isMemberEnd = true;
                 break;
             case LZMA_MEMLIMIT_ERROR:
-                step.fault = Refused("its xz dictionary is larger than 128 MiB", "xz -dc FILE");
+                step.fault = Refused(Refusal::kLargeXzDictionary,
+                                     "its xz dictionary is larger than 128 MiB");
                 break;
             case LZMA_MEM_ERROR:
                 step.fault = NoMemory(Compression::kXz);

@@ -78,12 +78,12 @@ class ZstdDecoder final : public Decoder {
         return std::min(size, m_Asked > kBlockHeaderSize ? m_Asked - kBlockHeaderSize : 1);
     }
 
-    static ByteStream::Fault FaultFor(std::size_t result) {
+    static StreamFault FaultFor(std::size_t result) {
         switch (ZSTD_getErrorCode(result)) {
             case ZSTD_error_checksum_wrong:
                 return WrongChecksum(Compression::kZstd);
             case ZSTD_error_frameParameter_windowTooLarge:
-                return Refused("its zstd window is larger than 128 MiB", "zstd -dc --long=31 FILE");
+                return Refused(Refusal::kLargeZstdWindow, "its zstd window is larger than 128 MiB");
             case ZSTD_error_memory_allocation:
                 return NoMemory(Compression::kZstd);
             default:

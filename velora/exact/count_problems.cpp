@@ -36,6 +36,12 @@ std::vector<Problem> ProblemsOf(const output::SourceCounts& counts,
     add(ProblemKind::kTimeChanged, counts.roundedDown,
         "with times finer than the output's microseconds: rounded down");
     add(ProblemKind::kNote, counts.duplicates, "dropped: equal to records written before");
+    if (counts.mayRepeat) {
+        problems.push_back({ProblemKind::kMayRepeat,
+                            "more is to be remembered than there is room for: from some record on, "
+                            "duplicates of long ago may have been kept",
+                            0, 0});
+    }
     note(counts.hasExtras, "names, secrets or comments in it are not taken over");
     note(counts.lacksInterfaces,
          "more interfaces than a section of the output holds: those that no packet names may be "

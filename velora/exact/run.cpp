@@ -140,10 +140,14 @@ void ExactRun::CloseLedger(output::Ledger& ledger) {
 // not say otherwise.
 void ExactRun::TellCounts() noexcept {
     try {
-        for (const std::size_t input : m_Inputs.inputOf) {
+        for (std::uint32_t source = 0; source < m_Inputs.inputOf.size(); ++source) {
+            const std::size_t input = m_Inputs.inputOf[source];
             const InputReport& report = m_Report.inputs[input];
             for (const auto& problem : ProblemsOf(report.tally, report.traits, m_Form)) {
                 m_Findings.AddProblem(input, problem);
+            }
+            if (const auto change = m_Inputs.set->Change(source)) {
+                m_Findings.AddProblem(input, *change);
             }
         }
     } catch (const std::bad_alloc&) {

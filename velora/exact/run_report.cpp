@@ -33,6 +33,10 @@ const char* NameOf(capture::ProblemKind kind) {
             return "out-of-place";
         case ProblemKind::kTimeChanged:
             return "time-changed";
+        case ProblemKind::kChanged:
+            return "changed";
+        case ProblemKind::kMayRepeat:
+            return "may-repeat";
         case ProblemKind::kNote:
             return "note";
     }

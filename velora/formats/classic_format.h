@@ -11,6 +11,8 @@
 
 #include <cstdint>
 
+#include "velora/formats/byte_order.h"
+
 namespace ClassicFormat {
 
 // The magic number as a little-endian machine reads it.
@@ -50,27 +52,19 @@ struct RecordHeader {
 };
 static_assert(sizeof(RecordHeader) == 16);
 
-// The four bytes in reverse order.
-constexpr std::uint32_t Swapped(std::uint32_t value) {
-    return __builtin_bswap32(value);
-}
+using velora::formats::Swapped;
 
 // A header of the other byte order, each field reversed within itself.
 constexpr FileHeader Swapped(const FileHeader& header) {
-    return {Swapped(header.magic),
-            __builtin_bswap16(header.versionMajor),
-            __builtin_bswap16(header.versionMinor),
-            static_cast<std::int32_t>(Swapped(static_cast<std::uint32_t>(header.thisZone))),
-            Swapped(header.sigFigs),
-            Swapped(header.snapLen),
+    return {Swapped(header.magic),    Swapped(header.versionMajor), Swapped(header.versionMinor),
+            Swapped(header.thisZone), Swapped(header.sigFigs),      Swapped(header.snapLen),
             Swapped(header.linkType)};
 }
 
 // The same for the header of a record.
 constexpr RecordHeader Swapped(const RecordHeader& header) {
-    return {static_cast<std::int32_t>(Swapped(static_cast<std::uint32_t>(header.tsSec))),
-            static_cast<std::int32_t>(Swapped(static_cast<std::uint32_t>(header.tsUsec))),
-            Swapped(header.inclLen), Swapped(header.origLen)};
+    return {Swapped(header.tsSec), Swapped(header.tsUsec), Swapped(header.inclLen),
+            Swapped(header.origLen)};
 }
 
 }  // namespace ClassicFormat

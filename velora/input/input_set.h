@@ -20,6 +20,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -53,6 +54,11 @@ class InputSet {
     // As ReadAhead has it: the next block, waiting for it, or null behind the last.
     [[nodiscard]] const capture::RecordBlock* Take(std::uint32_t source);
     void GiveBack(std::uint32_t source) { m_Ahead.GiveBack(m_Sources[source].file); }
+
+    // As ReadAhead has it, once the last block was taken: what happened to the file meanwhile.
+    [[nodiscard]] std::optional<capture::Problem> Change(std::uint32_t source) {
+        return m_Ahead.Change(m_Sources[source].file);
+    }
 
     // The records of each block are to be taken by time.
     [[nodiscard]] bool OrdersBlocks() const { return m_OrdersBlocks; }

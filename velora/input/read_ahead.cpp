@@ -26,6 +26,12 @@ ssize_t ReadWithoutWaiting(int fd, std::uint8_t* place, std::size_t size) {
     return capture::ReadSome(fd, place, size);  // it knows of no such reading
 }
 
+// At most one task of an input is under way.
+std::size_t ThreadsFor(std::size_t inputs) {
+    const std::size_t cores = std::max(1U, std::thread::hardware_concurrency());
+    return std::clamp<std::size_t>(inputs, 1, cores);
+}
+
 }  // namespace
 
 BlockPlan BlockPlan::For(std::size_t inputs) {
@@ -45,6 +51,7 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
         : m_Owner(owner),
           m_File(std::move(file)),
           m_Reader(options),
+          m_Left(m_File.size),
           m_BlockSize(plan.blockSize),
           m_Blocks(plan.blocksPerInput) {}
 
@@ -100,6 +107,11 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
         return &block;
     }
 
+    std::optional<capture::Problem> Change() {
+        const std::lock_guard lock(m_Owner.m_Mutex);
+        return m_Filled == 0 && m_IsOver ? m_Change.AsProblem() : std::nullopt;
+    }
+
     void GiveBack() {
         bool isNeeded = false;
         {
@@ -129,9 +141,25 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
                 m_Owner.m_Pump->Await(m_File.fd.Get(), *this);
                 return;
             }
-            Took(capture::ReadSome(m_File.fd.Get(), m_Wanted.data(), m_Wanted.size()));
+            Took(ReadOnDisk());
         }
         Finish();
+    }
+
+    // What is written behind the end that the file had is not looked at: it may grow for ever. Of
+    // some files (those of /proc) the system says that they are empty.
+    ssize_t ReadOnDisk() {
+        if (m_File.size == 0) {
+            return capture::ReadSome(m_File.fd.Get(), m_Wanted.data(), m_Wanted.size());
+        }
+        const std::size_t most = std::min<std::uint64_t>(m_Wanted.size(), m_Left);
+        if (most == 0) {
+            return 0;
+        }
+        const ssize_t count = capture::ReadSome(m_File.fd.Get(), m_Wanted.data(), most);
+        m_IsCutShort = count == 0;
+        m_Left -= static_cast<std::uint64_t>(std::max<ssize_t>(count, 0));
+        return count;
     }
 
     void Took(ssize_t count) {
@@ -157,6 +185,8 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
             block.isLast |= m_IsExhausted;
             m_IsOver = block.isLast;
             if (m_IsOver) {
+                m_Change = m_File.isRegular ? capture::ChangeOf(m_File, m_IsCutShort)
+                                            : capture::FileChange{};
                 m_File.fd.Reset();
             }
             m_Filled += 1;
@@ -203,6 +233,8 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
     capture::BlockReader m_Reader;
     std::span<std::uint8_t> m_Wanted;
     bool m_IsExhausted = false;
+    std::uint64_t m_Left;       // of a regular file: bytes that it had and that were not read
+    bool m_IsCutShort = false;  // it ended before them
     const std::size_t m_BlockSize;
 
     // Guarded by the owner's mutex.
@@ -210,15 +242,15 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
     std::size_t m_First = 0;  // in the ring
     std::size_t m_Taken = 0;
     std::size_t m_Filled = 0;
-    bool m_IsUnderWay = true;  // a task is queued, running or waiting
-    bool m_IsOver = false;     // the last block is filled
+    bool m_IsUnderWay = true;      // a task is queued, running or waiting
+    bool m_IsOver = false;         // the last block is filled
+    capture::FileChange m_Change;  // known then
 };
 
 ReadAhead::ReadAhead(std::vector<capture::InputFile> inputs, const BlockPlan& plan,
                      const capture::BlockReader::Options& options,
                      std::atomic<std::uint64_t>& bytesRead)
-    : m_BytesRead(bytesRead),
-      m_Pool(std::make_unique<WorkerPool>(std::max(1U, std::thread::hardware_concurrency()))) {
+    : m_BytesRead(bytesRead), m_Pool(std::make_unique<WorkerPool>(ThreadsFor(inputs.size()))) {
     capture::BlockReader::Options planned = options;
     planned.blockSize = plan.blockSize;
     std::size_t pipes = 0;
@@ -248,6 +280,10 @@ capture::RecordBlock* ReadAhead::Take(std::size_t input) {
 
 void ReadAhead::GiveBack(std::size_t input) {
     m_Feeds[input]->GiveBack();
+}
+
+std::optional<capture::Problem> ReadAhead::Change(std::size_t input) {
+    return m_Feeds[input]->Change();
 }
 
 bool ReadAhead::IsCapture(std::size_t input) const {

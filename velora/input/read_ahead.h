@@ -1,10 +1,10 @@
 // ReadAhead: the blocks of many captures, each read a block ahead of need.
 //
-// Regular files are read, and everything is decompressed and looked at, by a pool of workers; what
-// comes from other processes is waited for by one thread, so that any number of stalled pipes keeps
-// nobody else from its bytes. At most one task of an input is under way, so its bytes stay in
-// order. The thread that takes the blocks helps out where it would have to wait for one that nobody
-// has begun with.
+// Regular files are read, as far as they reached when they were opened, and everything is
+// decompressed and looked at, by a pool of workers; what comes from other processes is waited for
+// by one thread, so that any number of stalled pipes keeps nobody else from its bytes. At most one
+// task of an input is under way, so its bytes stay in order. The thread that takes the blocks helps
+// out where it would have to wait for one that nobody has begun with.
 //
 // Example:
 //     ReadAhead ahead(std::move(files), options);
@@ -23,6 +23,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <vector>
 
 #include "velora/capture/block_reader.h"
@@ -64,6 +65,11 @@ class ReadAhead {
     void GiveBack(std::size_t input);
 
     [[nodiscard]] std::size_t Size() const { return m_Feeds.size(); }  // inputs
+
+    // What happened to the file between its opening and the end of its reading: kChanged, or a
+    // note. Known once the last block has been taken; nothing before, and where there is nothing to
+    // say.
+    [[nodiscard]] std::optional<capture::Problem> Change(std::size_t input);
 
     // Settled when the first block of the input has been taken.
     [[nodiscard]] bool IsCapture(std::size_t input) const;

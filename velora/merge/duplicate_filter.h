@@ -23,13 +23,11 @@ class DuplicateFilter final : public output::RecordSink {
     }
     [[nodiscard]] codec::OutputOutcome Finish() override { return m_Next.Finish(); }
 
-    // What passed, as far as it is remembered.
-    [[nodiscard]] const DuplicateWindow& Window() const { return m_Window; }
-
  private:
     DuplicateWindow m_Window;
     output::RecordSink& m_Next;
     output::Ledger& m_Ledger;
+    bool m_HasTold = false;  // that the window had to forget
 };
 
 }  // namespace velora::merge

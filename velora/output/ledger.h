@@ -42,6 +42,7 @@ struct SourceCounts {
     std::uint64_t roundedDown = 0;
     std::uint64_t copies = 0;      // of a squish
     std::uint64_t duplicates = 0;  // of records that had been written already
+    bool mayRepeat = false;  // some of its records may equal earlier ones, which were forgotten
     bool lacksInterfaces = false;  // some that no packet names may not be described in the output
     bool hasExtras = false;        // names, secrets or comments, not taken over
     // Of the records that were asked for, as captured.

@@ -151,7 +151,7 @@ codec::OutputOutcome OutputFile::OpenTemporary() {
     m_Temporary = TemporaryName(directory, m_Name);
     TemporaryName second(directory, m_Name);
     if (!m_Temporary || !second) {
-        return Fail(EMFILE);
+        return Fail(ENOSYS);  // no random bytes
     }
     m_File.Reset(
         openat(directory, m_Temporary.Get(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0600));

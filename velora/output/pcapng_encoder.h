@@ -17,11 +17,13 @@
 #include <string_view>
 #include <vector>
 
-#include "velora/formats/little_endian.h"
+#include "velora/formats/byte_order.h"
 #include "velora/formats/pcapng_format.h"
 #include "velora/output/time_change.h"
 
 namespace velora::output {
+
+using formats::LittleEndian;
 
 class PcapNgEncoder {
  public:

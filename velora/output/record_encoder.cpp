@@ -7,14 +7,15 @@ namespace velora::output {
 RecordEncoder::FileHeader RecordEncoder::EncodeFileHeader(std::uint32_t snapLen,
                                                           std::uint32_t linkTypeField) const {
     const ClassicFormat::FileHeader header{
-        .magic = LittleEndian(m_Unit == Unit::kNanoseconds ? ClassicFormat::kMagicNanoseconds
-                                                           : ClassicFormat::kMagic),
-        .versionMajor = LittleEndian(ClassicFormat::kVersionMajor),
-        .versionMinor = LittleEndian(ClassicFormat::kVersionMinor),
+        .magic =
+            formats::LittleEndian(m_Unit == Unit::kNanoseconds ? ClassicFormat::kMagicNanoseconds
+                                                               : ClassicFormat::kMagic),
+        .versionMajor = formats::LittleEndian(ClassicFormat::kVersionMajor),
+        .versionMinor = formats::LittleEndian(ClassicFormat::kVersionMinor),
         .thisZone = 0,
         .sigFigs = 0,
-        .snapLen = LittleEndian(snapLen),
-        .linkType = LittleEndian(linkTypeField)};
+        .snapLen = formats::LittleEndian(snapLen),
+        .linkType = formats::LittleEndian(linkTypeField)};
     return std::bit_cast<FileHeader>(header);
 }
 

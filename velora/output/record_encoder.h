@@ -11,8 +11,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "velora/formats/byte_order.h"
 #include "velora/formats/classic_format.h"
-#include "velora/formats/little_endian.h"
 #include "velora/output/time_change.h"
 
 namespace velora::output {
@@ -57,9 +57,9 @@ class RecordEncoder {
                 change = TimeChange::kFinerThanUnit;
             }
         }
-        const std::array<std::uint32_t, 4> fields{LittleEndian(seconds), LittleEndian(fraction),
-                                                  LittleEndian(capturedLength),
-                                                  LittleEndian(originalLength)};
+        const std::array<std::uint32_t, 4> fields{
+            formats::LittleEndian(seconds), formats::LittleEndian(fraction),
+            formats::LittleEndian(capturedLength), formats::LittleEndian(originalLength)};
         static_assert(sizeof fields == kHeaderSize);
         std::memcpy(room, fields.data(), sizeof fields);
         return change;

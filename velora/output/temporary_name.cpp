@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -22,19 +23,46 @@ constexpr std::size_t kMostBytes = 128;  // some file systems hold no more than 
 constexpr int kFree = -1;
 constexpr int kBeingWritten = -2;
 
-struct Slot {
+}  // namespace
+
+struct TemporaryName::Slot {
     std::atomic<int> directory{kFree};  // or the descriptor of the directory that has the name
     std::array<char, kMostBytes + 1> name{};
 };
 static_assert(std::atomic<int>::is_always_lock_free, "a handler reads it");
 
-std::array<Slot, TemporaryName::kMostNames> slots;
+// The slots of all names: a chain that only grows, so that a handler can follow it at any moment.
+struct TemporaryName::Chunk {
+    std::array<Slot, 16> slots;
+    std::atomic<Chunk*> next{nullptr};
 
-Slot& SlotAt(int number) {
-    return slots[static_cast<std::size_t>(number)];
-}
+    // A slot of this chunk or one behind it that nobody else has, being written.
+    Slot& Reserve() {
+        for (Chunk* chunk = this;; chunk = &chunk->Next()) {
+            for (Slot& slot : chunk->slots) {
+                int expected = kFree;
+                if (slot.directory.compare_exchange_strong(expected, kBeingWritten)) {
+                    return slot;
+                }
+            }
+        }
+    }
 
-}  // namespace
+ private:
+    Chunk& Next() {
+        if (next.load() == nullptr) {
+            auto made = std::make_unique<Chunk>();
+            Chunk* expected = nullptr;
+            if (next.compare_exchange_strong(expected, made.get())) {
+                static_cast<void>(made.release());  // for ever
+            }
+        }
+        return *next.load();
+    }
+};
+static_assert(std::atomic<void*>::is_always_lock_free, "a handler follows the chain");
+
+constinit TemporaryName::Chunk TemporaryName::m_FirstChunk;
 
 std::string_view BeginningOf(std::string_view name, std::size_t most) {
     if (name.size() <= most) {
@@ -63,38 +91,32 @@ TemporaryName::TemporaryName(int directory, std::string_view name) {
     }
     std::string whole = ".";
     whole.append(BeginningOf(name, kMostBytes - 1 - suffix.size())).append(suffix);
-    for (int at = 0; at < kMostNames && m_Slot < 0; ++at) {
-        Slot& slot = SlotAt(at);
-        int expected = kFree;
-        if (slot.directory.compare_exchange_strong(expected, kBeingWritten)) {
-            *std::copy(whole.begin(), whole.end(), slot.name.begin()) = '\0';
-            slot.directory.store(directory);
-            m_Slot = at;
-        }
-    }
+    m_Slot = &m_FirstChunk.Reserve();
+    *std::copy(whole.begin(), whole.end(), m_Slot->name.begin()) = '\0';
+    m_Slot->directory.store(directory);
 }
 
 TemporaryName::TemporaryName(TemporaryName&& other) noexcept
-    : m_Slot(std::exchange(other.m_Slot, -1)) {}
+    : m_Slot(std::exchange(other.m_Slot, nullptr)) {}
 
 TemporaryName& TemporaryName::operator=(TemporaryName&& other) noexcept {
     if (this != &other) {
         static_cast<void>(Remove());
-        m_Slot = std::exchange(other.m_Slot, -1);
+        m_Slot = std::exchange(other.m_Slot, nullptr);
     }
     return *this;
 }
 
 const char* TemporaryName::Get() const {
-    return SlotAt(m_Slot).name.data();
+    return m_Slot->name.data();
 }
 
 int TemporaryName::Remove() noexcept {
-    if (m_Slot < 0) {
+    if (m_Slot == nullptr) {
         return 0;
     }
     const MiscUtils::ScopedErrno keepErrno;
-    Slot& slot = SlotAt(std::exchange(m_Slot, -1));
+    Slot& slot = *std::exchange(m_Slot, nullptr);
     const int error = unlinkat(slot.directory, slot.name.data(), 0) == 0 ? 0 : errno;
     slot.directory.store(kFree);
     return error == ENOENT ? 0 : error;
@@ -102,10 +124,12 @@ int TemporaryName::Remove() noexcept {
 
 void TemporaryName::RemoveAll() noexcept {
     const MiscUtils::ScopedErrno keepErrno;
-    for (const Slot& slot : slots) {
-        const int directory = slot.directory.load();
-        if (directory >= 0) {
-            static_cast<void>(unlinkat(directory, slot.name.data(), 0));
+    for (const Chunk* chunk = &m_FirstChunk; chunk != nullptr; chunk = chunk->next.load()) {
+        for (const Slot& slot : chunk->slots) {
+            const int directory = slot.directory.load();
+            if (directory >= 0) {
+                static_cast<void>(unlinkat(directory, slot.name.data(), 0));
+            }
         }
     }
 }

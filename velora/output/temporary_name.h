@@ -15,13 +15,11 @@ namespace velora::output {
 
 class TemporaryName {
  public:
-    static constexpr int kMostNames = 8;  // at a time, in a process
-
     // No name.
     TemporaryName() = default;
     // A hidden name beside `name` in the open directory, which outlives this object:
     // ".out.pcap.seamtool-k3vq0x7m2b", never above 128 bytes. Creating the file is the caller's.
-    // There is no name when there are too many, or the system gives no random bytes.
+    // There is no name when the system gives no random bytes. Throws std::bad_alloc.
     TemporaryName(int directory, std::string_view name);
 
     // The name moves; the other object has none from then on.
@@ -32,7 +30,7 @@ class TemporaryName {
     ~TemporaryName() { static_cast<void>(Remove()); }
 
     // There is a name: Get gives it, relative to the directory, until it is removed.
-    explicit operator bool() const { return m_Slot >= 0; }
+    explicit operator bool() const { return m_Slot != nullptr; }
     [[nodiscard]] const char* Get() const;
 
     // Removes the file of that name, if there is one, and ends the name. Gives an errno value, 0
@@ -44,7 +42,12 @@ class TemporaryName {
     static void RemoveAll() noexcept;
 
  private:
-    int m_Slot = -1;
+    struct Slot;
+    struct Chunk;
+
+    static Chunk m_FirstChunk;
+
+    Slot* m_Slot = nullptr;
 };
 
 // The longest beginning of `name` of at most `most` bytes that cuts no UTF-8 character.

@@ -1,13 +1,15 @@
 #include "velora/packet/address_rewrite.h"
 
+#include "velora/formats/byte_order.h"
 #include "velora/packet/checksum_update.h"
 #include "velora/packet/ipv4_place.h"
-#include "velora/packet/network_order.h"
 
 namespace velora::packet {
 
 namespace {
 
+using formats::LoadBig;
+using formats::StoreBig;
 using Bytes = std::span<const std::uint8_t>;
 
 // Offsets in an IPv4 header (RFC 791).
@@ -64,9 +66,9 @@ std::optional<AddressRewrite> AddressRewrite::Plan(std::uint32_t linkType, Bytes
 
 AddressRewrite::AddressRewrite(Bytes captured, std::size_t header)
     : m_Header(header),
-      m_Source(Load32(captured, header + kSource)),
-      m_Destination(Load32(captured, header + kDestination)),
-      m_HeaderSum(Load16(captured, header + kHeaderSum)),
+      m_Source(LoadBig<std::uint32_t>(&captured[header + kSource])),
+      m_Destination(LoadBig<std::uint32_t>(&captured[header + kDestination])),
+      m_HeaderSum(LoadBig<std::uint16_t>(&captured[header + kHeaderSum])),
       m_Transport(FindTransportSum(captured, header)) {}
 
 AddressRewrite::TransportSum AddressRewrite::FindTransportSum(Bytes captured, std::size_t header) {
@@ -78,12 +80,12 @@ AddressRewrite::TransportSum AddressRewrite::FindTransportSum(Bytes captured, st
     }
     const std::size_t headerLength = std::size_t{packet[0] & 0x0FU} * 4;
     const std::size_t at = headerLength + (protocol == kTcp ? kTcpSum : kOtherSum);
-    const std::size_t totalLength = Load16(packet, kTotalLength);
+    const std::size_t totalLength = LoadBig<std::uint16_t>(&packet[kTotalLength]);
     if (at + kSumSize > packet.size() || (totalLength != 0 && at + kSumSize > totalLength) ||
-        (Load16(packet, kFragment) & kFragmentOffsetMask) != 0) {
+        (LoadBig<std::uint16_t>(&packet[kFragment]) & kFragmentOffsetMask) != 0) {
         return {};
     }
-    const std::uint16_t sum = Load16(packet, at);
+    const std::uint16_t sum = LoadBig<std::uint16_t>(&packet[at]);
     if (sum == 0 && isZeroNone) {
         return {};
     }
@@ -95,13 +97,15 @@ void AddressRewrite::Apply(std::uint32_t source, std::uint32_t destination,
                            std::span<std::uint8_t> packet) const {
     const std::uint32_t sourceChange = ChecksumChange(m_Source, source);
     const std::uint32_t bothChange = sourceChange + ChecksumChange(m_Destination, destination);
-    Store32(packet, m_Header + kSource, source);
-    Store32(packet, m_Header + kDestination, destination);
-    Store16(packet, m_Header + kHeaderSum, UpdatedChecksum(m_HeaderSum, bothChange));
+    StoreBig<std::uint32_t>(&packet[m_Header + kSource], source);
+    StoreBig<std::uint32_t>(&packet[m_Header + kDestination], destination);
+    StoreBig<std::uint16_t>(&packet[m_Header + kHeaderSum],
+                            UpdatedChecksum(m_HeaderSum, bothChange));
     if (m_Transport.at != 0) {
         const std::uint16_t sum = UpdatedChecksum(
             m_Transport.captured, m_Transport.coversDestination ? bothChange : sourceChange);
-        Store16(packet, m_Transport.at, sum == 0 && m_Transport.isZeroNone ? 0xFFFF : sum);
+        StoreBig<std::uint16_t>(&packet[m_Transport.at],
+                                sum == 0 && m_Transport.isZeroNone ? 0xFFFF : sum);
     }
 }
 

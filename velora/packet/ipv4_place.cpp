@@ -1,12 +1,13 @@
 #include "velora/packet/ipv4_place.h"
 
+#include "velora/formats/byte_order.h"
 #include "velora/formats/link_types.h"
-#include "velora/packet/network_order.h"
 
 namespace velora::packet {
 
 namespace {
 
+using formats::LoadBig;
 using Bytes = std::span<const std::uint8_t>;
 using Place = std::optional<std::size_t>;
 
@@ -37,7 +38,7 @@ Place BehindTags(Bytes captured, std::uint16_t type, std::size_t payload) {
         if (captured.size() - payload < kVlanTagSize) {
             return std::nullopt;
         }
-        type = Load16(captured, payload + 2);
+        type = LoadBig<std::uint16_t>(&captured[payload + 2]);
         payload += kVlanTagSize;
     }
     return type == kEtherTypeIpv4 ? Place(payload) : std::nullopt;
@@ -47,7 +48,7 @@ Place BehindEthernet(Bytes captured) {
     if (captured.size() < kEthernetSize) {
         return std::nullopt;
     }
-    return BehindTags(captured, Load16(captured, kEthernetType), kEthernetSize);
+    return BehindTags(captured, LoadBig<std::uint16_t>(&captured[kEthernetType]), kEthernetSize);
 }
 
 Place BehindCooked(Bytes captured, std::size_t size, std::size_t typeAt, std::size_t deviceAt) {
@@ -55,18 +56,18 @@ Place BehindCooked(Bytes captured, std::size_t size, std::size_t typeAt, std::si
         return std::nullopt;
     }
     // On these devices the type is none of the EtherTypes: Frame Relay, radiotap, netlink.
-    const std::uint16_t device = Load16(captured, deviceAt);
+    const std::uint16_t device = LoadBig<std::uint16_t>(&captured[deviceAt]);
     if (device == 770 || device == 803 || device == 824) {
         return std::nullopt;
     }
-    return BehindTags(captured, Load16(captured, typeAt), size);
+    return BehindTags(captured, LoadBig<std::uint16_t>(&captured[typeAt]), size);
 }
 
 Place BehindLoopback(Bytes captured) {
     if (captured.size() < kLoopbackSize) {
         return std::nullopt;
     }
-    const std::uint32_t family = Load32(captured, 0);
+    const std::uint32_t family = LoadBig<std::uint32_t>(&captured[0]);
     return family == kFamilyInet || family == kFamilyInetSwapped ? Place(kLoopbackSize)
                                                                  : std::nullopt;
 }

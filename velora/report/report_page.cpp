@@ -66,10 +66,12 @@ const char* KindOf(const Problem& problem) {
         case ProblemKind::kNoCapture:
         case ProblemKind::kDamage:
         case ProblemKind::kWrongChecksum:
+        case ProblemKind::kChanged:
             return "bad";
         case ProblemKind::kLeftOut:
         case ProblemKind::kOutOfPlace:
         case ProblemKind::kTimeChanged:
+        case ProblemKind::kMayRepeat:
             return "warn";
         case ProblemKind::kNote:
             break;
