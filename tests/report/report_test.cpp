@@ -94,6 +94,8 @@ TEST(TimeAxisTest, PutsTicksAtTimesThatPeopleCountBy) {
         {"days", kNoon, 100 * kHour, {"22 Nov", "23 Nov", "24 Nov", "25 Nov"}},
         {"months", kNoon, 24 * 200 * kHour, {"Jan 2027", "Mar 2027", "May 2027"}},
         {"years, from before 1970", -3 * 8766 * kHour, 8 * 8766 * kHour, {"1968", "1970", "1972", "1974"}},
+        {"the lowest times", LLONG_MIN, 5 * kSecond, {"00:12:44", "00:12:45", "00:12:46", "00:12:47", "00:12:48"}},
+        {"the highest times", LLONG_MAX - 4 * kSecond, 4 * kSecond, {"23:47:13", "23:47:14", "23:47:15", "23:47:16"}},
         {"all that 64 bits hold", LLONG_MIN, -1, {"1700", "1800", "1900", "2000", "2100", "2200"}},
     };
     for (const Row& row : rows) {
