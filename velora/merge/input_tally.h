@@ -24,6 +24,7 @@ struct InputTally {
     std::uint64_t recordsWritten = 0;   // without the copies of a squish
     std::uint64_t recordsLeftOut = 0;   // of another link type than the first
     std::uint32_t leftOutLinkType = 0;  // the link type of one of them
+    std::uint64_t recordsOutside = 0;   // of a time that was not asked for
     std::uint64_t stepsBack = 0;        // records earlier than the one before in the file
     std::uint64_t outOfPlace = 0;       // records that stand in the output behind later ones
     std::int64_t largestStep = 0;       // by how many nanoseconds at most
@@ -32,7 +33,7 @@ struct InputTally {
     std::uint64_t beyondEnd = 0;
     std::uint64_t roundedDown = 0;
     std::uint64_t copies = 0;      // of a squish
-    std::uint64_t duplicates = 0;  // records that were dropped for having been written already
+    std::uint64_t duplicates = 0;  // records that are not written, for an equal one was before
     bool hasDropped = false;       // names, secrets or comments were not taken over
     // Of the records that were asked for, as captured.
     std::optional<std::int64_t> earliest;
@@ -43,6 +44,7 @@ struct InputTally {
     void Add(const capture::RecordBlock& block) {
         recordsRead += block.recordsRead;
         recordsLeftOut += block.recordsLeftOut;
+        recordsOutside += block.recordsRead - block.recordsLeftOut - block.Count();
         leftOutLinkType = block.recordsLeftOut > 0 ? block.leftOutLinkType : leftOutLinkType;
         stepsBack += block.stepsBack;
         hasDropped |= block.hasDropped;

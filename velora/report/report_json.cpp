@@ -97,6 +97,7 @@ Json InputOf(const exact::InputName& name, const exact::InputReport& report) {
     input["recordsRead"] = tally.recordsRead;
     input["recordsWritten"] = tally.recordsWritten;
     input["recordsLeftOut"] = tally.recordsLeftOut;
+    input["recordsOutside"] = tally.recordsOutside;
     input["duplicatesDropped"] = tally.duplicates;
     input["copiesWritten"] = tally.copies;
     input["firstTime"] = TimeOf(tally.earliest);
@@ -115,6 +116,7 @@ Json OutputOf(const exact::RunSetting& setting, const exact::RunReport& report) 
     for (const exact::InputReport& input : report.inputs) {
         sum.recordsRead += input.tally.recordsRead;
         sum.recordsLeftOut += input.tally.recordsLeftOut;
+        sum.recordsOutside += input.tally.recordsOutside;
         sum.duplicates += input.tally.duplicates;
         sum.copies += input.tally.copies;
     }
@@ -132,6 +134,7 @@ Json OutputOf(const exact::RunSetting& setting, const exact::RunReport& report) 
     output["recordsRead"] = sum.recordsRead;
     output["recordsWritten"] = isWritten ? report.recordsWritten : 0;
     output["recordsLeftOut"] = sum.recordsLeftOut;
+    output["recordsOutside"] = sum.recordsOutside;
     output["duplicatesDropped"] = sum.duplicates;
     output["copiesWritten"] = isWritten ? sum.copies : 0;
     output["firstTime"] = TimeOf(isWritten ? report.earliest : std::nullopt);
