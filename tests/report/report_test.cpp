@@ -165,18 +165,26 @@ TEST(ReportJsonTest, LosesNothingOfATextThatIsNoUtf8) {
     EXPECT_EQ(document["status"], 252);
 }
 
-TEST(ReportTest, TellsTenProblemsOfAKindAndTheNumberOfTheOthers) {
-    Told told("x");
-    for (int number = 0; number < 11; ++number) {
-        told.run.inputs[0].problems.Add({capture::ProblemKind::kDamage, "again", 0, 0});
-    }
-    told.run.inputs[0].problems.Add({capture::ProblemKind::kNote, "a note", 0, 0});
-    EXPECT_EQ(told.run.inputs[0].problems.Count(), 12U) << "without the note";
-    const nlohmann::json input = nlohmann::json::parse(ReportJson(told.setting, told.run))["inputs"][0];
-    EXPECT_EQ(input["problems"].size(), 11U);
-    EXPECT_EQ(input["moreProblems"], nlohmann::json({{"damage", 2}}));
+TEST(ReportTest, EscapesANameOnceWhereverItStands) {
+    const std::string name = "we\\ird <b>'&\".pcap";
+    const std::string shown = "we\\x5cird &lt;b&gt;&#39;&amp;&quot;.pcap";
+    Told told(name);
+    told.setting.options = {name};
+    exact::InputReport& input = told.run.inputs[0];
+    input.problems.Add({capture::ProblemKind::kNote, "a note", 0, 0});
+    input.problems.Add({capture::ProblemKind::kOutOfPlace, "behind " + name, 0, 0});
+    input.tally.timeline = std::make_unique<merge::InputTimeline>();
+    input.tally.timeline->captured.Add(0);
     const std::string page = ReportPage(told.setting, told.run);
-    EXPECT_NE(page.find("and 2 more of the kind damage"), std::string::npos);
+    for (const std::string& place :
+         {"<h1>" + shown + "</h1>", "<title>" + shown + " ", "<b>" + shown + "</b>", "<li class=\"bad\">" + shown + "<",
+          "title=\"" + shown + "\"", "label=\"" + shown + ": ", "<title>" + shown + "\nbehind " + shown + "\n</title>",
+          "<code>" + shown + "</code>"}) {
+        EXPECT_NE(page.find(place), std::string::npos) << place;
+    }
+    EXPECT_EQ(page.find("x5cx5c"), std::string::npos) << "twice";
+    const nlohmann::json document = nlohmann::json::parse(ReportJson(told.setting, told.run));
+    EXPECT_EQ(document["inputs"][0]["problems"][2]["text"], "behind " + name);
 }
 
 TEST(ReportPageTest, ShowsSixtyInputsAndSaysHowManyItLeavesOut) {

@@ -1,6 +1,7 @@
 #include "velora/report/report_json.h"
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -16,6 +17,7 @@ namespace velora::report {
 namespace {
 
 using Json = nlohmann::ordered_json;
+using merge::InputTally;
 
 constexpr int kReportVersion = 1;
 
@@ -31,9 +33,7 @@ void PutTexts(Json& object, const std::string& name, const std::vector<std::stri
     object[name] = texts;
     if (!std::ranges::all_of(texts, utils::IsUtf8)) {
         Json& bytes = object[name + "Bytes"] = Json::array();
-        for (const std::string& text : texts) {
-            bytes.push_back(MiscUtils::BytesToHex(text));
-        }
+        std::ranges::transform(texts, std::back_inserter(bytes), MiscUtils::BytesToHex);
     }
 }
 
@@ -63,29 +63,15 @@ Json ProblemOf(const capture::Problem& problem) {
     return object;
 }
 
-Json ProblemsOf(const exact::ToldProblems& told) {
+Json ProblemsOf(const exact::ProblemList& problems) {
     Json list = Json::array();
-    for (const capture::Problem& problem : told.Lines()) {
-        list.push_back(ProblemOf(problem));
-    }
+    std::ranges::transform(problems.All(), std::back_inserter(list), ProblemOf);
     return list;
-}
-
-// How many problems of a kind are not in the list.
-Json MoreOf(const exact::ToldProblems& told) {
-    Json more = Json::object();
-    for (std::size_t number = 0; number < exact::ToldProblems::kKinds; ++number) {
-        const auto kind = static_cast<capture::ProblemKind>(number);
-        if (told.More(kind) > 0) {
-            more[exact::NameOf(kind)] = told.More(kind);
-        }
-    }
-    return more;
 }
 
 Json InputOf(const exact::InputName& name, const exact::InputReport& report) {
     const bool isCapture = report.isCapture;
-    const merge::InputTally& tally = report.tally;
+    const InputTally& tally = report.tally;
     Json input = Json::object();
     PutText(input, "path", name.path);
     input["isStandardInput"] = name.isStandardInput;
@@ -106,20 +92,12 @@ Json InputOf(const exact::InputName& name, const exact::InputReport& report) {
     input["outOfPlace"] = tally.outOfPlace;
     input["largestStepSeconds"] = SecondsOf(tally.largestStep);
     input["problems"] = ProblemsOf(report.problems);
-    input["moreProblems"] = MoreOf(report.problems);
+    input["moreProblems"] = Json::object();  // all stand above; a reader may still ask
     return input;
 }
 
 Json OutputOf(const exact::RunSetting& setting, const exact::RunReport& report) {
     const bool isWritten = report.IsWritten();
-    merge::InputTally sum;
-    for (const exact::InputReport& input : report.inputs) {
-        sum.recordsRead += input.tally.recordsRead;
-        sum.recordsLeftOut += input.tally.recordsLeftOut;
-        sum.recordsOutside += input.tally.recordsOutside;
-        sum.duplicates += input.tally.duplicates;
-        sum.copies += input.tally.copies;
-    }
     Json output = Json::object();
     PutText(output, "path", setting.job.output);
     output["isStandardOutput"] = setting.job.output == "-";
@@ -131,12 +109,12 @@ Json OutputOf(const exact::RunSetting& setting, const exact::RunReport& report) 
     output["compression"] = isWritten ? Json(NameOf(report.compression)) : Json(nullptr);
     PutLinkType(output, isWritten ? std::optional(report.linkType) : std::nullopt);
     output["bytesOnDisk"] = isWritten ? Json(report.bytesWritten) : Json(nullptr);
-    output["recordsRead"] = sum.recordsRead;
+    output["recordsRead"] = report.Sum(&InputTally::recordsRead);
     output["recordsWritten"] = isWritten ? report.recordsWritten : 0;
-    output["recordsLeftOut"] = sum.recordsLeftOut;
-    output["recordsOutside"] = sum.recordsOutside;
-    output["duplicatesDropped"] = sum.duplicates;
-    output["copiesWritten"] = isWritten ? sum.copies : 0;
+    output["recordsLeftOut"] = report.Sum(&InputTally::recordsLeftOut);
+    output["recordsOutside"] = report.Sum(&InputTally::recordsOutside);
+    output["duplicatesDropped"] = report.Sum(&InputTally::duplicates);
+    output["copiesWritten"] = isWritten ? report.Sum(&InputTally::copies) : 0;
     output["firstTime"] = TimeOf(isWritten ? report.earliest : std::nullopt);
     output["lastTime"] = TimeOf(isWritten ? report.latest : std::nullopt);
     output["stepsBack"] = isWritten ? report.stepsBack : 0;
