@@ -134,13 +134,13 @@ class Teller final : public velora::exact::RunListener {
     Teller(const ExactJob& job, ProgressLine& line, bool isQuiet)
         : m_Job(job), m_Line(line), m_IsQuiet(isQuiet) {}
 
-    std::string ShownInput(std::size_t input) const override {
-        return ShownText(NameOf(m_Job.inputs[input]));
-    }
+    // As it is: the text that it becomes part of is shown as a whole.
+    std::string ShownInput(std::size_t input) const override { return NameOf(m_Job.inputs[input]); }
 
     void OnInput(std::size_t input, const Problem& problem) override {
         if (problem.kind != ProblemKind::kNote || !m_IsQuiet) {
-            m_Line.Tell("seamtool: " + ShownInput(input) + ": " + problem.text);
+            m_Line.Tell("seamtool: " +
+                        ShownText(NameOf(m_Job.inputs[input]) + ": " + problem.text));
         }
     }
 

@@ -25,7 +25,8 @@ inline constexpr std::uint8_t kProblemKinds = 8;
 // programs.
 struct Problem {
     ProblemKind kind = ProblemKind::kNote;  // for programs
-    std::string text;                       // what happened, without the path, without a line end
+    // What happened, without the path, without a line end. Names in it stand there as they are.
+    std::string text;
     std::uint64_t records = 0;  // kDamage, kWrongChecksum, kCannotRead: those read whole before it;
                                 // kLeftOut, kOutOfPlace, kTimeChanged: those that it happened to
     // kDamage, kWrongChecksum, kCannotRead: the byte of the decompressed capture.

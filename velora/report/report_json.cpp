@@ -21,16 +21,17 @@ using merge::InputTally;
 
 constexpr int kReportVersion = 1;
 
-// Bytes that are no UTF-8 stay wrong in the tree; they are replaced where it is made a text.
+// A text as it is, where JSON can hold it; else all its bytes besides.
 void PutText(Json& object, const std::string& name, const std::string& text) {
-    object[name] = text;
+    object[name] = utils::Utf8Text(text);
     if (!utils::IsUtf8(text)) {
         object[name + "Bytes"] = MiscUtils::BytesToHex(text);
     }
 }
 
 void PutTexts(Json& object, const std::string& name, const std::vector<std::string>& texts) {
-    object[name] = texts;
+    Json& shown = object[name] = Json::array();
+    std::ranges::transform(texts, std::back_inserter(shown), utils::Utf8Text);
     if (!std::ranges::all_of(texts, utils::IsUtf8)) {
         Json& bytes = object[name + "Bytes"] = Json::array();
         std::ranges::transform(texts, std::back_inserter(bytes), MiscUtils::BytesToHex);
@@ -132,7 +133,7 @@ Json OutputOf(const exact::RunSetting& setting, const exact::RunReport& report) 
 std::string ReportJson(const exact::RunSetting& setting, const exact::RunReport& report) {
     Json document{{"report", kReportVersion},
                   {"tool", "seamtool"},
-                  {"version", setting.version},
+                  {"version", utils::Utf8Text(setting.version)},
                   {"status", static_cast<int>(report.status)},
                   {"statusText", exact::TextOf(report.status)},
                   {"mode", NameOf(setting.job.mode)}};
@@ -147,7 +148,7 @@ std::string ReportJson(const exact::RunSetting& setting, const exact::RunReport&
         inputs.push_back(InputOf(setting.job.inputs[input], report.inputs[input]));
     }
     document["output"] = OutputOf(setting, report);
-    return document.dump(1, ' ', false, Json::error_handler_t::replace) + "\n";
+    return document.dump(1) + "\n";
 }
 
 }  // namespace velora::report
