@@ -135,13 +135,10 @@ class Teller final : public velora::exact::RunListener {
     Teller(const ExactJob& job, ProgressLine& line, bool isQuiet)
         : m_Job(job), m_Line(line), m_IsQuiet(isQuiet) {}
 
-    [[nodiscard]] std::string ShownInput(std::size_t input) const {
-        return ShownText(NameOf(m_Job.inputs[input]));
-    }
-
     void OnInput(std::size_t input, const Problem& problem) override {
         if (problem.kind != ProblemKind::kNote || !m_IsQuiet) {
-            m_Line.Tell("seamtool: " + ShownInput(input) + ": " + problem.text +
+            m_Line.Tell("seamtool: " +
+                        ShownText(NameOf(m_Job.inputs[input]) + ": " + problem.text) +
                         AdviceFor(problem));
         }
     }

@@ -6,9 +6,9 @@
 #include <nlohmann/json.hpp>
 
 #include "fuzz/fuzz_support.h"
+#include "velora/report/markup.h"
 #include "velora/report/report_json.h"
 #include "velora/report/report_page.h"
-#include "velora/report/report_text.h"
 #include "velora/utils/hex_text.h"
 #include "velora/utils/shown_text.h"
 
@@ -64,7 +64,7 @@ void CheckDocument(const std::string& text, const Told& told) {
 }
 
 // How often characters that make markup stand in the page.
-std::string Markup(const std::string& page) {
+std::string MarkupOf(const std::string& page) {
     std::string markup;
     std::ranges::copy_if(page, std::back_inserter(markup), [](char character) {
         return character == '<' || character == '>' || character == '"' || character == '\'';
@@ -80,10 +80,13 @@ void CheckPage(const std::string& text, const Told& told) {
     std::ranges::replace_if(
         harmless, [](char character) { return character != '/'; }, 'x');
     const Told other(harmless);
-    Check(Markup(page) == Markup(ReportPage(other.setting, other.run)), "no text is markup");
+    Check(MarkupOf(page) == MarkupOf(ReportPage(other.setting, other.run)), "no text is markup");
 
-    std::string shown = HtmlOf(text);
-    Check(page.find("<b>" + shown + "</b>") != std::string::npos, "the path is shown");
+    Markup html;
+    html.AddText(text);
+    std::string shown = html.Take();
+    Check(page.find("<b>" + (text.empty() ? "&#39;&#39;" : shown) + "</b>") != std::string::npos,
+          "the path is shown");
     for (const auto& [entity, character] : {std::pair{"&lt;", "<"},
                                             {"&gt;", ">"},
                                             {"&quot;", "\""},

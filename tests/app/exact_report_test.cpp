@@ -2,6 +2,7 @@
 // fails in the end costs no output.
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <sys/stat.h>
 
 #include "tests/support/capture_builder.h"
@@ -66,6 +67,61 @@ TEST(ExactReportTest, IsWrittenWhateverBecomesOfTheRecords) {
         EXPECT_NE(report.find("\"status\": " + std::to_string(row.status)), std::string::npos) << report;
         EXPECT_EQ(report.find("cannot be opened") != std::string::npos, row.status != 0) << report;
         EXPECT_EQ(std::filesystem::exists(run.directory / "x"), row.status != 251);
+    }
+}
+
+TEST(ExactReportTest, HasEveryRecordInOneOfItsCounts) {
+    // At 1, 3, 2 and 2 s, the last two alike; at 1 and 2 s, and one of another link type.
+    const std::string plain =
+        CaptureBuilder().Record(1, 0, "x").Record(3, 0, "x").Record(2, 0, "y").Record(2, 0, "y").Bytes();
+    const std::string mixed = PcapNgBuilder()
+                                  .Interface(113, 0)
+                                  .Packet(1'000'000, "z")
+                                  .PacketOf(1, 2'000'000, "z")
+                                  .Packet(2'000'000, "z")
+                                  .Bytes();
+    struct Counts {
+        int read = 0;
+        int written = 0;
+        int leftOut = 0;
+        int outside = 0;
+        int duplicates = 0;
+    };
+    struct Row {
+        const char* options;
+        Counts plain, mixed;
+    };
+    const Row rows[] = {
+        {"", {.read = 4, .written = 4}, {.read = 3, .written = 2, .leftOut = 1}},
+        {"--from=@2 --to=@3",
+         {.read = 4, .written = 2, .outside = 2},
+         {.read = 3, .written = 1, .leftOut = 1, .outside = 1}},
+        {"--from=@2 --dedup",
+         {.read = 4, .written = 2, .outside = 1, .duplicates = 1},
+         {.read = 3, .written = 1, .leftOut = 1, .outside = 1}},
+        {"--to=@1", {.read = 4, .outside = 4}, {.read = 3, .leftOut = 1, .outside = 2}},
+        {"--from=@2 -squish10",
+         {.read = 4, .written = 3, .outside = 1},
+         {.read = 3, .written = 1, .leftOut = 1, .outside = 1}},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.options);
+        ToolRun run;
+        run.directory.Write("plain", plain);
+        run.directory.Write("mixed", mixed);
+        const ToolResult result = run("--exact --report=r.json " + std::string(row.options) + " plain mixed -out x");
+        EXPECT_EQ(result.exitStatus, 252) << result;
+        const auto report = nlohmann::json::parse(run.directory.Read("r.json"));
+        const auto expect = [](const nlohmann::json& counts, const Counts& one, const Counts& other) {
+            EXPECT_EQ(counts["recordsRead"], one.read + other.read);
+            EXPECT_EQ(counts["recordsWritten"], one.written + other.written);
+            EXPECT_EQ(counts["recordsLeftOut"], one.leftOut + other.leftOut);
+            EXPECT_EQ(counts["recordsOutside"], one.outside + other.outside);
+            EXPECT_EQ(counts["duplicatesDropped"], one.duplicates + other.duplicates);
+        };
+        expect(report["inputs"][0], row.plain, {});
+        expect(report["inputs"][1], row.mixed, {});
+        expect(report["output"], row.plain, row.mixed);
     }
 }
 

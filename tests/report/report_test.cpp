@@ -94,6 +94,8 @@ TEST(TimeAxisTest, PutsTicksAtTimesThatPeopleCountBy) {
         {"days", kNoon, 100 * kHour, {"22 Nov", "23 Nov", "24 Nov", "25 Nov"}},
         {"months", kNoon, 24 * 200 * kHour, {"Jan 2027", "Mar 2027", "May 2027"}},
         {"years, from before 1970", -3 * 8766 * kHour, 8 * 8766 * kHour, {"1968", "1970", "1972", "1974"}},
+        {"the lowest times", LLONG_MIN, 5 * kSecond, {"00:12:44", "00:12:45", "00:12:46", "00:12:47", "00:12:48"}},
+        {"the highest times", LLONG_MAX - 4 * kSecond, 4 * kSecond, {"23:47:13", "23:47:14", "23:47:15", "23:47:16"}},
         {"all that 64 bits hold", LLONG_MIN, -1, {"1700", "1800", "1900", "2000", "2100", "2200"}},
     };
     for (const Row& row : rows) {
@@ -155,7 +157,7 @@ TEST(ReportJsonTest, LosesNothingOfATextThatIsNoUtf8) {
 
     const Told wrong("a\xFF.pcap");
     const nlohmann::json document = nlohmann::json::parse(ReportJson(wrong.setting, wrong.run));
-    EXPECT_EQ(document["inputs"][0]["path"], "a\uFFFD.pcap");
+    EXPECT_EQ(document["inputs"][0]["path"], "a\\xff.pcap");
     EXPECT_EQ(document["inputs"][0]["pathBytes"], "61FF2E70636170");
     EXPECT_EQ(document["inputs"][0]["problems"][0]["textBytes"], "61FF2E70636170");
     EXPECT_EQ(document["inputs"][0]["problems"][0]["offset"], 4096);
@@ -163,18 +165,26 @@ TEST(ReportJsonTest, LosesNothingOfATextThatIsNoUtf8) {
     EXPECT_EQ(document["status"], 252);
 }
 
-TEST(ReportTest, TellsTenProblemsOfAKindAndTheNumberOfTheOthers) {
-    Told told("x");
-    for (int number = 0; number < 11; ++number) {
-        told.run.inputs[0].problems.Add({capture::ProblemKind::kDamage, "again", 0, 0});
-    }
-    told.run.inputs[0].problems.Add({capture::ProblemKind::kNote, "a note", 0, 0});
-    EXPECT_EQ(told.run.inputs[0].problems.Count(), 12U) << "without the note";
-    const nlohmann::json input = nlohmann::json::parse(ReportJson(told.setting, told.run))["inputs"][0];
-    EXPECT_EQ(input["problems"].size(), 11U);
-    EXPECT_EQ(input["moreProblems"], nlohmann::json({{"damage", 2}}));
+TEST(ReportTest, EscapesANameOnceWhereverItStands) {
+    const std::string name = "we\\ird <b>'&\".pcap";
+    const std::string shown = "we\\x5cird &lt;b&gt;&#39;&amp;&quot;.pcap";
+    Told told(name);
+    told.setting.options = {name};
+    exact::InputReport& input = told.run.inputs[0];
+    input.problems.Add({capture::ProblemKind::kNote, "a note", 0, 0});
+    input.problems.Add({capture::ProblemKind::kOutOfPlace, "behind " + name, 0, 0});
+    input.tally.timeline = std::make_unique<output::Timeline>();
+    input.tally.timeline->captured.Add(0);
     const std::string page = ReportPage(told.setting, told.run);
-    EXPECT_NE(page.find("and 2 more of the kind damage"), std::string::npos);
+    for (const std::string& place :
+         {"<h1>" + shown + "</h1>", "<title>" + shown + " ", "<b>" + shown + "</b>", "<li class=\"bad\">" + shown + "<",
+          "title=\"" + shown + "\"", "label=\"" + shown + ": ", "<title>" + shown + "\nbehind " + shown + "\n</title>",
+          "<code>" + shown + "</code>"}) {
+        EXPECT_NE(page.find(place), std::string::npos) << place;
+    }
+    EXPECT_EQ(page.find("x5cx5c"), std::string::npos) << "twice";
+    const nlohmann::json document = nlohmann::json::parse(ReportJson(told.setting, told.run));
+    EXPECT_EQ(document["inputs"][0]["problems"][2]["text"], "behind " + name);
 }
 
 TEST(ReportPageTest, ShowsSixtyInputsAndSaysHowManyItLeavesOut) {

@@ -23,13 +23,13 @@ enum class ProblemKind : std::uint8_t {
     kMayRepeat,      // records may equal earlier ones, which should have been dropped
     kNote,           // nothing is missing; worth knowing all the same
 };
-inline constexpr std::uint8_t kProblemKinds = 10;
 
 // One thing that happened to one input or output. Numbers that `text` names stand beside it for
 // programs.
 struct Problem {
     ProblemKind kind = ProblemKind::kNote;  // for programs
-    std::string text;                       // what happened, without the path, without a line end
+    // What happened, without the path, without a line end. Names in it stand there as they are.
+    std::string text;
     std::uint64_t records = 0;  // kDamage, kWrongChecksum, kCannotRead: those read whole before it;
                                 // kLeftOut, kOutOfPlace, kTimeChanged: those that it happened to
     // kDamage, kWrongChecksum, kCannotRead: the byte of the decompressed capture.

@@ -1,9 +1,5 @@
 #include "velora/exact/findings.h"
 
-#include <utility>
-
-#include "velora/utils/shown_text.h"
-
 namespace velora::exact {
 
 using codec::OutputOutcome;
@@ -55,11 +51,6 @@ void Findings::AddReport(const OutputOutcome& outcome) {
 void Findings::AddReportRefused(const std::string& text) {
     m_Facts.isPathRefused = true;
     m_Listener.OnReport(text);
-}
-
-std::string Findings::ShownInput(std::size_t input) const {
-    const std::string name = NameOf(m_Job.inputs[input]);
-    return name.empty() ? "''" : utils::ShownText(name);
 }
 
 }  // namespace velora::exact

@@ -46,9 +46,6 @@ class Findings {
     // Nothing that ends a run was found so far.
     [[nodiscard]] bool IsToGoOn() const { return IsOutputThere(GetStatus()); }
 
-    // For messages: the name of an input, made fit to be shown.
-    [[nodiscard]] std::string ShownInput(std::size_t input) const;
-
  private:
     void TellOutput(const std::string& text);
 

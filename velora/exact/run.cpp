@@ -81,7 +81,7 @@ bool ExactRun::FitIntoForm() {
     std::string text = "its link type is " + LinkType::Shown(*traits[*misfit].linkType);
     if (!m_Form.IsPcapNg()) {
         const std::size_t leading = m_Inputs.inputOf[LeadingSource(traits)];
-        text += ", that of " + m_Findings.ShownInput(leading) + " is " +
+        text += ", that of " + NameOf(m_Job.inputs[leading]) + " is " +
                 LinkType::Shown(m_Form.linkType);
     }
     m_Findings.AddProblem(m_Inputs.inputOf[*misfit], {ProblemKind::kLeftOut, text, 0, 0});
@@ -101,8 +101,7 @@ bool ExactRun::OpenOutput() {
 std::vector<std::string> ExactRun::InterfaceNames() const {
     std::vector<std::string> names;
     for (const std::size_t input : m_Inputs.inputOf) {
-        const std::string name = NameOf(m_Job.inputs[input]);
-        names.push_back(utils::IsUtf8(name) ? name : utils::ShownText(name));
+        names.push_back(utils::Utf8Text(NameOf(m_Job.inputs[input])));
     }
     return names;
 }

@@ -1,6 +1,23 @@
 #include "velora/exact/run_report.h"
 
+#include <algorithm>
+
 namespace velora::exact {
+
+std::size_t ProblemList::CountWithoutNotes() const {
+    return static_cast<std::size_t>(
+        std::ranges::count_if(m_All, [](const capture::Problem& problem) {
+            return problem.kind != capture::ProblemKind::kNote;
+        }));
+}
+
+std::uint64_t RunReport::Sum(std::uint64_t output::SourceCounts::*count) const {
+    std::uint64_t sum = 0;
+    for (const InputReport& input : inputs) {
+        sum += input.tally.*count;
+    }
+    return sum;
+}
 
 const char* NameOf(Mode mode) {
     switch (mode) {

@@ -3,8 +3,6 @@
 
 #pragma once
 
-#include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -21,48 +19,27 @@
 
 namespace velora::exact {
 
-// What was told of one input: at most ten problems of one kind, and how many more there were.
-class ToldProblems {
+// What was told of one input, problems and notes. Names in a text stand there as they are: whoever
+// shows it makes it harmless, once (velora/utils/shown_text.h).
+class ProblemList {
  public:
-    // Lines that are kept of one kind.
-    static constexpr std::size_t kMostOfOneKind = 10;
-    // How many kinds there are.
-    static constexpr std::size_t kKinds = std::size_t{capture::kProblemKinds};
+    // A further one.
+    void Add(const capture::Problem& problem) { m_All.push_back(problem); }
 
-    // A further one, which is counted at least.
-    void Add(const capture::Problem& problem) {
-        if (++m_Counts[static_cast<std::size_t>(problem.kind)] <= kMostOfOneKind) {
-            m_Lines.push_back(problem);
-        }
-    }
-
-    // Those that were kept, as they were told.
-    [[nodiscard]] const std::vector<capture::Problem>& Lines() const { return m_Lines; }
-    // Those of that kind that are not among the lines.
-    [[nodiscard]] std::uint64_t More(capture::ProblemKind kind) const {
-        const std::uint64_t count = m_Counts[static_cast<std::size_t>(kind)];
-        return count - std::min<std::uint64_t>(count, kMostOfOneKind);
-    }
-    // All but notes.
-    [[nodiscard]] std::uint64_t Count() const {
-        std::uint64_t count = 0;
-        for (std::size_t kind = 0; kind < kKinds; ++kind) {
-            count +=
-                kind == static_cast<std::size_t>(capture::ProblemKind::kNote) ? 0 : m_Counts[kind];
-        }
-        return count;
-    }
+    // All of them, as they were told.
+    [[nodiscard]] const std::vector<capture::Problem>& All() const { return m_All; }
+    // How many there are besides notes.
+    [[nodiscard]] std::size_t CountWithoutNotes() const;
 
  private:
-    std::vector<capture::Problem> m_Lines;
-    std::array<std::uint64_t, kKinds> m_Counts{};
+    std::vector<capture::Problem> m_All;
 };
 
 // What is known of one input in the end.
 struct InputReport {
     bool isRegular = false;         // its size is known
     std::uint64_t bytesOnDisk = 0;  // 0 where it is no regular file
-    ToldProblems problems;          // what was told of it
+    ProblemList problems;           // what was told of it
     bool isCapture = false;         // else nothing below is known
     capture::CaptureTraits traits;  // what it says of itself
     output::SourceCounts tally;     // what became of its records
@@ -77,8 +54,9 @@ struct RunReport {
     bool hasReaderLeft = false;  // the output was a pipe that nobody reads any more
     bool isUntold = false;       // memory ran out when the output was there, before all was told
     std::vector<InputReport> inputs;  // one for each of the job, in its order
-    std::string outputText;           // why there is no output, where it is instead, or what is
-                                      // left beside it; else empty
+    // Why there is no output, where it is instead, or what is left beside it; else empty. Names in
+    // it stand there as they are.
+    std::string outputText;
     std::string keptAs;  // the path of an output whose own came into being during the run
     std::uint64_t recordsWritten = 0;  // copies included
     std::uint64_t stepsBack = 0;       // records of the output earlier than the one before
@@ -90,6 +68,9 @@ struct RunReport {
     capture::Format format = capture::Format::kClassicMicroseconds;
     codec::Compression compression = codec::Compression::kNone;
     std::uint32_t linkType = 0;
+
+    // Of all inputs together: Sum(&output::SourceCounts::recordsRead).
+    [[nodiscard]] std::uint64_t Sum(std::uint64_t output::SourceCounts::*count) const;
 
     // Whether there is an output now, of its own name or another.
     [[nodiscard]] bool IsWritten() const {

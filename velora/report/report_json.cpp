@@ -1,6 +1,7 @@
 #include "velora/report/report_json.h"
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -16,24 +17,24 @@ namespace velora::report {
 namespace {
 
 using Json = nlohmann::ordered_json;
+using output::SourceCounts;
 
 constexpr int kReportVersion = 1;
 
-// Bytes that are no UTF-8 stay wrong in the tree; they are replaced where it is made a text.
+// A text as it is, where JSON can hold it; else all its bytes besides.
 void PutText(Json& object, const std::string& name, const std::string& text) {
-    object[name] = text;
+    object[name] = utils::Utf8Text(text);
     if (!utils::IsUtf8(text)) {
         object[name + "Bytes"] = MiscUtils::BytesToHex(text);
     }
 }
 
 void PutTexts(Json& object, const std::string& name, const std::vector<std::string>& texts) {
-    object[name] = texts;
+    Json& shown = object[name] = Json::array();
+    std::ranges::transform(texts, std::back_inserter(shown), utils::Utf8Text);
     if (!std::ranges::all_of(texts, utils::IsUtf8)) {
         Json& bytes = object[name + "Bytes"] = Json::array();
-        for (const std::string& text : texts) {
-            bytes.push_back(MiscUtils::BytesToHex(text));
-        }
+        std::ranges::transform(texts, std::back_inserter(bytes), MiscUtils::BytesToHex);
     }
 }
 
@@ -63,29 +64,15 @@ Json ProblemOf(const capture::Problem& problem) {
     return object;
 }
 
-Json ProblemsOf(const exact::ToldProblems& told) {
+Json ProblemsOf(const exact::ProblemList& problems) {
     Json list = Json::array();
-    for (const capture::Problem& problem : told.Lines()) {
-        list.push_back(ProblemOf(problem));
-    }
+    std::ranges::transform(problems.All(), std::back_inserter(list), ProblemOf);
     return list;
-}
-
-// How many problems of a kind are not in the list.
-Json MoreOf(const exact::ToldProblems& told) {
-    Json more = Json::object();
-    for (std::size_t number = 0; number < exact::ToldProblems::kKinds; ++number) {
-        const auto kind = static_cast<capture::ProblemKind>(number);
-        if (told.More(kind) > 0) {
-            more[exact::NameOf(kind)] = told.More(kind);
-        }
-    }
-    return more;
 }
 
 Json InputOf(const exact::InputName& name, const exact::InputReport& report) {
     const bool isCapture = report.isCapture;
-    const output::SourceCounts& tally = report.tally;
+    const SourceCounts& tally = report.tally;
     Json input = Json::object();
     PutText(input, "path", name.path);
     input["isStandardInput"] = name.isStandardInput;
@@ -97,6 +84,7 @@ Json InputOf(const exact::InputName& name, const exact::InputReport& report) {
     input["recordsRead"] = tally.recordsRead;
     input["recordsWritten"] = tally.recordsWritten;
     input["recordsLeftOut"] = tally.recordsLeftOut;
+    input["recordsOutside"] = tally.recordsOutside;
     input["duplicatesDropped"] = tally.duplicates;
     input["copiesWritten"] = tally.copies;
     input["firstTime"] = TimeOf(tally.earliest);
@@ -105,19 +93,12 @@ Json InputOf(const exact::InputName& name, const exact::InputReport& report) {
     input["outOfPlace"] = tally.outOfPlace;
     input["largestStepSeconds"] = SecondsOf(tally.largestStep);
     input["problems"] = ProblemsOf(report.problems);
-    input["moreProblems"] = MoreOf(report.problems);
+    input["moreProblems"] = Json::object();  // all stand above; a reader may still ask
     return input;
 }
 
 Json OutputOf(const exact::RunSetting& setting, const exact::RunReport& report) {
     const bool isWritten = report.IsWritten();
-    output::SourceCounts sum;
-    for (const exact::InputReport& input : report.inputs) {
-        sum.recordsRead += input.tally.recordsRead;
-        sum.recordsLeftOut += input.tally.recordsLeftOut;
-        sum.duplicates += input.tally.duplicates;
-        sum.copies += input.tally.copies;
-    }
     Json output = Json::object();
     PutText(output, "path", setting.job.output);
     output["isStandardOutput"] = setting.job.output == "-";
@@ -129,11 +110,12 @@ Json OutputOf(const exact::RunSetting& setting, const exact::RunReport& report) 
     output["compression"] = isWritten ? Json(NameOf(report.compression)) : Json(nullptr);
     PutLinkType(output, isWritten ? std::optional(report.linkType) : std::nullopt);
     output["bytesOnDisk"] = isWritten ? Json(report.bytesWritten) : Json(nullptr);
-    output["recordsRead"] = sum.recordsRead;
+    output["recordsRead"] = report.Sum(&SourceCounts::recordsRead);
     output["recordsWritten"] = isWritten ? report.recordsWritten : 0;
-    output["recordsLeftOut"] = sum.recordsLeftOut;
-    output["duplicatesDropped"] = sum.duplicates;
-    output["copiesWritten"] = isWritten ? sum.copies : 0;
+    output["recordsLeftOut"] = report.Sum(&SourceCounts::recordsLeftOut);
+    output["recordsOutside"] = report.Sum(&SourceCounts::recordsOutside);
+    output["duplicatesDropped"] = report.Sum(&SourceCounts::duplicates);
+    output["copiesWritten"] = isWritten ? report.Sum(&SourceCounts::copies) : 0;
     output["firstTime"] = TimeOf(isWritten ? report.earliest : std::nullopt);
     output["lastTime"] = TimeOf(isWritten ? report.latest : std::nullopt);
     output["stepsBack"] = isWritten ? report.stepsBack : 0;
@@ -151,7 +133,7 @@ Json OutputOf(const exact::RunSetting& setting, const exact::RunReport& report) 
 std::string ReportJson(const exact::RunSetting& setting, const exact::RunReport& report) {
     Json document{{"report", kReportVersion},
                   {"tool", "seamtool"},
-                  {"version", setting.version},
+                  {"version", utils::Utf8Text(setting.version)},
                   {"status", static_cast<int>(report.status)},
                   {"statusText", exact::TextOf(report.status)},
                   {"mode", NameOf(setting.job.mode)}};
@@ -166,7 +148,7 @@ std::string ReportJson(const exact::RunSetting& setting, const exact::RunReport&
         inputs.push_back(InputOf(setting.job.inputs[input], report.inputs[input]));
     }
     document["output"] = OutputOf(setting, report);
-    return document.dump(1, ' ', false, Json::error_handler_t::replace) + "\n";
+    return document.dump(1) + "\n";
 }
 
 }  // namespace velora::report

@@ -3,8 +3,8 @@
 //
 // Times are UTC with nine digits ("2026-11-21T03:40:35.459742000Z"), so that nothing is lost where
 // numbers are doubles. A path, an option or a message is given as it is. In one that is no valid
-// UTF-8 what is wrong is U+FFFD instead, and a second member, with "Bytes" behind its name, has
-// all its bytes as hexadecimal digits.
+// UTF-8 each byte that belongs to none stands as \xNN, and a second member, with "Bytes" behind its
+// name, has all its bytes as hexadecimal digits.
 
 #pragma once
 

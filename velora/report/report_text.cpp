@@ -5,34 +5,20 @@
 #include <cstdio>
 
 #include "velora/utils/plain_words.h"
-#include "velora/utils/shown_text.h"
 
 namespace velora::report {
 
-std::string HtmlOf(std::string_view bytes) {
-    std::string text;
-    for (const char character : utils::ShownText(bytes)) {
-        switch (character) {
-            case '&':
-                text += "&amp;";
-                break;
-            case '<':
-                text += "&lt;";
-                break;
-            case '>':
-                text += "&gt;";
-                break;
-            case '"':
-                text += "&quot;";
-                break;
-            case '\'':
-                text += "&#39;";
-                break;
-            default:
-                text += character;
-        }
+std::string NameText(const exact::InputName& name) {
+    const std::string text = NameOf(name);
+    return text.empty() ? "''" : text;
+}
+
+std::string OutputNameText(const exact::RunSetting& setting, const exact::RunReport& report) {
+    const std::string& path = report.keptAs.empty() ? setting.job.output : report.keptAs;
+    if (path.empty()) {
+        return "''";
     }
-    return text;
+    return path == "-" ? "standard output" : path;
 }
 
 std::string GroupedText(std::uint64_t number) {
@@ -42,6 +28,14 @@ std::string GroupedText(std::uint64_t number) {
         text.insert(place, 1, ',');
     }
     return text;
+}
+
+std::string GroupedCountText(std::uint64_t count, const std::string& noun) {
+    return GroupedText(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+std::string SizeText(std::uint64_t bytes) {
+    return utils::ByteCountText(static_cast<double>(bytes));
 }
 
 std::string SpanText(double nanoseconds) {

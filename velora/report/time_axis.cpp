@@ -96,8 +96,11 @@ std::vector<TimeAxis::Tick> TimeAxis::Ticks(std::size_t most) const {
             ticks.push_back({static_cast<double>(offset) / m_Span, OffsetLabel(offset, step)});
         }
     } else if (step > 0) {
-        const std::int64_t before = m_From / step - (m_From % step < 0 ? 1 : 0);
-        std::int64_t time = before * step == m_From ? m_From : SaturatingSum(before * step, step);
+        // The first multiple of the step that is not earlier than the axis, which may begin at the
+        // lowest time there is.
+        const std::int64_t over = m_From % step;
+        const std::int64_t gap = over > 0 ? step - over : -over;
+        std::int64_t time = SaturatingSum(m_From, gap);
         for (; time < m_To; time = SaturatingSum(time, step)) {
             ticks.push_back({Place(time), Label(time, step)});
         }

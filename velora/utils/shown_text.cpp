@@ -48,15 +48,15 @@ bool IsHarmless(const Character& character) {
     return character.size > 0 && !isControl && !turnsDirection && point != '\\';
 }
 
-}  // namespace
-
-std::string ShownText(std::string_view text) {
+// The text with every byte of a character that may not stay written as \xNN.
+template <typename Predicate>
+std::string WithHexBytes(std::string_view text, const Predicate& mayStay) {
     constexpr char kHex[] = "0123456789abcdef";
     std::string shown;
     while (!text.empty()) {
         const Character character = FirstCharacter(text);
         const std::size_t size = character.size > 0 ? character.size : 1;
-        if (IsHarmless(character)) {
+        if (mayStay(character)) {
             shown += text.substr(0, size);
         } else {
             for (const char byte : text.substr(0, size)) {
@@ -69,6 +69,16 @@ std::string ShownText(std::string_view text) {
         text.remove_prefix(size);
     }
     return shown;
+}
+
+}  // namespace
+
+std::string ShownText(std::string_view text) {
+    return WithHexBytes(text, IsHarmless);
+}
+
+std::string Utf8Text(std::string_view text) {
+    return WithHexBytes(text, [](const Character& character) { return character.size > 0; });
 }
 
 bool IsUtf8(std::string_view text) {
