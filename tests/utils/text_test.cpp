@@ -13,6 +13,7 @@
 #include "velora/utils/hex_text.h"
 #include "velora/utils/net_address_text.h"
 #include "velora/utils/scope_guards.h"
+#include "velora/utils/shown_text.h"
 #include "velora/utils/stream_range.h"
 #include "velora/utils/text_edit.h"
 
@@ -181,6 +182,32 @@ TEST(StreamRangeTest, CopiesAndReadsRangesThatFit) {
         const std::string untouched(fits ? capacity - expected.size() : capacity, '#');
         EXPECT_EQ(buffer, fits ? expected + untouched : untouched);
     }
+}
+
+TEST(ShownTextTest, ShowsEveryByteThatCouldDeceive) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"plain / text", "plain / text"},
+        {"\x1F\x20\x7E\x7F", "\\x1f ~\\x7f"},
+        {"a\\x41", "a\\x5cx41"},
+        {"\xC2\x80\xC2\x9F\xC2\xA0", "\\xc2\\x80\\xc2\\x9f\xC2\xA0"},
+        {"\xC3\xA9\xE2\x82\xAC\xF0\x9F\x99\x82", "\xC3\xA9\xE2\x82\xAC\xF0\x9F\x99\x82"},
+        {"\xC3", "\\xc3"},
+        {"\xC3(", "\\xc3("},
+        {"\xE2\x82", "\\xe2\\x82"},
+        {"\x80", "\\x80"},
+        {"\xC1\xBF", "\\xc1\\xbf"},
+        {"\xE0\x9F\xBF\xE0\xA0\x80", "\\xe0\\x9f\\xbf\xE0\xA0\x80"},
+        {"\xED\x9F\xBF\xED\xA0\x80", "\xED\x9F\xBF\\xed\\xa0\\x80"},
+        {"\xF0\x8F\xBF\xBF\xF5\x80\x80\x80", "\\xf0\\x8f\\xbf\\xbf\\xf5\\x80\\x80\\x80"},
+        {"\xF4\x8F\xBF\xBF\xF4\x90\x80\x80", "\xF4\x8F\xBF\xBF\\xf4\\x90\\x80\\x80"},
+        {"\xD8\x9B\xD8\x9C\xD8\x9D", "\xD8\x9B\\xd8\\x9c\xD8\x9D"},
+        {"\xE2\x80\x8D\xE2\x80\x8E\xE2\x80\x8F\xE2\x80\x90", "\xE2\x80\x8D\\xe2\\x80\\x8e\\xe2\\x80\\x8f\xE2\x80\x90"},
+        {"\xE2\x80\xA9\xE2\x80\xAA\xE2\x80\xAE\xE2\x80\xAF", "\xE2\x80\xA9\\xe2\\x80\\xaa\\xe2\\x80\\xae\xE2\x80\xAF"},
+        {"\xE2\x81\xA5\xE2\x81\xA6\xE2\x81\xA9\xE2\x81\xAA", "\xE2\x81\xA5\\xe2\\x81\\xa6\\xe2\\x81\\xa9\xE2\x81\xAA"}};
+    for (const auto& [text, shown] : rows) {
+        EXPECT_EQ(velora::utils::ShownText(text), shown);
+    }
+    EXPECT_EQ(velora::utils::ShownText({"\0", 1}), "\\x00");
 }
 
 }  // namespace
