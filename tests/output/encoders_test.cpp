@@ -26,39 +26,44 @@ std::string HexOf(std::span<const std::uint8_t> bytes) {
     return text;
 }
 
+using Unit = RecordEncoder::Unit;
+
+TEST(RecordEncoderTest, WritesTheHeaderOfAFileAndOfARecord) {
+    const RecordEncoder micro(Unit::kMicroseconds), nano(Unit::kNanoseconds);
+    EXPECT_EQ(HexOf(micro.EncodeFileHeader(262144, 1)), "d4c3b2a10200040000000000000000000000040001000000");
+    EXPECT_EQ(HexOf(nano.EncodeFileHeader(0x12345678, 0xF4030201)), "4d3cb2a102000400000000000000000078563412010203f4");
+    std::array<std::uint8_t, RecordEncoder::kHeaderSize> header{};
+    EXPECT_EQ(micro.EncodeHeader(header.data(), 1'000'001'000, 0x01020304, 0xFFFFFFFE), kAsIs);
+    EXPECT_EQ(HexOf(header), "010000000100000004030201feffffff");
+}
+
 TEST(RecordEncoderTest, HoldsTheNearestTime) {
     constexpr std::int64_t kSecond = 1'000'000'000;
     constexpr std::int64_t kEnd = kSecond << 32;
     const struct {
         std::int64_t time;
-        const char* micro;
-        const char* nano;
-        TimeChange microChange;
-        TimeChange nanoChange;
+        Unit unit;
+        TimeChange change;
+        const char* written = "0000000000000000";
     } rows[] = {
-        {kEarliest, "00000000 00000000", "00000000 00000000", kBefore1970, kBefore1970},
-        {-1, "00000000 00000000", "00000000 00000000", kBefore1970, kBefore1970},
-        {0, "00000000 00000000", "00000000 00000000", kAsIs, kAsIs},
-        {1, "00000000 00000000", "00000000 01000000", kFinerThanUnit, kAsIs},
-        {999, "00000000 00000000", "00000000 e7030000", kFinerThanUnit, kAsIs},
-        {1000, "00000000 01000000", "00000000 e8030000", kAsIs, kAsIs},
-        {kSecond - 1, "00000000 3f420f00", "00000000 ffc99a3b", kFinerThanUnit, kAsIs},
-        {kSecond, "01000000 00000000", "01000000 00000000", kAsIs, kAsIs},
-        {kEnd - 1000, "ffffffff 3f420f00", "ffffffff 18c69a3b", kAsIs, kAsIs},
-        {kEnd - 1, "ffffffff 3f420f00", "ffffffff ffc99a3b", kFinerThanUnit, kAsIs},
-        {kEnd, "ffffffff 3f420f00", "ffffffff ffc99a3b", kBeyondLast, kBeyondLast},
-        {kLatest, "ffffffff 3f420f00", "ffffffff ffc99a3b", kBeyondLast, kBeyondLast},
+        {.time = kEarliest, .unit = Unit::kMicroseconds, .change = kBefore1970},
+        {.time = -1, .unit = Unit::kNanoseconds, .change = kBefore1970},
+        {.time = 0, .unit = Unit::kMicroseconds, .change = kAsIs},
+        {.time = 1, .unit = Unit::kMicroseconds, .change = kFinerThanUnit},
+        {.time = 1, .unit = Unit::kNanoseconds, .change = kAsIs, .written = "0000000001000000"},
+        {.time = 999, .unit = Unit::kMicroseconds, .change = kFinerThanUnit},
+        {.time = 1000, .unit = Unit::kMicroseconds, .change = kAsIs, .written = "0000000001000000"},
+        {.time = kSecond - 1, .unit = Unit::kMicroseconds, .change = kFinerThanUnit, .written = "000000003f420f00"},
+        {.time = kSecond - 1, .unit = Unit::kNanoseconds, .change = kAsIs, .written = "00000000ffc99a3b"},
+        {.time = kEnd - 1000, .unit = Unit::kMicroseconds, .change = kAsIs, .written = "ffffffff3f420f00"},
+        {.time = kEnd - 1, .unit = Unit::kNanoseconds, .change = kAsIs, .written = "ffffffffffc99a3b"},
+        {.time = kEnd, .unit = Unit::kMicroseconds, .change = kBeyondLast, .written = "ffffffff3f420f00"},
+        {.time = kLatest, .unit = Unit::kNanoseconds, .change = kBeyondLast, .written = "ffffffffffc99a3b"},
     };
-    const RecordEncoder micro(RecordEncoder::Unit::kMicroseconds), nano(RecordEncoder::Unit::kNanoseconds);
-    EXPECT_EQ(HexOf(micro.EncodeFileHeader(262144, 1)), "d4c3b2a10200040000000000000000000000040001000000");
-    EXPECT_EQ(HexOf(nano.EncodeFileHeader(0x12345678, 0xF4030201)), "4d3cb2a102000400000000000000000078563412010203f4");
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.time);
         std::array<std::uint8_t, RecordEncoder::kHeaderSize> header{};
-        EXPECT_EQ(micro.EncodeHeader(header.data(), row.time, 0x01020304, 0xFFFFFFFE), row.microChange);
-        EXPECT_EQ(HexOf(header).insert(8, " "), row.micro + std::string("04030201feffffff"));
-        EXPECT_EQ(nano.EncodeHeader(header.data(), row.time, 0, 5), row.nanoChange);
-        EXPECT_EQ(HexOf(header).insert(8, " "), row.nano + std::string("0000000005000000"));
+        EXPECT_EQ(RecordEncoder(row.unit).EncodeHeader(header.data(), row.time, 0, 0), row.change) << row.time;
+        EXPECT_EQ(HexOf(std::span(header).first(8)), row.written) << row.time;
     }
 }
 
@@ -76,29 +81,40 @@ TEST(PcapNgEncoderTest, DescribesSectionAndInterfaces) {
     EXPECT_EQ(describe(0x10000, ""), "") << "the format has 16 bits for it";
 }
 
-TEST(PcapNgEncoderTest, PadsPacketsAndHoldsTimesFrom1970On) {
+// The head that is written; `change` is what is to become of the time.
+std::string HeadOf(std::int64_t time, std::uint32_t captured, TimeChange change = kAsIs) {
+    std::array<std::uint8_t, PcapNgEncoder::kHeadSize> head{};
+    EXPECT_EQ(PcapNgEncoder::EncodeHead(head.data(), time, 0x0A0B, captured, 0xFFFFFFFE), change);
+    return HexOf(head);
+}
+
+TEST(PcapNgEncoderTest, HoldsTimesFrom1970On) {
+    const std::string before = "06000000200000000b0a0000", behind = "00000000feffffff";
+    EXPECT_EQ(HeadOf(kEarliest, 0, kBefore1970), before + "0000000000000000" + behind);
+    EXPECT_EQ(HeadOf(-1, 0, kBefore1970), before + "0000000000000000" + behind);
+    EXPECT_EQ(HeadOf(0x0102030405060708, 0), before + "0403020108070605" + behind);
+    EXPECT_EQ(HeadOf(kLatest, 0), before + "ffffff7fffffffff" + behind);
+}
+
+TEST(PcapNgEncoderTest, PadsPackets) {
     const struct {
-        std::int64_t time;
-        TimeChange change;
         std::uint32_t captured;
-        const char* head;
-        const char* tail;
+        std::string blockLength;
+        std::string padding;
     } rows[] = {
-        {kEarliest, kBefore1970, 0, "06000000200000000b0a0000000000000000000000000000feffffff", "20000000"},
-        {-1, kBefore1970, 1, "06000000240000000b0a0000000000000000000001000000feffffff", "00000024000000"},
-        {0, kAsIs, 2, "06000000240000000b0a0000000000000000000002000000feffffff", "000024000000"},
-        {0x0102030405060708, kAsIs, 3, "06000000240000000b0a0000040302010807060503000000feffffff", "0024000000"},
-        {kLatest, kAsIs, 4, "06000000240000000b0a0000ffffff7fffffffff04000000feffffff", "24000000"},
-        {1, kAsIs, 1U << 27, "06000000200000080b0a0000000000000100000000000008feffffff", "20000008"},
+        {.captured = 0, .blockLength = "20000000", .padding = ""},
+        {.captured = 1, .blockLength = "24000000", .padding = "000000"},
+        {.captured = 2, .blockLength = "24000000", .padding = "0000"},
+        {.captured = 3, .blockLength = "24000000", .padding = "00"},
+        {.captured = 4, .blockLength = "24000000", .padding = ""},
+        {.captured = 1U << 27, .blockLength = "20000008", .padding = ""},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.time);
-        std::array<std::uint8_t, PcapNgEncoder::kHeadSize> head{};
         std::array<std::uint8_t, PcapNgEncoder::kMostTail> tail;
         tail.fill(0xEE);
-        EXPECT_EQ(PcapNgEncoder::EncodeHead(head.data(), row.time, 0x0A0B, row.captured, 0xFFFFFFFE), row.change);
-        EXPECT_EQ(HexOf(head), row.head);
-        EXPECT_EQ(HexOf(std::span(tail).first(PcapNgEncoder::EncodeTail(tail.data(), row.captured))), row.tail);
+        EXPECT_TRUE(HeadOf(0, row.captured).starts_with("06000000" + row.blockLength)) << row.captured;
+        EXPECT_EQ(HexOf(std::span(tail).first(PcapNgEncoder::EncodeTail(tail.data(), row.captured))),
+                  row.padding + row.blockLength);
     }
 }
 
