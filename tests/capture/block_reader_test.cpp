@@ -1,10 +1,9 @@
-// Every form of capture through the block reader: what is accepted and what is not, where damage is said to be, and
-// that neither the size of the blocks nor that of the pieces in which a file arrives changes any of it.
+// Every form of capture through the block reader: what is accepted and what is not, and where damage is said to be.
 
 #include "velora/capture/block_reader.h"
 
 #include <cerrno>
-#include <random>
+#include <map>
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -81,31 +80,24 @@ TEST(BlockReaderTest, ReadsEveryFormOfClassicCapture) {
 }
 
 TEST(BlockReaderTest, TellsWhichLengthIsTheCapturedOneByTheVersion) {
-    const struct {
-        std::uint16_t major, minor;
-        bool isLessFirst, isMoreFirst;  // whether the captured one stands first where that is the less, or the more
-    } rows[] = {
-        {.major = 2, .minor = 2, .isLessFirst = false, .isMoreFirst = false},
-        {.major = 2, .minor = 3, .isLessFirst = true, .isMoreFirst = false},  // the less, wherever it stands
-        {.major = 2, .minor = 4, .isLessFirst = true, .isMoreFirst = true},
-        {.major = 1, .minor = 2, .isLessFirst = true, .isMoreFirst = true},
-        {.major = 3, .minor = 0, .isLessFirst = true, .isMoreFirst = true},
-        {.major = 543, .minor = 0, .isLessFirst = true, .isMoreFirst = true},
-    };
-    for (const auto& row : rows) {
-        for (const bool isBig : {false, true}) {
-            SCOPED_TRACE(std::to_string(row.major) + "." + std::to_string(row.minor));
-            const CaptureBuilder file = CaptureBuilder().BigEndian(isBig).Version(row.major, row.minor);
-            const std::string less(row.isLessFirst ? 4 : 9, 'x'), more(row.isMoreFirst ? 9 : 4, 'x');
-            const auto captured = [&](std::uint32_t first, std::uint32_t second, const std::string& data) {
-                const ReadCapture read = ReadWhole(CaptureBuilder(file).Record(1, 0, first, second, data).Bytes());
-                return !read.problem && read.Records()[0].data == data &&
-                       read.Records()[0].originalLength == first + second - data.size();
-            };
-            EXPECT_TRUE(captured(4, 9, less));
-            EXPECT_TRUE(captured(9, 4, more));
-            EXPECT_TRUE(captured(4, 4, "four"));
-        }
+    for (const bool isBig : {false, true}) {
+        // The one of the two lengths in a record's header that is taken for that of its data.
+        const auto captured = [&](std::uint16_t major, std::uint16_t minor, std::uint32_t first, std::uint32_t second) {
+            CaptureBuilder file = CaptureBuilder().BigEndian(isBig).Version(major, minor);
+            const OwnedRecord record = ReadWhole(file.Record(1, 0, first, second, "123456789").Bytes()).Records().at(0);
+            EXPECT_EQ(record.data.size() + record.originalLength, first + second);
+            return record.data.size();
+        };
+        EXPECT_EQ(captured(2, 2, 9, 4), 4U);
+        EXPECT_EQ(captured(2, 2, 4, 9), 9U);
+        EXPECT_EQ(captured(2, 3, 9, 4), 4U) << "the less";
+        EXPECT_EQ(captured(2, 3, 4, 9), 4U) << "the less";
+        EXPECT_EQ(captured(2, 3, 4, 4), 4U);
+        EXPECT_EQ(captured(2, 4, 9, 4), 9U);
+        EXPECT_EQ(captured(2, 4, 4, 9), 4U);
+        EXPECT_EQ(captured(1, 2, 4, 9), 4U);
+        EXPECT_EQ(captured(3, 0, 4, 9), 4U);
+        EXPECT_EQ(captured(543, 0, 4, 9), 4U);
     }
 }
 
@@ -252,7 +244,6 @@ TEST(BlockReaderTest, NamesThePlaceAndTheReasonOfDamageInClassicCaptures) {
     const Damage rows[] = {
         {.name = "half a header", .bytes = "123456789012345", .reason = "the file ends inside a record"},
         {.name = "less data", .bytes = record(4, "xyz"), .reason = "the file ends inside a record"},
-        {.name = "no data", .bytes = record(0, ""), .reason = ""},
         {.name = "a claim",
          .bytes = record(262145, ""),
          .reason = "a record claims 262145 bytes, where at most 262144 can be"},
@@ -285,7 +276,6 @@ TEST(BlockReaderTest, NamesThePlaceAndTheReasonOfDamageInPcapNg) {
         {.name = "no second length", .bytes = block(kOther, 8, "", 8), .reason = tooSmall(8)},
         {.name = "no body", .bytes = sized(kOther, ""), .reason = ""},
         {.name = "14 bytes", .bytes = sized(kOther, "xx"), .reason = "a block's length, 14, is no multiple of four"},
-        {.name = "16 bytes", .bytes = sized(kOther, "xxxx"), .reason = ""},
         {.name = "two lengths", .bytes = block(kOther, 16, "xxxx", 20), .reason = differ},
         {.name = "nearly 4 GiB", .bytes = block(kOther, 0xFFFFFFFC, "xxxx", 16), .reason = cut},
         {.name = "small section", .bytes = sized(kSection, start.substr(0, 12)), .reason = tooSmall(24)},
@@ -298,9 +288,7 @@ TEST(BlockReaderTest, NamesThePlaceAndTheReasonOfDamageInPcapNg) {
         {.name = "cut section", .bytes = block(kSection, 32, start, 32), .reason = cut},
         {.name = "section of two lengths", .bytes = block(kSection, 28, start, 32), .reason = differ},
         {.name = "small interface", .bytes = sized(kInterface, "1234"), .reason = tooSmall(16)},
-        {.name = "least interface", .bytes = sized(kInterface, "12345678"), .reason = ""},
         {.name = "small packet", .bytes = sized(kPacket, std::string(16, '\0')), .reason = tooSmall(28)},
-        {.name = "packet that fits", .bytes = sized(kPacket, packet(0, 8)), .reason = ""},
         {.name = "packet that does not", .bytes = sized(kPacket, packet(0, 9)), .reason = tooShort},
         {.name = "packet of interface 1",
          .bytes = sized(kPacket, packet(1, 8)),
@@ -312,7 +300,6 @@ TEST(BlockReaderTest, NamesThePlaceAndTheReasonOfDamageInPcapNg) {
          .bytes = block(kPacket, 257U << 20U, packet(0, 8), 0),
          .reason = "a block claims 269484032 bytes"},
         {.name = "small simple packet", .bytes = sized(kSimple, ""), .reason = tooSmall(12)},
-        {.name = "simple packet that fits", .bytes = sized(kSimple, Number(4) + "abcd"), .reason = ""},
         {.name = "simple packet that does not", .bytes = sized(kSimple, Number(5) + "abcd"), .reason = tooShort},
     };
     for (const Damage& row : rows) {
@@ -452,72 +439,42 @@ std::vector<Sample> Samples() {
     return samples;
 }
 
-struct Packer {
-    const char* name;
-    std::string (*pack)(std::string_view);
-};
-const Packer kPackers[] = {{"as it is", [](std::string_view bytes) { return std::string(bytes); }},
-                           {"gzip", Gzip},
-                           {"bzip2", [](std::string_view bytes) { return Bzip2(bytes); }},
-                           {"xz", Xz},
-                           {"zstd", Zstd},
-                           {"lz4", [](std::string_view bytes) { return Lz4(bytes); }}};
-
-TEST(BlockReaderTest, ReadsTheSameInBlocksAndPiecesOfEverySize) {
-    for (const Sample& sample : Samples()) {
-        for (const Packer& packer : kPackers) {
-            const std::string file = packer.pack(sample.bytes);
-            const ReadCapture whole = ReadWhole(file);
-            EXPECT_FALSE(whole.problem) << whole.problem->text;
-            EXPECT_EQ(whole.blocks.size(), 1U);
-            for (const std::size_t blockSize : {64U, 65U, 79U, 128U, 300U}) {
-                for (const std::size_t piece : {1U, 13U, 1000U}) {
-                    const ReadCapture read = ReadWhole(file, {.blockSize = blockSize}, piece);
-                    EXPECT_GT(read.blocks.size(), 1U);
-                    EXPECT_TRUE(read.Records() == whole.Records() && !read.problem &&
-                                read.stepsBack == whole.stepsBack && read.traits.snapLen == whole.traits.snapLen &&
-                                read.traits.compression == whole.traits.compression)
-                        << sample.name << ", " << packer.name << ", blocks of " << blockSize << ", pieces of " << piece;
-                }
-            }
-        }
-    }
+// As it is, and in each compression.
+std::map<std::string, std::string> Packed(const std::string& bytes) {
+    return {{"plain", bytes},  {"gzip", Gzip(bytes)}, {"bzip2", Bzip2(bytes)},
+            {"xz", Xz(bytes)}, {"zstd", Zstd(bytes)}, {"lz4", Lz4(bytes)}};
 }
 
+// That blocks and pieces of all sizes bring the same is for the replay of fuzz/exact_reader.cpp.
 TEST(BlockReaderTest, KeepsWhatStandsBeforeEveryCut) {
     for (const Sample& sample : Samples()) {
         const std::vector<OwnedRecord> all = ReadWhole(sample.bytes).Records();
-        for (const Packer& packer : kPackers) {
-            const std::string file = packer.pack(sample.bytes);
+        for (const auto& [compression, file] : Packed(sample.bytes)) {
             std::size_t before = 0;
             for (std::size_t size = 0; size < file.size(); ++size) {
+                SCOPED_TRACE(testing::Message() << sample.name << ", " << compression << ", cut to " << size);
                 const ReadCapture read = ReadWhole(file.substr(0, size), {.blockSize = 64});
                 const auto records = read.Records();
-                const auto where = ::testing::Message() << sample.name << ", " << packer.name << ", cut at " << size;
-                ASSERT_TRUE(records.size() <= all.size() &&
-                            std::ranges::equal(records, std::span(all).first(records.size())))
-                    << where;
-                ASSERT_GE(records.size(), before) << where;
+                ASSERT_TRUE(records.size() >= before && records.size() <= all.size());
+                ASSERT_TRUE(std::ranges::equal(records, std::span(all).first(records.size())));
                 before = records.size();
                 const bool isBetween = file == sample.bytes && size > 0 && std::ranges::count(sample.places, size) > 0;
-                ASSERT_EQ(read.problem.has_value(), !isBetween) << where;
+                ASSERT_EQ(read.problem.has_value(), !isBetween);
                 if (!read.problem || !read.isCapture) {
                     continue;
                 }
                 // The first place that is not whole: of all those in front of the cut, the last.
                 const std::size_t place = read.problem->offset;
-                ASSERT_EQ(read.problem->records, records.size()) << where;
-                ASSERT_EQ(std::ranges::count(sample.places, place), 1) << where << read.problem->text;
-                ASSERT_EQ(ReadWhole(sample.bytes.substr(0, place)).Records().size(), records.size()) << where;
-                if (file == sample.bytes) {
-                    ASSERT_EQ(place, *std::prev(std::ranges::upper_bound(sample.places, size))) << where;
-                }
-                ASSERT_TRUE(read.problem->text.starts_with(std::to_string(records.size()) +
-                                                           (records.size() == 1 ? " record" : " records") +
-                                                           " read, then at byte " + std::to_string(place) + ": "))
-                    << read.problem->text;
+                ASSERT_EQ(std::ranges::count(sample.places, place), 1) << read.problem->text;
+                ASSERT_EQ(ReadWhole(sample.bytes.substr(0, place)).Records().size(), records.size());
+                ASSERT_TRUE(file != sample.bytes || place == *std::prev(std::ranges::upper_bound(sample.places, size)));
+                ASSERT_EQ(read.problem->records, records.size());
+                const std::string count =
+                    std::to_string(records.size()) + (records.size() == 1 ? " record" : " records");
+                ASSERT_TRUE(ProblemOf(read).starts_with(count + " read, then at byte " + std::to_string(place) + ": "))
+                    << ProblemOf(read);
             }
-            EXPECT_TRUE(before > 0 || packer.pack == kPackers[2].pack) << "bzip2 gives whole blocks only";
+            EXPECT_TRUE(before > 0 || compression == "bzip2") << "bzip2 gives whole blocks only";
         }
     }
 }
