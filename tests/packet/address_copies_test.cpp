@@ -198,32 +198,25 @@ TEST(AddressCopiesTest, AreNotMadeOfOtherPackets) {
     const std::string mac = ethernet.substr(0, 24);
     const std::string start = "450000140000000040010000";  // of an IPv4 header; its addresses follow
     const std::string packet = start + "C0A80001C0A80002";
-    const struct {
-        const char* about;
-        std::uint32_t type;
-        std::string record;
-        bool isCopied = false;
-    } rows[] = {
-        {.about = "neither address is inside", .type = 1, .record = ethernet + start + "0A0000010A000002"},
-        {.about = "just below and just above", .type = 1, .record = ethernet + start + "C0A7FFFFC0A90000"},
-        {.about = "the second byte alone", .type = 1, .record = ethernet + start + "C1A8000140A80001"},
-        {.about = "the first inside", .type = 1, .record = ethernet + start + "C0A7FFFFC0A80000", .isCopied = true},
-        {.about = "the last inside", .type = 1, .record = ethernet + start + "C0A8FFFFC0A90000", .isCopied = true},
-        {.about = "version 6", .type = 101, .record = "6" + packet.substr(1)},
-        {.about = "header of 4 words", .type = 101, .record = "44" + packet.substr(2)},
-        {.about = "IPv6's type", .type = 1, .record = mac + "86DD" + packet},
-        {.about = "a tag of another kind", .type = 1, .record = mac + "920000010800" + packet},
-        {.about = "a tag without an end", .type = 1, .record = mac + "810000018100"},
-        {.about = "cooked, Frame Relay", .type = 113, .record = "00000302000602000000000100000800" + packet},
-        {.about = "cooked, radiotap", .type = 113, .record = "00000323000602000000000100000800" + packet},
-        {.about = "cooked 2, netlink", .type = 276, .record = "0800000000000002033800060200000000010000" + packet},
-        {.about = "loopback, family 24", .type = 0, .record = "18000000" + packet},
-        {.about = "loopback, a family that is no such number", .type = 0, .record = "00020000" + packet},
-        {.about = "a link type nobody knows", .type = 147, .record = packet},
+    const auto isCopied = [](std::uint32_t linkType, const std::string& record) {
+        return !Copy(linkType, MiscUtils::HexToBytes(record), 0).empty();
     };
-    for (const auto& row : rows) {
-        EXPECT_EQ(!Copy(row.type, MiscUtils::HexToBytes(row.record), 0).empty(), row.isCopied) << row.about;
-    }
+    EXPECT_FALSE(isCopied(1, ethernet + start + "0A0000010A000002")) << "neither address is inside";
+    EXPECT_FALSE(isCopied(1, ethernet + start + "C0A7FFFFC0A90000")) << "just below and just above";
+    EXPECT_FALSE(isCopied(1, ethernet + start + "C1A8000140A80001")) << "the second byte alone";
+    EXPECT_TRUE(isCopied(1, ethernet + start + "C0A7FFFFC0A80000")) << "the first inside";
+    EXPECT_TRUE(isCopied(1, ethernet + start + "C0A8FFFFC0A90000")) << "the last inside";
+    EXPECT_FALSE(isCopied(101, "6" + packet.substr(1))) << "version 6";
+    EXPECT_FALSE(isCopied(101, "44" + packet.substr(2))) << "header of 4 words";
+    EXPECT_FALSE(isCopied(1, mac + "86DD" + packet)) << "IPv6's type";
+    EXPECT_FALSE(isCopied(1, mac + "920000010800" + packet)) << "a tag of another kind";
+    EXPECT_FALSE(isCopied(1, mac + "810000018100")) << "a tag without an end";
+    EXPECT_FALSE(isCopied(113, "00000302000602000000000100000800" + packet)) << "cooked, Frame Relay";
+    EXPECT_FALSE(isCopied(113, "00000323000602000000000100000800" + packet)) << "cooked, radiotap";
+    EXPECT_FALSE(isCopied(276, "0800000000000002033800060200000000010000" + packet)) << "cooked 2, netlink";
+    EXPECT_FALSE(isCopied(0, "18000000" + packet)) << "loopback, family 24";
+    EXPECT_FALSE(isCopied(0, "00020000" + packet)) << "loopback, a family that is no such number";
+    EXPECT_FALSE(isCopied(147, packet)) << "a link type nobody knows";
 }
 
 }  // namespace
