@@ -3,7 +3,6 @@
 // stand in it, in what order.
 
 #include <csignal>
-#include <set>
 #include <thread>
 
 #include <fcntl.h>
@@ -59,20 +58,12 @@ struct ExactRun : ToolRun {
         mkfifo(directory.Path("fifo").c_str(), 0600);
     }
 
-    [[nodiscard]] std::set<std::string> Names() const {
-        std::set<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator(directory.Path())) {
-            names.insert(entry.path().filename());
-        }
-        return names;
-    }
-
     ToolResult Exact(const std::string& arguments) const {
-        const auto before = Names();
+        const auto before = directory.Names();
         const ToolResult result = (*this)("--exact " + arguments);
         EXPECT_FALSE(result.hasLeftLog) << result;
         const bool mayLeaveAFile = result.exitStatus == 0 || result.exitStatus == 252;
-        EXPECT_TRUE(mayLeaveAFile || Names() == before) << result << "leaves something";
+        EXPECT_TRUE(mayLeaveAFile || directory.Names() == before) << result << "leaves something";
         return result;
     }
 };
@@ -409,14 +400,14 @@ void Send(int fifo, const std::string& bytes) {
 TEST(ExactCommandLineTest, EndsBySignalsAndLeavesNothing) {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         ExactRun run;
-        const auto before = run.Names();
+        const auto before = run.directory.Names();
         const ToolResult result = RunWithFifo(run, "odd fifo -out x", [&](pid_t tool, int fifo) {
             Send(fifo, At("5").substr(0, 30));
             kill(tool, signal);
         });
         EXPECT_EQ(result.signal, signal) << result;
         EXPECT_EQ(result.errors, "");
-        EXPECT_EQ(run.Names(), before);
+        EXPECT_EQ(run.directory.Names(), before);
     }
 }
 

@@ -292,46 +292,37 @@ TEST(ByteStreamTest, LeavesPlainBytesAsTheyAre) {
 }
 
 TEST(ByteStreamTest, ParsesEveryHeaderOfGzip) {
+    constexpr int kHasSum = 2;
     const std::string deflated = Gzip("data").substr(10);
     const auto header = [](int flags) { return "\x1F\x8B\x08"s + static_cast<char>(flags) + "time\x02\x03"; };
-    const std::string all = "\x05\0extraname\0comment\0"s;
-    const struct {
-        int flags;
-        std::string fields;
-    } rows[] = {
-        {.flags = 0, .fields = ""},
-        {.flags = 1, .fields = ""},  // says that it is text
-        {.flags = 2, .fields = ""},  // has a checksum, which is added below
-        {.flags = 4, .fields = "\x05\0extra"s},
-        {.flags = 4, .fields = "\0\0"s},
-        {.flags = 8, .fields = "name\0"s},
-        {.flags = 16, .fields = "comment\0"s},
-        {.flags = 20, .fields = "\x05\0extracomment\0"s},
-        {.flags = 31, .fields = all},
-        {.flags = 30, .fields = "\0\0\0\0"s},
-    };
-    for (const auto& row : rows) {
-        std::string file = header(row.flags) + row.fields;
-        const std::string about = "flags " + std::to_string(row.flags);
+    const auto check = [&](int flags, const std::string& fields) {
+        std::string file = header(flags) + fields;
         const auto sum = crc32(0, reinterpret_cast<const Bytef*>(file.data()), static_cast<uInt>(file.size()));
-        if ((row.flags & 2) != 0) {
+        if ((flags & kHasSum) != 0) {
             file += {static_cast<char>(sum), static_cast<char>(sum >> 8U)};
-            for (const std::size_t fromEnd : {1U, 2U}) {
-                const std::string wrong = Flipped(file, fromEnd) + deflated;
-                Check({.about = about, .codec = kGzip, .file = wrong, .fault = kDamaged, .reason = "wrong checksum"});
-            }
+            const std::string one = Flipped(file, 1) + deflated, other = Flipped(file, 2) + deflated;
+            CheckEach(kGzip, kDamaged,
+                      {{.about = "a wrong byte", .file = one, .reason = "wrong checksum"},
+                       {.about = "the other", .file = other, .reason = "wrong checksum"}});
         }
-        Check({.about = about, .codec = kGzip, .file = file + deflated, .bytes = "data"});
+        CheckEach(kGzip, {}, {{.about = "flags " + std::to_string(flags), .file = file + deflated, .bytes = "data"}});
         for (std::size_t size = 2; size < file.size(); ++size) {
-            EXPECT_EQ(Drain(file.substr(0, size)).fault, kCut) << about << ", cut to " << size;
+            EXPECT_EQ(Drain(file.substr(0, size)).fault, kCut) << "flags " << flags << ", cut to " << size;
         }
-    }
+    };
+    check(0, "");
+    check(1, "");  // says that it is text
+    check(kHasSum, "");
+    check(4, "\x05\0extra"s);
+    check(4, "\0\0"s);
+    check(8, "name\0"s);
+    check(16, "comment\0"s);
+    check(4 + 16, "\x05\0extracomment\0"s);
+    check(1 + kHasSum + 4 + 8 + 16, "\x05\0extraname\0comment\0"s);
+    check(kHasSum + 4 + 8 + 16, "\0\0\0\0"s);
     for (const int reserved : {0x20, 0x40, 0x80}) {
-        Check({.about = "a reserved flag",
-               .codec = kGzip,
-               .file = header(reserved) + deflated,
-               .fault = kDamaged,
-               .reason = "reserved flags"});
+        const std::string file = header(reserved) + deflated;
+        CheckEach(kGzip, kDamaged, {{.about = "a reserved flag", .file = file, .reason = "reserved flags"}});
     }
 }
 

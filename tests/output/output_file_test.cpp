@@ -7,7 +7,6 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
-#include <set>
 #include <thread>
 
 #include <fcntl.h>
@@ -26,14 +25,6 @@ namespace {
 using Kind = codec::OutputOutcome::Kind;
 
 const std::string kContent = codec::Noise(3'300'000);  // space ahead is asked for twice
-
-std::set<std::string> NamesIn(const TempDir& directory) {
-    std::set<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(directory.Path())) {
-        names.insert(entry.path().filename());
-    }
-    return names;
-}
 
 bool HoldsContent(const std::string& path) {
     std::string found(kContent.size() + 1, '\0');
@@ -117,10 +108,10 @@ TEST(OutputFileTest, AppearsWholeOrNotAtAllWhateverFails) {
         if (row.error != 0) {
             EXPECT_EQ(produced.outcome.kind, Kind::kCannot);
             EXPECT_TRUE(produced.outcome.text.ends_with(std::strerror(row.error))) << produced.outcome.text;
-            EXPECT_EQ(NamesIn(directory), std::set<std::string>{});
+            EXPECT_TRUE(directory.Names().empty());
         } else {
             EXPECT_TRUE(produced.outcome.IsGood() && produced.outcome.text.empty()) << produced.outcome.text;
-            EXPECT_EQ(NamesIn(directory), std::set<std::string>{"out"});
+            EXPECT_EQ(directory.Names(), std::set<std::string>{"out"});
             EXPECT_TRUE(HoldsContent(directory / "out"));
         }
     }
@@ -148,7 +139,7 @@ TEST(OutputFileTest, WhatTakesItsNameMeanwhileStays) {
         EXPECT_EQ(produced.outcome.kind, Kind::kTaken);
         EXPECT_EQ(produced.outcome.text, "came into being during the run");
         EXPECT_EQ(produced.outcome.keptAs, directory / "out.2");
-        EXPECT_EQ(NamesIn(directory), (std::set<std::string>{"out", "out.1", "out.2"}));
+        EXPECT_EQ(directory.Names(), (std::set<std::string>{"out", "out.1", "out.2"}));
         EXPECT_EQ(directory.Read("out") + directory.Read("out.1"), "otherthird");
         EXPECT_TRUE(HoldsContent(directory / "out.2"));
         const Produced cut = Produce(directory / longest, way, [&] { directory.Write(longest, "other"); });
@@ -160,7 +151,7 @@ TEST(OutputFileTest, NamesTheTemporaryNameThatItCannotRemove) {
     const TempDir directory;
     const codec::OutputOutcome outcome = Produce(directory / "out", "openat 1 unlinkat 2").outcome;
     EXPECT_TRUE(outcome.IsGood());
-    EXPECT_EQ(outcome.text, *NamesIn(directory).begin() + " is left: Input/output error");
+    EXPECT_EQ(outcome.text, *directory.Names().begin() + " is left: Input/output error");
 }
 
 TEST(OutputFileTest, RefusesWhatExistsAndWhatCannotBe) {
@@ -172,7 +163,7 @@ TEST(OutputFileTest, RefusesWhatExistsAndWhatCannotBe) {
     std::filesystem::create_symlink("file", directory / "to file");
     std::filesystem::create_symlink("/dev/null", directory / "to device");
     std::filesystem::create_symlink("dir", directory / "to dir");
-    const auto before = NamesIn(directory);
+    const auto before = directory.Names();
     for (const char* const name : {"file", "dir", "dir/", "dir/..", "dangling", "loop", "to file", "to dir", "/"}) {
         const codec::OutputOutcome outcome = OutputFile().Prepare(directory / name);
         EXPECT_TRUE(outcome.kind == Kind::kExists && outcome.text == "exists already") << name << outcome.text;
@@ -199,7 +190,7 @@ TEST(OutputFileTest, RefusesWhatExistsAndWhatCannotBe) {
         EXPECT_EQ(output.GetIdentity().has_value(), stat(path.c_str(), &status) == 0) << path;
         EXPECT_TRUE(!output.GetIdentity() || *output.GetIdentity() == (FileIdentity{status.st_dev, status.st_ino}));
     }
-    EXPECT_EQ(NamesIn(directory), before);
+    EXPECT_EQ(directory.Names(), before);
     EXPECT_TRUE(HoldsForOrdinaryUser([] {
         OutputFile output;
         return output.Prepare("/new-file").text == "Permission denied";
@@ -220,14 +211,14 @@ TEST(OutputFileTest, IsGoneWhenItIsGivenUp) {
             EXPECT_TRUE(given->Prepare(directory / "out").IsGood());
             ArmFault(nullptr);
             EXPECT_TRUE(given->Write(codec::BytesOf("begun")).IsGood());
-            EXPECT_EQ(NamesIn(directory).begin()->starts_with(".out.seamtool-"), isHidden);
+            EXPECT_EQ(directory.Names().begin()->starts_with(".out.seamtool-"), isHidden);
             if (end == std::string("destroyed")) {
                 given.reset();
             } else {
                 OutputFile::RemoveUnfinished();
             }
-            EXPECT_FALSE(NamesIn(directory).begin()->starts_with(".out.seamtool-"));
-            EXPECT_TRUE(NamesIn(directory).contains(end)) << "what was finished stays";
+            EXPECT_FALSE(directory.Names().begin()->starts_with(".out.seamtool-"));
+            EXPECT_TRUE(directory.Names().contains(end)) << "what was finished stays";
             EXPECT_TRUE(given == nullptr || given->Finish().error == (isHidden ? ENOENT : 0));
         }
     }
