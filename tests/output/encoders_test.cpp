@@ -14,6 +14,8 @@ namespace {
 
 using enum TimeChange;
 
+constexpr std::int64_t kSecond = 1'000'000'000;
+constexpr std::int64_t kEnd = kSecond << 32;
 constexpr std::int64_t kEarliest = std::numeric_limits<std::int64_t>::min();
 constexpr std::int64_t kLatest = std::numeric_limits<std::int64_t>::max();
 
@@ -37,34 +39,35 @@ TEST(RecordEncoderTest, WritesTheHeaderOfAFileAndOfARecord) {
     EXPECT_EQ(HexOf(header), "010000000100000004030201feffffff");
 }
 
-TEST(RecordEncoderTest, HoldsTheNearestTime) {
-    constexpr std::int64_t kSecond = 1'000'000'000;
-    constexpr std::int64_t kEnd = kSecond << 32;
-    const struct {
-        std::int64_t time;
-        Unit unit;
-        TimeChange change;
-        const char* written = "0000000000000000";
-    } rows[] = {
-        {.time = kEarliest, .unit = Unit::kMicroseconds, .change = kBefore1970},
-        {.time = -1, .unit = Unit::kNanoseconds, .change = kBefore1970},
-        {.time = 0, .unit = Unit::kMicroseconds, .change = kAsIs},
-        {.time = 1, .unit = Unit::kMicroseconds, .change = kFinerThanUnit},
-        {.time = 1, .unit = Unit::kNanoseconds, .change = kAsIs, .written = "0000000001000000"},
-        {.time = 999, .unit = Unit::kMicroseconds, .change = kFinerThanUnit},
-        {.time = 1000, .unit = Unit::kMicroseconds, .change = kAsIs, .written = "0000000001000000"},
-        {.time = kSecond - 1, .unit = Unit::kMicroseconds, .change = kFinerThanUnit, .written = "000000003f420f00"},
-        {.time = kSecond - 1, .unit = Unit::kNanoseconds, .change = kAsIs, .written = "00000000ffc99a3b"},
-        {.time = kEnd - 1000, .unit = Unit::kMicroseconds, .change = kAsIs, .written = "ffffffff3f420f00"},
-        {.time = kEnd - 1, .unit = Unit::kNanoseconds, .change = kAsIs, .written = "ffffffffffc99a3b"},
-        {.time = kEnd, .unit = Unit::kMicroseconds, .change = kBeyondLast, .written = "ffffffff3f420f00"},
-        {.time = kLatest, .unit = Unit::kNanoseconds, .change = kBeyondLast, .written = "ffffffffffc99a3b"},
-    };
-    for (const auto& row : rows) {
-        std::array<std::uint8_t, RecordEncoder::kHeaderSize> header{};
-        EXPECT_EQ(RecordEncoder(row.unit).EncodeHeader(header.data(), row.time, 0, 0), row.change) << row.time;
-        EXPECT_EQ(HexOf(std::span(header).first(8)), row.written) << row.time;
-    }
+// The time as it is written; `change` is what is to become of it.
+std::string TimeOf(Unit unit, std::int64_t time, TimeChange change = kAsIs) {
+    std::array<std::uint8_t, RecordEncoder::kHeaderSize> header{};
+    EXPECT_EQ(RecordEncoder(unit).EncodeHeader(header.data(), time, 0, 0), change) << time;
+    return HexOf(std::span(header).first(8));
+}
+
+TEST(RecordEncoderTest, HoldsTheNearestTimeInMicroseconds) {
+    constexpr auto kMicro = Unit::kMicroseconds;
+    EXPECT_EQ(TimeOf(kMicro, kEarliest, kBefore1970), "0000000000000000");
+    EXPECT_EQ(TimeOf(kMicro, -1, kBefore1970), "0000000000000000");
+    EXPECT_EQ(TimeOf(kMicro, 0), "0000000000000000");
+    EXPECT_EQ(TimeOf(kMicro, 999, kFinerThanUnit), "0000000000000000");
+    EXPECT_EQ(TimeOf(kMicro, 1000), "0000000001000000");
+    EXPECT_EQ(TimeOf(kMicro, kSecond - 1, kFinerThanUnit), "000000003f420f00");
+    EXPECT_EQ(TimeOf(kMicro, kSecond), "0100000000000000");
+    EXPECT_EQ(TimeOf(kMicro, kEnd - 1000), "ffffffff3f420f00");
+    EXPECT_EQ(TimeOf(kMicro, kEnd - 1, kFinerThanUnit), "ffffffff3f420f00");
+    EXPECT_EQ(TimeOf(kMicro, kEnd, kBeyondLast), "ffffffff3f420f00");
+    EXPECT_EQ(TimeOf(kMicro, kLatest, kBeyondLast), "ffffffff3f420f00");
+}
+
+TEST(RecordEncoderTest, HoldsTheNearestTimeInNanoseconds) {
+    constexpr auto kNano = Unit::kNanoseconds;
+    EXPECT_EQ(TimeOf(kNano, -1, kBefore1970), "0000000000000000");
+    EXPECT_EQ(TimeOf(kNano, 1), "0000000001000000");
+    EXPECT_EQ(TimeOf(kNano, kSecond - 1), "00000000ffc99a3b");
+    EXPECT_EQ(TimeOf(kNano, kEnd - 1), "ffffffffffc99a3b");
+    EXPECT_EQ(TimeOf(kNano, kEnd, kBeyondLast), "ffffffffffc99a3b");
 }
 
 TEST(PcapNgEncoderTest, DescribesSectionAndInterfaces) {
@@ -97,25 +100,18 @@ TEST(PcapNgEncoderTest, HoldsTimesFrom1970On) {
 }
 
 TEST(PcapNgEncoderTest, PadsPackets) {
-    const struct {
-        std::uint32_t captured;
-        std::string blockLength;
-        std::string padding;
-    } rows[] = {
-        {.captured = 0, .blockLength = "20000000", .padding = ""},
-        {.captured = 1, .blockLength = "24000000", .padding = "000000"},
-        {.captured = 2, .blockLength = "24000000", .padding = "0000"},
-        {.captured = 3, .blockLength = "24000000", .padding = "00"},
-        {.captured = 4, .blockLength = "24000000", .padding = ""},
-        {.captured = 1U << 27, .blockLength = "20000008", .padding = ""},
+    const auto tail = [](std::uint32_t captured, const std::string& blockLength) {
+        std::array<std::uint8_t, PcapNgEncoder::kMostTail> bytes;
+        bytes.fill(0xEE);
+        EXPECT_TRUE(HeadOf(0, captured).starts_with("06000000" + blockLength)) << captured;
+        return HexOf(std::span(bytes).first(PcapNgEncoder::EncodeTail(bytes.data(), captured)));
     };
-    for (const auto& row : rows) {
-        std::array<std::uint8_t, PcapNgEncoder::kMostTail> tail;
-        tail.fill(0xEE);
-        EXPECT_TRUE(HeadOf(0, row.captured).starts_with("06000000" + row.blockLength)) << row.captured;
-        EXPECT_EQ(HexOf(std::span(tail).first(PcapNgEncoder::EncodeTail(tail.data(), row.captured))),
-                  row.padding + row.blockLength);
-    }
+    EXPECT_EQ(tail(0, "20000000"), "20000000");
+    EXPECT_EQ(tail(1, "24000000"), "00000024000000");
+    EXPECT_EQ(tail(2, "24000000"), "000024000000");
+    EXPECT_EQ(tail(3, "24000000"), "0024000000");
+    EXPECT_EQ(tail(4, "24000000"), "24000000");
+    EXPECT_EQ(tail(1U << 27, "20000008"), "20000008");
 }
 
 }  // namespace
