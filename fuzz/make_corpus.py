@@ -142,6 +142,9 @@ write("time_text", {
 write("byte_search", {
     "edits": bytes([2, 3, 0, 0, 0, 0]) + b"abXYZ" + b"aabbabaabbb",
     "across_blocks": bytes([4, 1]) + struct.pack("<HH", 4094, 5000) + b"needN" + b"neneedle",
+    "one_byte_of_the_next_block": bytes([1, 0]) + struct.pack("<HH", 4097, 6145) + b"x" + b"." * 4200,
+    "a_byte": bytes([1, 0]) + struct.pack("<HH", 4, 3) + b"x" + b"y",
+    "beyond_the_end": bytes([1, 0]) + struct.pack("<HH", 2, 12000) + b"x" + b"y" * 4095,
     "range": bytes([1, 0]) + struct.pack("<HH", 10, 12) + b"x" + b"............x",
     "empty_pattern": bytes([0, 0]) + struct.pack("<HH", 4096, 4096) + b"text",
 })

@@ -59,93 +59,94 @@ Merged MergedFrom(const std::vector<std::string>& files, Algorithm algorithm, co
     return merged;
 }
 
-TEST(MergeTest, AgreesWithTheNaiveModel) {
-    for (unsigned seed = 1; seed <= 400; ++seed) {
+// One to nine inputs in any disorder, and blocks in which it reaches from one into another.
+struct RandomInputs {
+    explicit RandomInputs(unsigned seed) {
         std::mt19937 random(seed);
         const auto upTo = [&random](int most) { return std::uniform_int_distribution(0, most)(random); };
-        const auto algorithm = seed % 2 == 0 ? Algorithm::kMerge : Algorithm::kSquish;
-        const input::BlockPlan plan{.blocksPerInput = seed % 3 == 0 ? 2U : 3U,
-                                    .blockSize = static_cast<std::size_t>(64 + upTo(400))};
-        const int farness = std::vector{0, 3, 30, 1000}[static_cast<std::size_t>(upTo(3))];  // of disorder
-        std::vector<std::string> files;
-        std::vector<Records> orders;
-        std::vector<NaiveOrder> mended;
-        for (int left = upTo(5); left >= 0; --left) {
+        plan = {.blocksPerInput = seed % 3 == 0 ? 2U : 3U, .blockSize = static_cast<std::size_t>(64 + upTo(400))};
+        const int disorder = std::vector{0, 3, 30, 1000}[static_cast<std::size_t>(upTo(3))];
+        for (int left = upTo(8); left >= 0; --left) {
             CaptureBuilder file = CaptureBuilder().Nanoseconds();
-            int time = upTo(10);
+            int time = 1000 + upTo(10);
             for (int records = upTo(80); records > 0; --records) {
                 time += upTo(2);
-                file.Record(5, time + 1000 - upTo(farness),
-                            std::string(static_cast<std::size_t>(upTo(60)), 'x') + static_cast<char>(upTo(255)));
+                const std::string data = std::string(static_cast<std::size_t>(upTo(60)), 'x');
+                file.Record(5, time - upTo(disorder), data + static_cast<char>(upTo(255)));
             }
             files.push_back(file.Bytes());
-            mended.push_back(Mended(capture::ReadWhole(files.back(), {.blockSize = plan.blockSize}).blocks));
-            orders.push_back(algorithm == Algorithm::kMerge ? mended.back().records
-                                                            : capture::ReadWhole(files.back()).Records());
         }
-        const Merged merged = MergedFrom(files, algorithm, plan);
-        ASSERT_TRUE(merged.bytes ==
-                    NaiveFile(CaptureBuilder().Nanoseconds(), 1, orders, algorithm == Algorithm::kSquish))
-            << "seed " << seed;
-        for (std::size_t input = 0; algorithm == Algorithm::kMerge && input < files.size(); ++input) {
-            ASSERT_EQ(merged.tallies[input].outOfPlace, mended[input].outOfPlace) << "seed " << seed;
-            ASSERT_EQ(merged.tallies[input].largestStep, mended[input].largestStep) << "seed " << seed;
-            ASSERT_EQ(merged.tallies[input].recordsWritten, mended[input].records.size()) << "seed " << seed;
+    }
+    input::BlockPlan plan;
+    std::vector<std::string> files;
+};
+
+TEST(MergeTest, AgreesWithTheNaiveModel) {
+    for (unsigned seed = 1; seed <= 200; ++seed) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        const RandomInputs random(seed);
+        const Merged merged = MergedFrom(random.files, Algorithm::kMerge, random.plan);
+        std::vector<Records> orders;
+        for (const std::string& file : random.files) {
+            const NaiveOrder order = Mended(capture::ReadWhole(file, {.blockSize = random.plan.blockSize}).blocks);
+            const output::SourceCounts& tally = merged.tallies[orders.size()];
+            ASSERT_EQ(tally.outOfPlace, order.outOfPlace);
+            ASSERT_EQ(tally.largestStep, order.largestStep);
+            ASSERT_EQ(tally.recordsWritten, order.records.size());
+            orders.push_back(order.records);
         }
+        ASSERT_TRUE(merged.bytes == NaiveFile(CaptureBuilder().Nanoseconds(), 1, orders, false));
     }
 }
 
-// Each digit is the time of a record; blocks hold 3, 4, 4, ... of them.
+TEST(SquishTest, AgreesWithTheNaiveModel) {
+    for (unsigned seed = 1; seed <= 200; ++seed) {
+        const RandomInputs random(seed);
+        std::vector<Records> orders;
+        for (const std::string& file : random.files) {
+            orders.push_back(capture::ReadWhole(file).Records());
+        }
+        ASSERT_TRUE(MergedFrom(random.files, Algorithm::kSquish, random.plan).bytes ==
+                    NaiveFile(CaptureBuilder().Nanoseconds(), 1, orders, true))
+            << "seed " << seed;
+    }
+}
+
 TEST(MergeTest, MendsDisorderWithinTwoBlocks) {
-    struct Row {
-        const char* times;
-        const char* written;
-        std::uint64_t outOfPlace;
-        std::int64_t largestStep;
+    using Seconds = std::vector<int>;
+    const struct {
+        const char* about;
+        Seconds read;  // three in the first block, four in each that follows
+        Seconds written;
+        std::uint64_t outOfPlace = 0;
+        std::int64_t largestStep = 0;
+    } rows[] = {
+        {.about = "from one block to the next", .read = {3, 5, 7, 1, 2, 4, 6, 8}, .written = {1, 2, 3, 4, 5, 6, 7, 8}},
+        {.about = "farther: written at once",
+         .read = {3, 5, 7, 4, 6, 8, 9, 1},
+         .written = {3, 4, 5, 6, 7, 1, 8, 9},
+         .outOfPlace = 1,
+         .largestStep = 6},
+        {.about = "one far ahead goes with its blocks, and makes those behind it late",
+         .read = {1, 9, 2, 3, 4, 5, 6, 7, 8},
+         .written = {1, 2, 3, 4, 5, 6, 9, 7, 8},
+         .outOfPlace = 2,
+         .largestStep = 2},
     };
-    for (const Row& row : {Row{"123"
-                               "4567",
-                               "1234567", 0, 0},
-                           Row{"357"
-                               "1246"
-                               "89",
-                               "123456789", 0, 0},
-                           Row{"987"
-                               "6543",
-                               "3456789", 0, 0},
-                           // Behind the block before its own: written at once.
-                           Row{"357"
-                               "4689"
-                               "1",
-                               "34567189", 1, 6},
-                           // One far ahead goes with its blocks, and those behind it that are earlier are counted.
-                           Row{"192"
-                               "3456"
-                               "78",
-                               "123456978", 2, 2},
-                           Row{"999"
-                               "8888"
-                               "7777"
-                               "6",
-                               "8888999"
-                               "6"
-                               "7777",
-                               5, 3}}) {
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.about);
         CaptureBuilder file;
-        for (const char time : std::string(row.times)) {
-            file.Record(time - '0', 0, "x");
+        for (const int second : row.read) {
+            file.Record(second, 0, "x");
         }
-        for (const std::size_t blocks : {2U, 3U}) {
-            const Merged merged =
-                MergedFrom({file.Bytes()}, Algorithm::kMerge, {.blocksPerInput = blocks, .blockSize = 75});
-            std::string written;
-            for (const auto& record : capture::ReadWhole(merged.bytes).Records()) {
-                written += std::to_string(record.time / 1'000'000'000);
-            }
-            EXPECT_EQ(written, row.written);
-            EXPECT_EQ(merged.tallies[0].outOfPlace, row.outOfPlace) << row.times;
-            EXPECT_EQ(merged.tallies[0].largestStep, row.largestStep * 1'000'000'000) << row.times;
+        const Merged merged = MergedFrom({file.Bytes()}, Algorithm::kMerge, {.blocksPerInput = 2, .blockSize = 75});
+        Seconds written;
+        for (const auto& record : capture::ReadWhole(merged.bytes).Records()) {
+            written.push_back(static_cast<int>(record.time / 1'000'000'000));
         }
+        EXPECT_EQ(written, row.written);
+        EXPECT_EQ(merged.tallies[0].outOfPlace, row.outOfPlace);
+        EXPECT_EQ(merged.tallies[0].largestStep, row.largestStep * 1'000'000'000);
     }
 }
 

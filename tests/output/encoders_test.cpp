@@ -14,6 +14,8 @@ namespace {
 
 using enum TimeChange;
 
+constexpr std::int64_t kSecond = 1'000'000'000;
+constexpr std::int64_t kEnd = kSecond << 32;
 constexpr std::int64_t kEarliest = std::numeric_limits<std::int64_t>::min();
 constexpr std::int64_t kLatest = std::numeric_limits<std::int64_t>::max();
 
@@ -26,40 +28,46 @@ std::string HexOf(std::span<const std::uint8_t> bytes) {
     return text;
 }
 
-TEST(RecordEncoderTest, HoldsTheNearestTime) {
-    constexpr std::int64_t kSecond = 1'000'000'000;
-    constexpr std::int64_t kEnd = kSecond << 32;
-    const struct {
-        std::int64_t time;
-        const char* micro;
-        const char* nano;
-        TimeChange microChange;
-        TimeChange nanoChange;
-    } rows[] = {
-        {kEarliest, "00000000 00000000", "00000000 00000000", kBefore1970, kBefore1970},
-        {-1, "00000000 00000000", "00000000 00000000", kBefore1970, kBefore1970},
-        {0, "00000000 00000000", "00000000 00000000", kAsIs, kAsIs},
-        {1, "00000000 00000000", "00000000 01000000", kFinerThanUnit, kAsIs},
-        {999, "00000000 00000000", "00000000 e7030000", kFinerThanUnit, kAsIs},
-        {1000, "00000000 01000000", "00000000 e8030000", kAsIs, kAsIs},
-        {kSecond - 1, "00000000 3f420f00", "00000000 ffc99a3b", kFinerThanUnit, kAsIs},
-        {kSecond, "01000000 00000000", "01000000 00000000", kAsIs, kAsIs},
-        {kEnd - 1000, "ffffffff 3f420f00", "ffffffff 18c69a3b", kAsIs, kAsIs},
-        {kEnd - 1, "ffffffff 3f420f00", "ffffffff ffc99a3b", kFinerThanUnit, kAsIs},
-        {kEnd, "ffffffff 3f420f00", "ffffffff ffc99a3b", kBeyondLast, kBeyondLast},
-        {kLatest, "ffffffff 3f420f00", "ffffffff ffc99a3b", kBeyondLast, kBeyondLast},
-    };
-    const RecordEncoder micro(RecordEncoder::Unit::kMicroseconds), nano(RecordEncoder::Unit::kNanoseconds);
+using Unit = RecordEncoder::Unit;
+
+TEST(RecordEncoderTest, WritesTheHeaderOfAFileAndOfARecord) {
+    const RecordEncoder micro(Unit::kMicroseconds), nano(Unit::kNanoseconds);
     EXPECT_EQ(HexOf(micro.EncodeFileHeader(262144, 1)), "d4c3b2a10200040000000000000000000000040001000000");
     EXPECT_EQ(HexOf(nano.EncodeFileHeader(0x12345678, 0xF4030201)), "4d3cb2a102000400000000000000000078563412010203f4");
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.time);
-        std::array<std::uint8_t, RecordEncoder::kHeaderSize> header{};
-        EXPECT_EQ(micro.EncodeHeader(header.data(), row.time, 0x01020304, 0xFFFFFFFE), row.microChange);
-        EXPECT_EQ(HexOf(header).insert(8, " "), row.micro + std::string("04030201feffffff"));
-        EXPECT_EQ(nano.EncodeHeader(header.data(), row.time, 0, 5), row.nanoChange);
-        EXPECT_EQ(HexOf(header).insert(8, " "), row.nano + std::string("0000000005000000"));
-    }
+    std::array<std::uint8_t, RecordEncoder::kHeaderSize> header{};
+    EXPECT_EQ(micro.EncodeHeader(header.data(), 1'000'001'000, 0x01020304, 0xFFFFFFFE), kAsIs);
+    EXPECT_EQ(HexOf(header), "010000000100000004030201feffffff");
+}
+
+// The time as it is written; `change` is what is to become of it.
+std::string TimeOf(Unit unit, std::int64_t time, TimeChange change = kAsIs) {
+    std::array<std::uint8_t, RecordEncoder::kHeaderSize> header{};
+    EXPECT_EQ(RecordEncoder(unit).EncodeHeader(header.data(), time, 0, 0), change) << time;
+    return HexOf(std::span(header).first(8));
+}
+
+TEST(RecordEncoderTest, HoldsTheNearestTimeInMicroseconds) {
+    constexpr auto kMicro = Unit::kMicroseconds;
+    EXPECT_EQ(TimeOf(kMicro, kEarliest, kBefore1970), "0000000000000000");
+    EXPECT_EQ(TimeOf(kMicro, -1, kBefore1970), "0000000000000000");
+    EXPECT_EQ(TimeOf(kMicro, 0), "0000000000000000");
+    EXPECT_EQ(TimeOf(kMicro, 999, kFinerThanUnit), "0000000000000000");
+    EXPECT_EQ(TimeOf(kMicro, 1000), "0000000001000000");
+    EXPECT_EQ(TimeOf(kMicro, kSecond - 1, kFinerThanUnit), "000000003f420f00");
+    EXPECT_EQ(TimeOf(kMicro, kSecond), "0100000000000000");
+    EXPECT_EQ(TimeOf(kMicro, kEnd - 1000), "ffffffff3f420f00");
+    EXPECT_EQ(TimeOf(kMicro, kEnd - 1, kFinerThanUnit), "ffffffff3f420f00");
+    EXPECT_EQ(TimeOf(kMicro, kEnd, kBeyondLast), "ffffffff3f420f00");
+    EXPECT_EQ(TimeOf(kMicro, kLatest, kBeyondLast), "ffffffff3f420f00");
+}
+
+TEST(RecordEncoderTest, HoldsTheNearestTimeInNanoseconds) {
+    constexpr auto kNano = Unit::kNanoseconds;
+    EXPECT_EQ(TimeOf(kNano, -1, kBefore1970), "0000000000000000");
+    EXPECT_EQ(TimeOf(kNano, 1), "0000000001000000");
+    EXPECT_EQ(TimeOf(kNano, kSecond - 1), "00000000ffc99a3b");
+    EXPECT_EQ(TimeOf(kNano, kEnd - 1), "ffffffffffc99a3b");
+    EXPECT_EQ(TimeOf(kNano, kEnd, kBeyondLast), "ffffffffffc99a3b");
 }
 
 TEST(PcapNgEncoderTest, DescribesSectionAndInterfaces) {
@@ -76,30 +84,34 @@ TEST(PcapNgEncoderTest, DescribesSectionAndInterfaces) {
     EXPECT_EQ(describe(0x10000, ""), "") << "the format has 16 bits for it";
 }
 
-TEST(PcapNgEncoderTest, PadsPacketsAndHoldsTimesFrom1970On) {
-    const struct {
-        std::int64_t time;
-        TimeChange change;
-        std::uint32_t captured;
-        const char* head;
-        const char* tail;
-    } rows[] = {
-        {kEarliest, kBefore1970, 0, "06000000200000000b0a0000000000000000000000000000feffffff", "20000000"},
-        {-1, kBefore1970, 1, "06000000240000000b0a0000000000000000000001000000feffffff", "00000024000000"},
-        {0, kAsIs, 2, "06000000240000000b0a0000000000000000000002000000feffffff", "000024000000"},
-        {0x0102030405060708, kAsIs, 3, "06000000240000000b0a0000040302010807060503000000feffffff", "0024000000"},
-        {kLatest, kAsIs, 4, "06000000240000000b0a0000ffffff7fffffffff04000000feffffff", "24000000"},
-        {1, kAsIs, 1U << 27, "06000000200000080b0a0000000000000100000000000008feffffff", "20000008"},
+// The head that is written; `change` is what is to become of the time.
+std::string HeadOf(std::int64_t time, std::uint32_t captured, TimeChange change = kAsIs) {
+    std::array<std::uint8_t, PcapNgEncoder::kHeadSize> head{};
+    EXPECT_EQ(PcapNgEncoder::EncodeHead(head.data(), time, 0x0A0B, captured, 0xFFFFFFFE), change);
+    return HexOf(head);
+}
+
+TEST(PcapNgEncoderTest, HoldsTimesFrom1970On) {
+    const std::string before = "06000000200000000b0a0000", behind = "00000000feffffff";
+    EXPECT_EQ(HeadOf(kEarliest, 0, kBefore1970), before + "0000000000000000" + behind);
+    EXPECT_EQ(HeadOf(-1, 0, kBefore1970), before + "0000000000000000" + behind);
+    EXPECT_EQ(HeadOf(0x0102030405060708, 0), before + "0403020108070605" + behind);
+    EXPECT_EQ(HeadOf(kLatest, 0), before + "ffffff7fffffffff" + behind);
+}
+
+TEST(PcapNgEncoderTest, PadsPackets) {
+    const auto tail = [](std::uint32_t captured, const std::string& blockLength) {
+        std::array<std::uint8_t, PcapNgEncoder::kMostTail> bytes;
+        bytes.fill(0xEE);
+        EXPECT_TRUE(HeadOf(0, captured).starts_with("06000000" + blockLength)) << captured;
+        return HexOf(std::span(bytes).first(PcapNgEncoder::EncodeTail(bytes.data(), captured)));
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.time);
-        std::array<std::uint8_t, PcapNgEncoder::kHeadSize> head{};
-        std::array<std::uint8_t, PcapNgEncoder::kMostTail> tail;
-        tail.fill(0xEE);
-        EXPECT_EQ(PcapNgEncoder::EncodeHead(head.data(), row.time, 0x0A0B, row.captured, 0xFFFFFFFE), row.change);
-        EXPECT_EQ(HexOf(head), row.head);
-        EXPECT_EQ(HexOf(std::span(tail).first(PcapNgEncoder::EncodeTail(tail.data(), row.captured))), row.tail);
-    }
+    EXPECT_EQ(tail(0, "20000000"), "20000000");
+    EXPECT_EQ(tail(1, "24000000"), "00000024000000");
+    EXPECT_EQ(tail(2, "24000000"), "000024000000");
+    EXPECT_EQ(tail(3, "24000000"), "0024000000");
+    EXPECT_EQ(tail(4, "24000000"), "24000000");
+    EXPECT_EQ(tail(1U << 27, "20000008"), "20000008");
 }
 
 }  // namespace

@@ -34,40 +34,41 @@ void CatchAlarms() {
     sigaction(SIGALRM, &action, nullptr);
 }
 
-TEST(RunTest, GivesAResultAndAText) {
-    constexpr int kMany = 100;
-    const std::tuple<int (*)(const std::string&, std::string&), const char*, int, int, std::string> rows[] = {
-        {RunPopen, "printf 'a\\n\\nb\\n'; exit 1", 256, kMany, "a\n\nb\n"},
-        {RunPopen, "kill -KILL $$", SIGKILL, kMany, ""},
-        {RunPopen, "printf %03000d 7", 0, kMany, std::string(2999, '0') + "7"},
-        {RunPopen, "printf 'ab\\0cd\\nef\\n'", 0, kMany, "abef\n"},
-        {RunPopen, "printf a; for i in 1 2; do kill -ALRM $PPID; sleep .1; done; printf b", 0, kMany, "ab"},
-        {RunPopen, "no descriptors", -1, 0, "old"},
-        {RunExe, "  printf  %s.  a b ", 0, kMany, "a.b."},
-        {RunExe, "sh -c printf\toops>&2;printf\tout;exit\t3", 3, kMany, "oops"},
-        {RunExe, "sh -c printf\toops>&2;printf\tout", 0, kMany, "out"},
-        {RunExe, "sh -c printf\toops>&2;kill\t-KILL\t$$", -1, kMany, "oops"},
-        {RunExe, "no-such-program.velora", 255, kMany, ""},
-        {RunExe, " ", 255, kMany, ""},
-        {RunExe, "sh -c for\ti\tin\t1\t2;do\tkill\t-ALRM\t$PPID;sleep\t.1;done", -1, kMany, "old"},
-        {RunExe, "no pipe", -1, 0, "pipe() failed: Too many open files"},
-        {RunExe, "one pipe", -1, 2, "pipe() failed: Too many open files"}};
-    const auto before = OpenDescriptors();
+// What a run leaves in its text, which is "old" at first; SIGCHLD stays ignored, and no descriptor stays open.
+std::string TextAfter(int (*run)(const std::string&, std::string&), const char* command, int result,
+                      int descriptorsLeft = 100) {
+    const DescriptorWatch nothingStaysOpen;
     const auto handler = std::signal(SIGCHLD, SIG_IGN);
     CatchAlarms();
-    for (const auto& [run, command, result, descriptorsLeft, expected] : rows) {
-        std::string output = "old";
-        {
-            const ScopedLimit limit(RLIMIT_NOFILE, DescriptorsAllowing(descriptorsLeft));
-            EXPECT_EQ(run(command, output), result) << command;
-        }
-        EXPECT_EQ(output, expected) << command;
-        EXPECT_EQ(std::signal(SIGCHLD, SIG_IGN), SIG_IGN);
-        EXPECT_EQ(OpenDescriptors(), before);
+    std::string text = "old";
+    {
+        const ScopedLimit limit(RLIMIT_NOFILE, DescriptorsAllowing(descriptorsLeft));
+        EXPECT_EQ(run(command, text), result) << command;
     }
-    std::signal(SIGCHLD, handler);
+    EXPECT_EQ(std::signal(SIGCHLD, handler), SIG_IGN) << command;
     std::signal(SIGALRM, SIG_IGN);
+    return text;
+}
+
+TEST(RunPopenTest, GivesTheStatusOfTheShellAndWhatItPrinted) {
+    EXPECT_EQ(TextAfter(RunPopen, "printf 'a\\n\\nb\\n'; exit 1", 256), "a\n\nb\n");
+    EXPECT_EQ(TextAfter(RunPopen, "kill -KILL $$", SIGKILL), "");
+    EXPECT_EQ(TextAfter(RunPopen, "printf %03000d 7", 0), std::string(2999, '0') + "7");
+    EXPECT_EQ(TextAfter(RunPopen, "printf 'ab\\0cd\\nef\\n'", 0), "abef\n");
+    EXPECT_EQ(TextAfter(RunPopen, "printf a; for i in 1 2; do kill -ALRM $PPID; sleep .1; done; printf b", 0), "ab");
+    EXPECT_EQ(TextAfter(RunPopen, "no descriptors", -1, 0), "old");
     EXPECT_TRUE(RunPopenOrThrow("exit 1"));
+}
+
+TEST(RunExeTest, GivesTheExitStatusAndTheErrorsOrElseTheOutput) {
+    EXPECT_EQ(TextAfter(RunExe, "  printf  %s.  a b ", 0), "a.b.");
+    EXPECT_EQ(TextAfter(RunExe, "sh -c printf\toops>&2;printf\tout;exit\t3", 3), "oops");
+    EXPECT_EQ(TextAfter(RunExe, "sh -c printf\toops>&2;printf\tout", 0), "out");
+    EXPECT_EQ(TextAfter(RunExe, "sh -c printf\toops>&2;kill\t-KILL\t$$", -1), "oops");
+    EXPECT_EQ(TextAfter(RunExe, "no-such-program.velora", 255) + TextAfter(RunExe, " ", 255), "");
+    EXPECT_EQ(TextAfter(RunExe, "sh -c for\ti\tin\t1\t2;do\tkill\t-ALRM\t$PPID;sleep\t.1;done", -1), "old");
+    EXPECT_EQ(TextAfter(RunExe, "no pipe", -1, 0), "pipe() failed: Too many open files");
+    EXPECT_EQ(TextAfter(RunExe, "one pipe", -1, 2), "pipe() failed: Too many open files");
 }
 
 TEST(RunTest, WithoutAProcessToBeHad) {
@@ -95,16 +96,16 @@ TEST(RunExeTest, DropsWhatTheProgramLeftInThePipe) {
 TEST(OutputCollectorTest, NamesTheFault) {
     const UniqueFd directory(open("/", O_RDONLY));
     const UniqueFd null(open("/dev/null", O_RDONLY));
-    const std::tuple<int, int, const char*> rows[] = {
-        {directory.Get(), null.Get(), "Error reading from stdout pipe: Is a directory"},
-        {null.Get(), directory.Get(), "Error reading from stderr pipe: Is a directory"},
-        {static_cast<int>(DescriptorsAllowing(0)), null.Get(), "Select error: Bad file descriptor"},
-        {null.Get(), FD_SETSIZE, "Select error: Invalid argument"}};
-    for (const auto& [outputFd, errorFd, errors] : rows) {
+    const auto errorsOf = [](int outputFd, int errorFd) {
         OutputCollector collector(outputFd, errorFd);
         EXPECT_FALSE(collector.Pass());
-        EXPECT_EQ(collector.Errors(), errors);
-    }
+        return collector.Errors();
+    };
+    const int closed = static_cast<int>(DescriptorsAllowing(0));
+    EXPECT_EQ(errorsOf(directory.Get(), null.Get()), "Error reading from stdout pipe: Is a directory");
+    EXPECT_EQ(errorsOf(null.Get(), directory.Get()), "Error reading from stderr pipe: Is a directory");
+    EXPECT_EQ(errorsOf(closed, null.Get()), "Select error: Bad file descriptor");
+    EXPECT_EQ(errorsOf(null.Get(), FD_SETSIZE), "Select error: Invalid argument");
 }
 
 TEST(SpawnExeTest, KeepsTheCallersStandardErrorWhenThePipeIsLow) {
@@ -127,22 +128,22 @@ TEST(SpawnExeTest, HearsComplaintsThroughAHighPipe) {
     for (int fd = 0; fd < 32; fd = low.back().Get()) {
         low.emplace_back(open("/dev/null", O_RDONLY | O_CLOEXEC));
     }
-    const std::pair<const char*, std::string> rows[] = {{"sh -c printf${IFS}1234567890\\\\0002>&2", "no error"},
-                                                        {"sh -c printf${IFS}12345678901>&2", "12345678901"},
-                                                        {"sh -c printf${IFS}%0300d${IFS}7>&2", std::string(256, '0')},
-                                                        {"sh -c readlink${IFS}/proc/$$/fd/[3-9]?>&2", "no error"},
-                                                        {"no-such-program.velora", "no error"}};
-    const auto before = OpenDescriptors();
-    std::vector<std::future<std::string>> errors;
-    for (const auto& row : rows) {
-        errors.push_back(std::async(std::launch::async, [&row] {
-            return ErrorOf<std::runtime_error>([&] { EXPECT_EQ(kill(SpawnExe(row.first), 0), -1) << "reaped"; });
-        }));
-    }
-    for (std::size_t index = 0; index < errors.size(); ++index) {
-        EXPECT_EQ(errors[index].get(), rows[index].second) << rows[index].first;
-    }
-    EXPECT_EQ(OpenDescriptors(), before);
+    const DescriptorWatch nothingStaysOpen;
+    const auto error = [](const char* command) {
+        return std::async(std::launch::async, [command] {
+            return ErrorOf<std::runtime_error>([&] { EXPECT_EQ(kill(SpawnExe(command), 0), -1) << "reaped"; });
+        });
+    };
+    auto ten = error("sh -c printf${IFS}1234567890\\\\0002>&2");
+    auto eleven = error("sh -c printf${IFS}12345678901>&2");
+    auto many = error("sh -c printf${IFS}%0300d${IFS}7>&2");
+    auto ownDescriptors = error("sh -c readlink${IFS}/proc/$$/fd/[3-9]?>&2");
+    auto noProgram = error("no-such-program.velora");
+    EXPECT_EQ(ten.get(), "no error") << "up to ten characters are none";
+    EXPECT_EQ(eleven.get(), "12345678901");
+    EXPECT_EQ(many.get(), std::string(256, '0'));
+    EXPECT_EQ(ownDescriptors.get(), "no error");
+    EXPECT_EQ(noProgram.get(), "no error");
 }
 
 // A process "sleep <argument>", killed at the end of the scope.
@@ -209,15 +210,14 @@ TEST(WaitingTest, IsNotShortenedBySignals) {
     CatchAlarms();
     const itimerval often{.it_interval = {.tv_sec = 0, .tv_usec = 50000}, .it_value = {.tv_sec = 0, .tv_usec = 50000}};
     setitimer(ITIMER_REAL, &often, nullptr);
-    const std::pair<int, std::function<void()>> rows[] = {
-        {1, [&] { EXPECT_TRUE(WaitWhileRunning(own, "_tests", 1)); }},
-        {1, [] { EXPECT_NE(("\n" + InterfaceRates(1)).find("\nlo  "), std::string::npos); }},
-        {2, [] { SpawnExe("true"); }}};
-    for (const auto& [seconds, wait] : rows) {
+    const auto secondsOf = [](const std::function<void()>& wait) {
         const auto start = std::chrono::steady_clock::now();
         wait();
-        EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::seconds(seconds));
-    }
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    };
+    EXPECT_GE(secondsOf([&] { EXPECT_TRUE(WaitWhileRunning(own, "_tests", 1)); }), 1);
+    EXPECT_GE(secondsOf([] { EXPECT_NE(("\n" + InterfaceRates(1)).find("\nlo  "), std::string::npos); }), 1);
+    EXPECT_GE(secondsOf([] { SpawnExe("true"); }), 2);
     const itimerval never{};
     setitimer(ITIMER_REAL, &never, nullptr);
     std::signal(SIGALRM, SIG_IGN);

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -40,6 +41,15 @@ class TempDir {
     }
 
     [[nodiscard]] std::string Read(std::string_view name) const { return ReadPath(Path(name)); }
+
+    // Of all that is in it, but not of what is in its directories.
+    [[nodiscard]] std::set<std::string> Names() const {
+        std::set<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(m_Path)) {
+            names.insert(entry.path().filename());
+        }
+        return names;
+    }
 
     [[nodiscard]] static std::string ReadPath(const std::string& path) {
         std::ifstream file(path, std::ios::binary);

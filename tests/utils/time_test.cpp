@@ -1,7 +1,8 @@
 #include <climits>
 #include <cstdlib>
 #include <ctime>
-#include <tuple>
+#include <functional>
+#include <optional>
 
 #include <gtest/gtest.h>
 
@@ -30,33 +31,40 @@ TEST(TimeVal32Test, CarriesOneSecondAndWraps) {
     EXPECT_EQ(range, R{});
 }
 
-TEST(TimeRangeTest, OperationsThatChangeARange) {
-    using Operation = void (*)(R&, const R&);
-    const Operation set = [](R& r, const R& o) { r.SetSeconds(o.from.sec, o.to.sec); };
-    const Operation extend = [](R& r, const R& o) { r.Extend(o.from); };
-    const Operation unite = [](R& r, const R& o) { r.Unite(o); };
-    const Operation adopt = [](R& r, const R& o) { r.UniteOrAdopt(o); };
-    const Operation cut = [](R& r, const R& o) { EXPECT_EQ(Intersect(r, o), r); };
-    const Operation widen = [](R& r, const R& o) { r.Widen(static_cast<unsigned>(o.from.sec)); };
-    constexpr R kTens{{10, 1}, {20, 2}};
-    const std::tuple<const char*, R, Operation, R, R> rows[] = {
-        {"set", kTens, set, {{9, 9}, {-3, 9}}, {{9, 0}, {-3, 0}}},
-        {"extend unset", {{0, 0}, {20, 2}}, extend, {{5, 6}, {}}, {{5, 6}, {5, 6}}},
-        {"extend from 0.000001", {{0, 1}, {20, 2}}, extend, {{5, 6}, {}}, {{0, 1}, {20, 2}}},
-        {"extend reversed", {{20, 0}, {10, 0}}, extend, {{15, 0}, {}}, {{15, 0}, {15, 0}}},
-        {"unite with wider", kTens, unite, {{9, 9}, {20, 3}}, {{9, 9}, {20, 3}}},
-        {"unite with narrower", kTens, unite, {{10, 2}, {20, 1}}, kTens},
-        {"unite unset", {}, unite, kTens, {{0, 0}, {20, 2}}},
-        {"adopt into unset", {{0, 0}, {30, 0}}, adopt, kTens, {{10, 1}, {30, 0}}},
-        {"adopt into 0.000001", {{0, 1}, {1, 0}}, adopt, kTens, {{0, 1}, {20, 2}}},
-        {"adopt earlier", kTens, adopt, {{9, 0}, {9, 0}}, {{9, 0}, {20, 2}}},
-        {"intersect with none", kTens, cut, {{30, 0}, {40, 0}}, {{30, 0}, {20, 2}}},
-        {"widen", {{INT_MIN, 1}, {INT_MAX, 2}}, widen, {{3, 0}, {}}, {{INT_MAX - 2, 1}, {INT_MIN + 2, 2}}}};
-    for (const auto& [name, before, operation, other, after] : rows) {
-        R range = before;
-        operation(range, other);
-        EXPECT_TRUE(range == after) << name << range.DurationText() << range.SqlBetween();
-    }
+// The range after one operation on it.
+R After(R range, const std::function<void(R&)>& operation) {
+    operation(range);
+    return range;
+}
+
+constexpr R kTens{{10, 1}, {20, 2}};
+
+TEST(TimeRangeTest, IsSetToWholeSeconds) {
+    EXPECT_EQ(After(kTens, [](R& range) { range.SetSeconds(9, -3); }), (R{{9, 0}, {-3, 0}}));
+}
+
+TEST(TimeRangeTest, ExtendsUnlessItIsUnset) {
+    const auto extend = [](R& range) { range.Extend({5, 6}); };
+    EXPECT_EQ(After({{0, 0}, {20, 2}}, extend), (R{{5, 6}, {5, 6}})) << "unset";
+    EXPECT_EQ(After({{0, 1}, {20, 2}}, extend), (R{{0, 1}, {20, 2}}));
+    EXPECT_EQ(After({{20, 0}, {10, 0}}, [](R& range) { range.Extend({15, 0}); }), (R{{15, 0}, {15, 0}})) << "reversed";
+}
+
+TEST(TimeRangeTest, UnitesWithAnother) {
+    const auto unite = [](const R& other) { return [other](R& range) { range.Unite(other); }; };
+    EXPECT_EQ(After(kTens, unite({{9, 9}, {20, 3}})), (R{{9, 9}, {20, 3}}));
+    EXPECT_EQ(After(kTens, unite({{10, 2}, {20, 1}})), kTens);
+    EXPECT_EQ(After({}, unite(kTens)), (R{{0, 0}, {20, 2}}));
+    const auto adopt = [](const R& other) { return [other](R& range) { range.UniteOrAdopt(other); }; };
+    EXPECT_EQ(After({{0, 0}, {30, 0}}, adopt(kTens)), (R{{10, 1}, {30, 0}})) << "the end that is unset is taken over";
+    EXPECT_EQ(After({{0, 1}, {1, 0}}, adopt(kTens)), (R{{0, 1}, {20, 2}}));
+    EXPECT_EQ(After(kTens, adopt({{9, 0}, {9, 0}})), (R{{9, 0}, {20, 2}}));
+}
+
+TEST(TimeRangeTest, IntersectsAndWidensWithoutLookingAtTheOrder) {
+    EXPECT_EQ(After(kTens, [](R& range) { Intersect(range, {{30, 0}, {40, 0}}); }), (R{{30, 0}, {20, 2}}));
+    const R all{{INT_MIN, 1}, {INT_MAX, 2}};
+    EXPECT_EQ(After(all, [](R& range) { range.Widen(3); }), (R{{INT_MAX - 2, 1}, {INT_MIN + 2, 2}}));
 }
 
 TEST(TimeRangeTest, NowAgreesWithTheSystemsSeconds) {
@@ -86,44 +94,53 @@ TEST(TimeRangeTest, QuestionsAtTheEnds) {
 }
 
 TEST(TimeRangeTest, LengthAndTexts) {
-    const std::tuple<R, std::int32_t, const char*, const char*> rows[] = {
-        {{{100, 900000}, {3761, 100000}}, 3661, "01h 01m 00s 200000u", " BETWEEN 100 AND 3761 "},
-        {{{3661, 0}, {0, 1}}, -3661, "-1h -1m -1s 000001u", " BETWEEN 3661 AND 0 "},
-        {{{1, 0}, {INT_MIN, 0}}, INT_MAX, "596523h 14m 07s 000000u", " BETWEEN 1 AND -2147483648 "}};
-    for (const auto& [range, seconds, duration, sql] : rows) {
-        EXPECT_EQ(range.Seconds(), seconds);
-        EXPECT_EQ(range.DurationText(), duration);
-        EXPECT_EQ(range.SqlBetween(), sql);
-    }
+    const R hour{{100, 900000}, {3761, 100000}};
+    EXPECT_EQ(hour.Seconds(), 3661);
+    EXPECT_EQ(hour.DurationText(), "01h 01m 00s 200000u");
+    EXPECT_EQ(hour.SqlBetween(), " BETWEEN 100 AND 3761 ");
+    const R reversed{{3661, 0}, {0, 1}};
+    EXPECT_EQ(reversed.Seconds(), -3661);
+    EXPECT_EQ(reversed.DurationText(), "-1h -1m -1s 000001u");
+    const R wrapping{{1, 0}, {INT_MIN, 0}};
+    EXPECT_EQ(wrapping.Seconds(), INT_MAX);
+    EXPECT_EQ(wrapping.DurationText(), "596523h 14m 07s 000000u");
+    EXPECT_EQ(wrapping.SqlBetween(), " BETWEEN 1 AND -2147483648 ");
 }
 
-TEST(TimeRangeTest, SetFromTexts) {
-    const auto texts = &R::SetFromText;
-    const auto seconds = &R::SetFromSecondsText;
-    const std::string reversed = "TO  timestamp earlier than FROM timestamp ";
-    const std::string fine = "no error";
+const R kBefore{{1, 1}, {2, 0}};
+
+// What the range refuses the texts with; it is kBefore to begin with, and `after` in the end.
+template <typename Set>
+std::string ErrorOfTexts(Set set, const char* from, const char* to, const R& after) {
+    R range = kBefore;
+    const std::string error = ErrorOf<std::invalid_argument>([&] { (range.*set)(from, to); });
+    EXPECT_EQ(range, after) << testing::PrintToString(from) << ' ' << range.SqlBetween();
+    return error;
+}
+
+TEST(TimeRangeTest, IsSetFromTextsOfDates) {
+    const auto set = [](auto... arguments) { return ErrorOfTexts(&R::SetFromText, arguments...); };
     const std::string bad = "Timestamps not in DD-MM-YYYY-HH:MM or DD-MM-YYYY format \nFrom = [";
     T start;
     ASSERT_TRUE(ParseDateTime(start, "1-1-2021"));
-    const std::tuple<decltype(texts), const char*, const char*, R, std::string> rows[] = {
-        {texts, "1-1-2021", "1-1-2021-00:01", {start, start + T{60, 0}}, fine},
-        {texts, "1-1-2021", "1-1-2021", {start, start}, fine},
-        {texts, "1-1-2021", "31-12-2020", {start, start - T{86400, 0}}, reversed},
-        {texts, "2021/1/1", "1-1-2021", {{1, 1}, {2, 0}}, bad + "2021/1/1]\nTo   = [1-1-2021]"},
-        {texts, "1-1-2021", "", {start, {2, 0}}, bad + "1-1-2021]\nTo   = []"},
-        {texts, "1-1-2021", nullptr, {start, {2, 0}}, bad + "1-1-2021]\nTo   = ["},
-        {texts, nullptr, "1-1-2021", {{1, 1}, {2, 0}}, bad},
-        {seconds, "010", "10", {{10, 1}, {10, 0}}, fine},
-        {seconds, " -7x", "4294967304 y", {{-7, 1}, {8, 0}}, fine},
-        {seconds, "0", "2147483648", {{0, 1}, {INT_MIN, 0}}, reversed},
-        {seconds, "abc", "9", {{0, 1}, {2, 0}}, "Invalid FROM timestamp seconds"},
-        {seconds, nullptr, "9", {{0, 1}, {2, 0}}, "Invalid FROM timestamp seconds"},
-        {seconds, "5", "", {{5, 1}, {0, 0}}, "Invalid TO  timestamp seconds"}};
-    for (const auto& [set, from, to, after, expected] : rows) {
-        R range{{1, 1}, {2, 0}};
-        EXPECT_EQ(ErrorOf<std::invalid_argument>([&] { (range.*set)(from, to); }), expected);
-        EXPECT_TRUE(range == after) << testing::PrintToString(from) << range.SqlBetween();
-    }
+    EXPECT_EQ(set("1-1-2021", "1-1-2021-00:01", R{start, start + T{60, 0}}), "no error");
+    EXPECT_EQ(set("1-1-2021", "1-1-2021", R{start, start}), "no error");
+    EXPECT_EQ(set("1-1-2021", "31-12-2020", R{start, start - T{86400, 0}}),
+              "TO  timestamp earlier than FROM timestamp ");
+    EXPECT_EQ(set("2021/1/1", "1-1-2021", kBefore), bad + "2021/1/1]\nTo   = [1-1-2021]");
+    EXPECT_EQ(set("1-1-2021", "", R{start, {2, 0}}), bad + "1-1-2021]\nTo   = []");
+    EXPECT_EQ(set("1-1-2021", nullptr, R{start, {2, 0}}), bad + "1-1-2021]\nTo   = [");
+    EXPECT_EQ(set(nullptr, "1-1-2021", kBefore), bad);
+}
+
+TEST(TimeRangeTest, IsSetFromTextsOfSeconds) {
+    const auto set = [](auto... arguments) { return ErrorOfTexts(&R::SetFromSecondsText, arguments...); };
+    EXPECT_EQ(set("010", "10", R{{10, 1}, {10, 0}}), "no error");
+    EXPECT_EQ(set(" -7x", "4294967304 y", R{{-7, 1}, {8, 0}}), "no error") << "cut to 32 bits";
+    EXPECT_EQ(set("0", "2147483648", R{{0, 1}, {INT_MIN, 0}}), "TO  timestamp earlier than FROM timestamp ");
+    EXPECT_EQ(set("abc", "9", R{{0, 1}, {2, 0}}), "Invalid FROM timestamp seconds");
+    EXPECT_EQ(set(nullptr, "9", R{{0, 1}, {2, 0}}), "Invalid FROM timestamp seconds");
+    EXPECT_EQ(set("5", "", R{{5, 1}, {0, 0}}), "Invalid TO  timestamp seconds");
 }
 
 constexpr auto kUtc = "UTC0";
@@ -145,48 +162,52 @@ std::string AllTexts(const TimeVal32& time) {
 
 TEST(TimeTextTest, LayoutsInBothHalvesOfTheYear) {
     Enter(kLordHowe);
-    const std::pair<T, const char*> rows[] = {
-        {{1594000000, -1},  // winter
-         "Mon Jul  6 12:16:40 2020/Mon Jul  6 12:16:40 2020 LHST/Mon Jul  6 12:16:40 2020-"
-         "4294967295/Mon, 06 Jul 2020 12:16:40 +1030/12:16:40--00001/06-07-2020-12:16/"
-         "06-07-2020-12-16/06-07-2020-12-16/06072020/12=12:16:40"},
-        {{INT_MIN, 123},  // summer
-         "Sat Dec 14 07:45:52 1901/Sat Dec 14 07:45:52 1901 LHDT/Sat Dec 14 07:45:52 1901-000123/"
-         "Sat, 14 Dec 1901 07:45:52 +1100/07:45:52-000123/14-12-1901-07:45/14-12-1901-07-45/"
-         "14-12-1901-07-45/14121901/7=7:45:52"}};
-    for (const auto& [time, texts] : rows) {
-        EXPECT_EQ(AllTexts(time), texts);
-    }
+    EXPECT_EQ(AllTexts({1594000000, -1}),  // winter
+              "Mon Jul  6 12:16:40 2020/Mon Jul  6 12:16:40 2020 LHST/Mon Jul  6 12:16:40 2020-"
+              "4294967295/Mon, 06 Jul 2020 12:16:40 +1030/12:16:40--00001/06-07-2020-12:16/"
+              "06-07-2020-12-16/06-07-2020-12-16/06072020/12=12:16:40");
+    EXPECT_EQ(AllTexts({INT_MIN, 123}),  // summer
+              "Sat Dec 14 07:45:52 1901/Sat Dec 14 07:45:52 1901 LHDT/Sat Dec 14 07:45:52 1901-000123/"
+              "Sat, 14 Dec 1901 07:45:52 +1100/07:45:52-000123/14-12-1901-07:45/14-12-1901-07-45/"
+              "14-12-1901-07-45/14121901/7=7:45:52");
 }
 
-TEST(TimeTextTest, ParsesDateTimeInStandardTimeAndCTimeInLocalTime) {
+// The seconds that are read, or nothing where the text is refused and the time stays as it was.
+std::optional<std::int32_t> SecondsOf(bool (*parse)(T&, const char*), const char* text) {
     constexpr T kUntouched{7, 8};
-    constexpr std::int32_t kRefused = 7;
-    const std::tuple<bool (*)(T&, const char*), const char*, const char*, std::int32_t> rows[] = {
-        {ParseDateTime, kUtc, "01-01-2021-00:00", 1609459200},
-        {ParseDateTime, kLordHowe, "01-01-2021-00:00", 1609459200 - 37800},  // summer
-        {ParseDateTime, kUtc, "1-1-99", -224058496},                         // of 2099, cut to 32 bits
-        {ParseDateTime, kUtc, "1-1-100", 1118082944},
-        {ParseDateTime, kUtc, "01-02-2020-10", 1580551200},
-        {ParseDateTime, kUtc, "32-13-2020", 1612137600},  // 1 February 2021
-        {ParseDateTime, kUtc, "0--1-2020", 1572480000},   // 31 October 2019
-        {ParseDateTime, kUtc, "1--2000--2147483648", -1},
-        {ParseDateTime, kUtc, "33-01-2020", kRefused},
-        {ParseDateTime, kUtc, "01-14-2020", kRefused},
-        {ParseDateTime, kUtc, "01--2147483648-2020", kRefused},
-        {ParseDateTime, kUtc, "01-02", kRefused},
-        {ParseDateTime, kUtc, nullptr, kRefused},
-        {ParseCTime, kUtc, "Mon Nov 16 02:44:43 UTC 2026", 1794797083},
-        {ParseCTime, kLordHowe, "Sun Nov 16 02:44:43 XYZ 2026 wrong day", 1794757483},  // summer
-        {ParseCTime, kLordHowe, "Tue Jan 19 14:14:08 UTC 2038", INT_MIN},               // past 32 bits
-        {ParseCTime, kUtc, "Mon Nov 16 02:44:43 2026 UTC", kRefused},
-        {ParseCTime, kUtc, nullptr, kRefused}};
-    for (const auto& [parse, zone, text, seconds] : rows) {
-        Enter(zone);
-        T time = kUntouched;
-        EXPECT_EQ(parse(time, text), seconds != kRefused) << testing::PrintToString(text);
-        EXPECT_EQ(time, seconds == kRefused ? kUntouched : (T{seconds, 0})) << testing::PrintToString(text);
+    T time = kUntouched;
+    const bool isRead = parse(time, text);
+    EXPECT_EQ(time, isRead ? (T{time.sec, 0}) : kUntouched) << testing::PrintToString(text);
+    return isRead ? std::optional(time.sec) : std::nullopt;
+}
+
+TEST(TimeTextTest, ParsesDateTimeAsStandardTime) {
+    const auto seconds = [](const char* text) { return SecondsOf(ParseDateTime, text); };
+    Enter(kLordHowe);
+    EXPECT_EQ(seconds("01-01-2021-00:00"), 1609459200 - 37800) << "in summer, too";
+    Enter(kUtc);
+    EXPECT_EQ(seconds("01-01-2021-00:00"), 1609459200);
+    EXPECT_EQ(seconds("1-1-99"), -224058496) << "of 2099, cut to 32 bits";
+    EXPECT_EQ(seconds("1-1-100"), 1118082944);
+    EXPECT_EQ(seconds("01-02-2020-10"), 1580551200);
+    EXPECT_EQ(seconds("32-13-2020"), 1612137600) << "1 February 2021";
+    EXPECT_EQ(seconds("0--1-2020"), 1572480000) << "31 October 2019";
+    EXPECT_EQ(seconds("1--2000--2147483648"), -1);
+    for (const char* const refused : {"33-01-2020", "01-14-2020", "01--2147483648-2020", "01-02"}) {
+        EXPECT_EQ(seconds(refused), std::nullopt) << refused;
     }
+    EXPECT_EQ(seconds(nullptr), std::nullopt);
+}
+
+TEST(TimeTextTest, ParsesCTimeAsLocalTime) {
+    const auto seconds = [](const char* text) { return SecondsOf(ParseCTime, text); };
+    Enter(kLordHowe);
+    EXPECT_EQ(seconds("Sun Nov 16 02:44:43 XYZ 2026 wrong day"), 1794757483) << "in summer";
+    EXPECT_EQ(seconds("Tue Jan 19 14:14:08 UTC 2038"), INT_MIN) << "past 32 bits";
+    Enter(kUtc);
+    EXPECT_EQ(seconds("Mon Nov 16 02:44:43 UTC 2026"), 1794797083);
+    EXPECT_EQ(seconds("Mon Nov 16 02:44:43 2026 UTC"), std::nullopt);
+    EXPECT_EQ(seconds(nullptr), std::nullopt);
 }
 
 }  // namespace
