@@ -2,7 +2,7 @@
 
 #include <csignal>
 #include <filesystem>
-#include <latch>
+#include <list>
 #include <thread>
 
 #include <fcntl.h>
@@ -72,39 +72,6 @@ TEST(WorkerPoolTest, StopsAmidTasksThatNeverEndAndRunsNoneLater) {
     pool.Submit(late);
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
     EXPECT_EQ(runs, atStop);
-}
-
-class LatchTask final : public WorkerPool::Task {
- public:
-    explicit LatchTask(std::latch& latch) : m_Latch(latch) {}
-    void Run() override {
-        hasBegun.count_down();
-        m_Latch.wait();
-        thread = std::this_thread::get_id();
-    }
-    std::latch hasBegun{1};
-    std::thread::id thread;
-
- private:
-    std::latch& m_Latch;
-};
-
-TEST(WorkerPoolTest, RunsAQueuedTaskForWhoeverNeedsItAndNotAgain) {
-    std::latch holds(1);
-    std::latch isOpen(0);
-    LatchTask first(holds);
-    LatchTask second(isOpen);
-    WorkerPool pool(1);
-    pool.Submit(first);
-    first.hasBegun.wait();
-    pool.Submit(second);
-    pool.RunNow(second);
-    pool.RunNow(first);  // runs elsewhere: nothing to do
-    EXPECT_EQ(second.thread, std::this_thread::get_id());
-    holds.count_down();
-    pool.Stop();
-    EXPECT_EQ(second.thread, std::this_thread::get_id());
-    EXPECT_NE(first.thread, std::this_thread::get_id());
 }
 
 class CountingWaiter final : public PipePump::Waiter {
