@@ -330,7 +330,7 @@ TEST(BlockReaderTest, SaysWhyAFileIsNoCapture) {
     EXPECT_EQ(reason(Gzip(classic).substr(0, 15)), "the gzip stream ends in its middle");
     EXPECT_EQ(reason(Zstd(Gzip(classic))), "gzip inside zstd, and one level of compression is undone");
     EXPECT_EQ(reason("\x02\x21\x4C\x18...."),
-              "it is in the legacy format of lz4: 'lz4 -dc FILE | seamtool --exact - ...' reads it");
+              "it is in the legacy format of lz4");
     for (const std::string& file : {classic, next}) {
         EXPECT_TRUE(ReadWhole(file).isCapture && !ReadWhole(file).problem && !ReadWhole(file).traits.hasRecord);
     }

@@ -8,6 +8,7 @@
 #include "velora/capture/classic_framer.h"
 #include "velora/capture/pcapng_framer.h"
 #include "velora/formats/pcapng_format.h"
+#include "velora/utils/hex_text.h"
 #include "velora/utils/plain_words.h"
 
 namespace velora::capture {
@@ -34,12 +35,9 @@ std::string NoCapture(std::span<const std::uint8_t> bytes, codec::Compression co
         return std::string("no capture: ") + NameOf(inner) + " inside " + NameOf(compression) +
                ", and one level of compression is undone";
     }
-    constexpr char kHex[] = "0123456789abcdef";
     std::string text = "no capture: it begins with";
     for (std::size_t index = 0; index < kMagicSize; ++index) {
-        text += ' ';
-        text += kHex[bytes[index] >> 4U];
-        text += kHex[bytes[index] & 0xFU];
+        text += ' ' + MiscUtils::ByteToHex(bytes[index]);
     }
     return text + ", which is neither pcap nor pcap-ng";
 }

@@ -5,6 +5,7 @@
 
 #include "velora/formats/classic_format.h"
 #include "velora/formats/link_types.h"
+#include "velora/utils/nanoseconds.h"
 
 namespace velora::capture {
 namespace {
@@ -12,9 +13,9 @@ namespace {
 using ClassicFormat::FileHeader;
 using ClassicFormat::RecordHeader;
 using ClassicFormat::Swapped;
+using utils::kNanosecondsPerSecond;
 
 constexpr std::size_t kModifiedHeaderSize = 24;
-constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
 
 }  // namespace
 

@@ -55,22 +55,6 @@ bool IsPacket(std::uint32_t type) {
 
 }  // namespace
 
-template <typename Value>
-Value PcapNgFramer::Get(const std::uint8_t* place) const {
-    Value value;
-    std::memcpy(&value, place, sizeof value);
-    if (m_IsSwapped) {
-        if constexpr (sizeof value == 2) {
-            value = static_cast<Value>(__builtin_bswap16(static_cast<std::uint16_t>(value)));
-        } else if constexpr (sizeof value == 4) {
-            value = static_cast<Value>(__builtin_bswap32(static_cast<std::uint32_t>(value)));
-        } else {
-            value = static_cast<Value>(__builtin_bswap64(static_cast<std::uint64_t>(value)));
-        }
-    }
-    return value;
-}
-
 Framer::Result PcapNgFramer::Frame(RecordBlock& block, const Bytes& bytes) {
     std::size_t position = 0;
     Result result;
@@ -95,7 +79,7 @@ Framer::Result PcapNgFramer::Frame(RecordBlock& block, const Bytes& bytes) {
             }
             m_IsSwapped = false;
             const auto magic = Get<std::uint32_t>(at.start + kBlockStart);
-            m_IsSwapped = magic == __builtin_bswap32(kByteOrderMagic);
+            m_IsSwapped = magic == formats::Swapped(kByteOrderMagic);
             if (!m_IsSwapped && magic != kByteOrderMagic) {
                 return {position, 0, "a section header tells no byte order"};
             }

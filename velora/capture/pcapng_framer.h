@@ -13,6 +13,7 @@
 
 #include "velora/capture/framer.h"
 #include "velora/capture/tick_time.h"
+#include "velora/formats/byte_order.h"
 
 namespace velora::capture {
 
@@ -54,8 +55,11 @@ class PcapNgFramer final : public Framer {
         std::size_t there;     // bytes of it that have been shown; all when not below `length`
     };
 
-    template <typename Value>
-    [[nodiscard]] Value Get(const std::uint8_t* place) const;
+    // In the byte order of the section.
+    template <typename Number>
+    [[nodiscard]] Number Get(const std::uint8_t* place) const {
+        return formats::Load<Number>(place, m_IsSwapped);
+    }
 
     // Each of these answers with a fault, or none.
     [[nodiscard]] std::string ReadSectionHeader(const BlockAt& at, RecordBlock& block);

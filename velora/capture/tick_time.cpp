@@ -4,13 +4,16 @@
 #include <limits>
 #include <vector>
 
+#include "velora/utils/int128.h"
+#include "velora/utils/nanoseconds.h"
+
 namespace velora::capture {
 namespace {
 
-__extension__ using Wide = __int128;
+using utils::kNanosecondsPerSecond;
+using Wide = utils::Int128;
 
 constexpr std::uint8_t kIsPowerOfTwo = 0x80;
-constexpr std::uint64_t kNanosecondsPerSecond = 1'000'000'000;
 constexpr int kNanosecondDigits = 9;
 constexpr int kMicrosecondDigits = 6;   // also the largest power of two that divides 10^6
 constexpr int kLargestPowerOfTen = 19;  // that 64 bits hold

@@ -5,6 +5,7 @@
 #include <optional>
 #include <vector>
 
+#include "velora/utils/int128.h"
 #include "velora/utils/saturating.h"
 #include "velora/utils/shift_rule.h"
 #include "velora/utils/tournament_tree.h"
@@ -12,7 +13,7 @@
 namespace velora::merge {
 namespace {
 
-__extension__ using Wide = __int128;
+using Wide = utils::Int128;
 
 // Where one input stands on the common axis of time, where each starts at zero. Wide enough for
 // every sum of times there can be: one that stopped at the ends of 64 bits would go back behind a

@@ -14,6 +14,7 @@
 #include "velora/formats/byte_order.h"
 #include "velora/formats/classic_format.h"
 #include "velora/output/time_change.h"
+#include "velora/utils/nanoseconds.h"
 
 namespace velora::output {
 
@@ -40,7 +41,7 @@ class RecordEncoder {
     [[nodiscard]] TimeChange EncodeHeader(std::uint8_t* room, std::int64_t time,
                                           std::uint32_t capturedLength,
                                           std::uint32_t originalLength) const {
-        constexpr std::uint64_t kSecond = 1'000'000'000;
+        constexpr std::uint64_t kSecond = utils::kNanosecondsPerSecond;
         constexpr std::uint64_t kEnd = kSecond << 32;
         TimeChange change = TimeChange::kAsIs;
         auto held = static_cast<std::uint64_t>(time);

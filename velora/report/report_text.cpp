@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "velora/utils/nanoseconds.h"
 #include "velora/utils/plain_words.h"
 
 namespace velora::report {
@@ -63,7 +64,7 @@ std::string SpanText(double nanoseconds) {
 }
 
 std::string ShortestUtcText(std::int64_t time) {
-    const auto fraction = time % 1'000'000'000;
+    const auto fraction = time % utils::kNanosecondsPerSecond;
     int digits = 0;
     if (fraction % 1'000 != 0) {
         digits = 9;

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cmath>
 
+#include "velora/utils/nanoseconds.h"
 #include "velora/utils/plain_words.h"
 #include "velora/utils/saturating.h"
 
@@ -16,7 +17,7 @@ using MiscUtils::SaturatingSum;
 
 constexpr std::int64_t kMicrosecond = 1'000;
 constexpr std::int64_t kMillisecond = 1'000'000;
-constexpr std::int64_t kSecond = 1'000'000'000;
+constexpr std::int64_t kSecond = utils::kNanosecondsPerSecond;
 constexpr std::int64_t kMinute = 60 * kSecond;
 constexpr std::int64_t kHour = 60 * kMinute;
 constexpr std::int64_t kDay = 24 * kHour;

@@ -26,6 +26,11 @@ std::string HexToBytes(std::string_view text) {
     return bytes;
 }
 
+std::string ByteToHex(std::uint8_t byte) {
+    constexpr std::string_view kDigits = "0123456789abcdef";
+    return {kDigits[byte >> 4U], kDigits[byte & 15U]};
+}
+
 std::string BytesToHex(std::string_view bytes) {
     constexpr std::string_view kDigits = "0123456789ABCDEF";
     std::string text;

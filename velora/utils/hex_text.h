@@ -21,6 +21,9 @@ namespace MiscUtils {
 // a last character without a partner is dropped.
 [[nodiscard]] std::string HexToBytes(std::string_view text);
 
+// Two lower-case digits.
+[[nodiscard]] std::string ByteToHex(std::uint8_t byte);
+
 // Two upper-case digits for each byte.
 [[nodiscard]] std::string BytesToHex(std::string_view bytes);
 

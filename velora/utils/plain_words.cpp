@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <ctime>
 
+#include "velora/utils/nanoseconds.h"
+
 namespace velora::utils {
 
 std::string CountText(std::uint64_t count, const std::string& noun) {
@@ -12,7 +14,7 @@ std::string CountText(std::uint64_t count, const std::string& noun) {
 }
 
 std::string SecondsText(std::int64_t nanoseconds) {
-    constexpr std::uint64_t kSecond = 1'000'000'000;
+    constexpr std::uint64_t kSecond = kNanosecondsPerSecond;
     const auto bits = static_cast<std::uint64_t>(nanoseconds);
     const std::uint64_t magnitude = nanoseconds < 0 ? -bits : bits;
     std::string text = nanoseconds < 0 ? "-" : "";
@@ -49,7 +51,7 @@ std::string DurationText(double seconds) {
 }
 
 std::string UtcText(std::int64_t nanoseconds, int digits) {
-    constexpr std::int64_t kSecond = 1'000'000'000;
+    constexpr std::int64_t kSecond = kNanosecondsPerSecond;
     const std::time_t seconds = nanoseconds / kSecond - (nanoseconds % kSecond < 0 ? 1 : 0);
     const std::int64_t fraction = (nanoseconds % kSecond + kSecond) % kSecond;
     std::tm parts{};

@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "velora/utils/hex_text.h"
+
 namespace velora::utils {
 namespace {
 
@@ -51,7 +53,6 @@ bool IsHarmless(const Character& character) {
 // The text with every byte of a character that may not stay written as \xNN.
 template <typename Predicate>
 std::string WithHexBytes(std::string_view text, const Predicate& mayStay) {
-    constexpr char kHex[] = "0123456789abcdef";
     std::string shown;
     while (!text.empty()) {
         const Character character = FirstCharacter(text);
@@ -60,10 +61,7 @@ std::string WithHexBytes(std::string_view text, const Predicate& mayStay) {
             shown += text.substr(0, size);
         } else {
             for (const char byte : text.substr(0, size)) {
-                const auto value = static_cast<std::uint8_t>(byte);
-                shown += "\\x";
-                shown += kHex[value >> 4U];
-                shown += kHex[value & 0xFU];
+                shown += "\\x" + MiscUtils::ByteToHex(static_cast<std::uint8_t>(byte));
             }
         }
         text.remove_prefix(size);

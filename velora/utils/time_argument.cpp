@@ -5,10 +5,11 @@
 #include <cstddef>
 #include <ctime>
 
+#include "velora/utils/nanoseconds.h"
+
 namespace velora::utils {
 namespace {
 
-constexpr std::int64_t kSecond = 1'000'000'000;
 constexpr std::size_t kFractionDigits = 9;
 
 bool IsDigit(char character) {
@@ -81,9 +82,9 @@ std::optional<std::int64_t> Combine(std::int64_t seconds, std::int64_t nanosecon
     std::int64_t time = 0;
     if (seconds < 0 && nanoseconds > 0) {  // both of one sign, lest the first overflow by itself
         seconds += 1;
-        nanoseconds -= kSecond;
+        nanoseconds -= kNanosecondsPerSecond;
     }
-    if (__builtin_mul_overflow(seconds, kSecond, &time) ||
+    if (__builtin_mul_overflow(seconds, kNanosecondsPerSecond, &time) ||
         __builtin_add_overflow(time, nanoseconds, &time)) {
         return std::nullopt;
     }
