@@ -20,6 +20,8 @@ using velora::exact::ExactJob;
 using velora::exact::Mode;
 using velora::exact::OutputFormat;
 using velora::utils::ShownText;
+using velora::utils::TimeFault;
+using velora::utils::TimeOfTwo;
 
 // What the options have said so far.
 struct Given {
@@ -40,17 +42,23 @@ Taken TakenIf(bool isTaken) {
     return isTaken ? Taken() : kNoSuchValue;
 }
 
-Taken TakeTime(std::string_view value, std::optional<std::int64_t>& time) {
-    time = velora::utils::ParseTime(value);
-    return TakenIf(time.has_value());
+Taken TakeTime(std::string_view value, TimeOfTwo ofTwo, std::optional<std::int64_t>& time) {
+    const auto parsed = velora::utils::ParseTime(value, ofTwo);
+    if (const auto* const fault = std::get_if<TimeFault>(&parsed)) {
+        return ValueFault{*fault == TimeFault::kNeverOccurs ? ": this local time never occurs"
+                                                            : ""};
+    }
+    time = std::get<std::int64_t>(parsed);
+    return {};
 }
 
+// Of a time that occurs twice --from and --to mean the one that leaves both in between.
 Taken TakeFrom(Given& given, std::string_view value) {
-    return TakeTime(value, given.from);
+    return TakeTime(value, TimeOfTwo::kEarlier, given.from);
 }
 
 Taken TakeTo(Given& given, std::string_view value) {
-    return TakeTime(value, given.to);
+    return TakeTime(value, TimeOfTwo::kLater, given.to);
 }
 
 Taken TakeSnapLen(Given& given, std::string_view value) {
