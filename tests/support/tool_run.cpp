@@ -1,7 +1,9 @@
 #include "tests/support/tool_run.h"
 
 #include <algorithm>
+#include <chrono>
 #include <sstream>
+#include <thread>
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -23,15 +25,22 @@ std::ostream& operator<<(std::ostream& out, const ToolResult& result) {
     return out;
 }
 
+void WaitUntil(const std::function<bool()>& holds) {
+    for (int attempt = 0; attempt < 1000 && !holds(); ++attempt) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+}
+
 ToolResult ToolRun::operator()(const std::string& arguments) const {
     const TempDir streams;
     std::istringstream words(arguments);
     Lines texts{std::istream_iterator<std::string>(words), {}};
+    std::ranges::replace(texts, "''", "");
     texts.insert(texts.begin(), SEAMTOOL_PATH);
     std::vector<char*> argv(texts.size() + 1);
     std::ranges::transform(texts, argv.begin(), [](std::string& text) { return text.data(); });
 
-    const pid_t child = fork();
+    child = fork();
     if (child == 0) {
         dup2(open(streams.Path("output").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600), STDOUT_FILENO);
         dup2(open(streams.Path("errors").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600), STDERR_FILENO);

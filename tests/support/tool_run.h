@@ -2,9 +2,12 @@
 
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <map>
 #include <ostream>
+
+#include <sys/types.h>
 
 #include "tests/support/log_text.h"
 #include "tests/support/temp_dir.h"
@@ -26,11 +29,16 @@ struct ToolResult {
 // For the messages of failing tests: the command and all that it gave.
 std::ostream& operator<<(std::ostream& out, const ToolResult& result);
 
+// Comes back when `holds` is true, or after ten seconds.
+void WaitUntil(const std::function<bool()>& holds);
+
 struct ToolRun {
     TempDir directory;  // the working directory of the run; holds nothing but what the test puts in
 
     // Called in the child before the tool starts, for limits and signals.
     std::function<void()> prepare = [] {};
+    // The tool's process while a run is under way, for another thread.
+    mutable std::atomic<pid_t> child = 0;
     // All of it: the tool inherits nothing.
     std::map<std::string, std::string> environment = {
         {"LD_PRELOAD", LOG_WITNESS_PATH},
@@ -38,6 +46,6 @@ struct ToolRun {
         // A failed allocation answers null, as the system's does, and freed blocks do not pile up.
         {"ASAN_OPTIONS", "verify_asan_link_order=0:allocator_may_return_null=1:quarantine_size_mb=1"}};
 
-    // Runs seamtool with `arguments`, which blanks separate, and waits for its end.
+    // Runs seamtool with `arguments`, which blanks separate ('' is an empty one), and waits for its end.
     [[nodiscard]] ToolResult operator()(const std::string& arguments) const;
 };
