@@ -2,14 +2,13 @@
 
 #include <csignal>
 
+#include "app/process_setup.h"
 #include "app/terminal_line.h"
 #include "velora/output/output_file.h"
 
 namespace {
 
 using velora::output::OutputFile;
-
-constexpr int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 
 // Leaves nothing behind, and ends the process as it would have ended without a handler.
 void EndBySignal(int signal) {
@@ -37,6 +36,7 @@ EndingSignals::EndingSignals() : m_WasPipeIgnored(IsIgnored(SIGPIPE)) {
     }
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
+    LetEndingSignalsThrough();
 }
 
 void EndingSignals::EndByPipe() const {

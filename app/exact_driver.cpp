@@ -152,9 +152,9 @@ std::int32_t RunWords(std::span<char*> words, const EndingSignals& signals) {
     if (const std::string fault = FaultOfLists(options); !fault.empty()) {
         return RefuseCommandLine(fault);
     }
-    if (options.job.output == "-" && WasClosedAtStart(STDOUT_FILENO)) {
-        PrintMessage("standard output: is closed");
-        return Exit(Status::kCannotWrite);
+    if (const auto refusal = RefusalOfDescriptors(options.job)) {
+        PrintMessage(refusal->text);
+        return Exit(refusal->status);
     }
     return RunJob(options, signals);
 }
