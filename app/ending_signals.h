@@ -9,6 +9,7 @@
 class EndingSignals {
  public:
     EndingSignals();
+    ~EndingSignals() = default;
     EndingSignals(const EndingSignals&) = delete;
     EndingSignals& operator=(const EndingSignals&) = delete;
 

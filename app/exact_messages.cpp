@@ -6,7 +6,6 @@
 using velora::capture::Problem;
 using velora::capture::ProblemKind;
 using velora::exact::ExactJob;
-using velora::exact::InputName;
 using velora::utils::ShownText;
 
 std::string ShownPath(const std::string& path) {
