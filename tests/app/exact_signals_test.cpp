@@ -27,12 +27,15 @@ TEST(ExactSignalsTest, LeavesNoLogWhenOneComesWhileTheLogIsMade) {
 }
 
 TEST(ExactSignalsTest, KeepsACaptureThatWaitsForItsReportOnly) {
+#ifdef __SANITIZE_THREAD__
+    GTEST_SKIP() << "the sanitizer holds signals back while a FIFO is opened";
+#endif
     ToolRun run;
     run.directory.Write("in", CaptureBuilder().Record(1, 0, "x").Bytes());
     mkfifo(run.directory.Path("r.json").c_str(), 0600);  // which nobody reads
     const std::jthread watcher([&] {
         WaitUntil([&] { return std::filesystem::exists(run.directory / "x"); });
-        kill(run.child, SIGTERM);
+        run.EndBy(SIGTERM);
     });
     const ToolResult result = run("--exact --report=r.json in -out x");
     EXPECT_EQ(result.signal, SIGTERM) << result;

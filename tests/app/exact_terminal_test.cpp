@@ -37,14 +37,6 @@ struct TerminalRun {
         return run("--exact " + arguments);
     }
 
-    // Sends it to the tool; a tool that does not end by it fails the test.
-    void EndBy(int signal) const {
-        const pid_t child = run.child;
-        kill(child, signal);
-        WaitUntil([&] { return kill(child, 0) != 0; });
-        kill(child, SIGKILL);
-    }
-
     ToolRun run;
     Terminal terminal;
 };
@@ -106,7 +98,7 @@ TEST(ExactTerminalTest, EndsByASignalWhateverTheTerminalDoes) {
                 run.terminal.Stop();
                 std::this_thread::sleep_for(std::chrono::milliseconds(500));  // a line is tried meanwhile
             }
-            run.EndBy(SIGTERM);
+            run.run.EndBy(SIGTERM);
         });
         EXPECT_EQ(result.signal, SIGTERM) << result;
         EXPECT_FALSE(std::filesystem::exists(run.run.directory / "x"));

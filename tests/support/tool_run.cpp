@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <sstream>
 #include <thread>
 
@@ -40,7 +41,7 @@ ToolResult ToolRun::operator()(const std::string& arguments) const {
     std::vector<char*> argv(texts.size() + 1);
     std::ranges::transform(texts, argv.begin(), [](std::string& text) { return text.data(); });
 
-    child = fork();
+    const pid_t child = fork();
     if (child == 0) {
         dup2(open(streams.Path("output").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600), STDOUT_FILENO);
         dup2(open(streams.Path("errors").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600), STDERR_FILENO);
@@ -55,6 +56,7 @@ ToolResult ToolRun::operator()(const std::string& arguments) const {
         }
         _exit(126);
     }
+    m_Child = child;
     int status = 0;
     rusage usage{};
     wait4(child, &status, 0, &usage);
@@ -71,4 +73,14 @@ ToolResult ToolRun::operator()(const std::string& arguments) const {
             .hasLeftLog = hasLeftLog,
             .peakKilobytes = usage.ru_maxrss,
             .command = "seamtool " + arguments};
+}
+
+void ToolRun::EndBy(int signal) const {
+    WaitUntil([this] { return m_Child > 0; });
+    const pid_t child = m_Child;
+    if (child > 0) {  // else all of the test would be meant
+        kill(child, signal);
+        WaitUntil([&] { return kill(child, 0) != 0; });
+        kill(child, SIGKILL);
+    }
 }

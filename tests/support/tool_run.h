@@ -37,8 +37,6 @@ struct ToolRun {
 
     // Called in the child before the tool starts, for limits and signals.
     std::function<void()> prepare = [] {};
-    // The tool's process while a run is under way, for another thread.
-    mutable std::atomic<pid_t> child = 0;
     // All of it: the tool inherits nothing.
     std::map<std::string, std::string> environment = {
         {"LD_PRELOAD", LOG_WITNESS_PATH},
@@ -48,4 +46,11 @@ struct ToolRun {
 
     // Runs seamtool with `arguments`, which blanks separate ('' is an empty one), and waits for its end.
     [[nodiscard]] ToolResult operator()(const std::string& arguments) const;
+
+    // For another thread, while a run is under way: sends the tool a signal that it should end by, and
+    // after ten seconds one that it cannot help but end by.
+    void EndBy(int signal) const;
+
+ private:
+    mutable std::atomic<pid_t> m_Child = 0;
 };
