@@ -20,34 +20,163 @@ using velora::exact::ExactJob;
 using velora::exact::Mode;
 using velora::exact::OutputFormat;
 using velora::utils::ShownText;
+using velora::utils::TimeFault;
+using velora::utils::TimeOfTwo;
 
-// Every option, in the order of the help.
-struct OptionText {
-    std::string_view name;
-    std::string_view value;  // how the help shows it; empty: the option takes none
-    bool isValueOptional;
-    const char* help;
+// What the options have said so far.
+struct Given {
+    ExactOptions options;
+    std::optional<std::int64_t> from;
+    std::optional<std::int64_t> to;
+    std::optional<Compression> compression;
 };
 
-constexpr OptionText kOptions[] = {
-    {"--from", "=TIME", false, "only records at TIME or later, as captured"},
-    {"--to", "=TIME", false, "only records before TIME"},
-    {"--snaplen", "=N", false, "cut captured bytes to N, 1 to 262144"},
-    {"--dedup", "[=SECONDS]", true,
-     "drop a record equal to one written at most SECONDS before (0: at the same time)"},
-    {"--concatenate", "", false, "input after input, as named, not by time"},
-    {"--files-from", "=FILE", false,
-     "more inputs: a path a line, or between zero bytes; - for standard input"},
-    {"--format", "=FORMAT", false,
-     "pcap (microseconds), pcap-ns or pcapng, which holds several link types"},
-    {"--compress", "=HOW", false,
-     "gzip, zstd or none; without it an outfile in .gz or .zst is compressed so"},
-    {"--report", "=FILE", false,
-     "write what happened into FILE, a new one ending in .json or .html"},
-    {"--progress", "", false, "show progress and a summary on any standard error"},
-    {"--quiet", "", false, "show neither, and no notes; problems are told all the same"},
-    {"--help", "", false, "print this"},
-    {"--version", "", false, "print the version"},
+// Why an option does not take a value, as it stands behind "does not take 'value'".
+struct ValueFault {
+    std::string_view why;
+};
+using Taken = std::optional<ValueFault>;  // nothing: the value was taken
+constexpr ValueFault kNoSuchValue{""};
+
+Taken TakenIf(bool isTaken) {
+    return isTaken ? Taken() : kNoSuchValue;
+}
+
+Taken TakeTime(std::string_view value, TimeOfTwo ofTwo, std::optional<std::int64_t>& time) {
+    const auto parsed = velora::utils::ParseTime(value, ofTwo);
+    if (const auto* const fault = std::get_if<TimeFault>(&parsed)) {
+        return ValueFault{*fault == TimeFault::kNeverOccurs ? ": this local time never occurs"
+                                                            : ""};
+    }
+    time = std::get<std::int64_t>(parsed);
+    return {};
+}
+
+// Of a time that occurs twice --from and --to mean the one that leaves both in between.
+Taken TakeFrom(Given& given, std::string_view value) {
+    return TakeTime(value, TimeOfTwo::kEarlier, given.from);
+}
+
+Taken TakeTo(Given& given, std::string_view value) {
+    return TakeTime(value, TimeOfTwo::kLater, given.to);
+}
+
+Taken TakeSnapLen(Given& given, std::string_view value) {
+    constexpr std::uint32_t kMost = 262144;
+    std::uint32_t& snapLen = given.options.job.snapLen;
+    const char* const end = value.data() + value.size();
+    const auto parsed = std::from_chars(value.data(), end, snapLen);
+    return TakenIf(parsed.ec == std::errc() && parsed.ptr == end && snapLen >= 1 &&
+                   snapLen <= kMost);
+}
+
+Taken TakeDedup(Given& given, std::string_view value) {
+    std::optional<std::int64_t>& window = given.options.job.duplicateWindow;
+    window = value.empty() ? 0 : velora::utils::ParseSeconds(value);
+    return TakenIf(window.has_value());
+}
+
+Taken TakeConcatenate(Given& given, std::string_view /*value*/) {
+    given.options.job.mode = Mode::kConcatenate;
+    return {};
+}
+
+Taken TakeList(Given& given, std::string_view value) {
+    given.options.lists.emplace_back(value);
+    return {};
+}
+
+Taken TakeFormat(Given& given, std::string_view value) {
+    constexpr std::pair<std::string_view, OutputFormat> kFormats[] = {
+        {"pcap", OutputFormat::kPcap},
+        {"pcap-ns", OutputFormat::kPcapNanoseconds},
+        {"pcapng", OutputFormat::kPcapNg}};
+    for (const auto& [name, format] : kFormats) {
+        if (name == value) {
+            given.options.job.format = format;
+            return {};
+        }
+    }
+    return kNoSuchValue;
+}
+
+Taken TakeCompression(Given& given, std::string_view value) {
+    for (const Compression known : {Compression::kNone, Compression::kGzip, Compression::kZstd}) {
+        if (NameOf(known) == value) {
+            given.compression = known;
+            return {};
+        }
+    }
+    return kNoSuchValue;
+}
+
+Taken TakeReport(Given& given, std::string_view value) {
+    given.options.job.report = value;
+    if (value.ends_with(".json") || value.ends_with(".html")) {
+        return {};
+    }
+    return ValueFault{", only a name that ends in .json or .html"};
+}
+
+Taken TakeProgress(Given& given, std::string_view /*value*/) {
+    given.options.showsProgress = true;
+    return {};
+}
+
+Taken TakeQuiet(Given& given, std::string_view /*value*/) {
+    given.options.isQuiet = true;
+    return {};
+}
+
+Taken TakeHelp(Given& given, std::string_view /*value*/) {
+    given.options.wish = ExactOptions::Wish::kHelp;
+    return {};
+}
+
+Taken TakeVersion(Given& given, std::string_view /*value*/) {
+    given.options.wish = ExactOptions::Wish::kVersion;
+    return {};
+}
+
+enum class Value : std::uint8_t {
+    kNone,
+    kNeeded,
+    kOptional,
+    kEachTime,  // needed, and the option may be repeated
+};
+
+// What an option is called, takes, says in the help and does.
+struct Option {
+    std::string_view name;
+    Value value;
+    std::string_view shownValue;  // as it stands behind the name in the help
+    const char* help;
+    Taken (*take)(Given& given, std::string_view value);  // an empty value where there is none
+};
+
+// Every option, in the order of the help.
+constexpr Option kOptions[] = {
+    {"--from", Value::kNeeded, "=TIME", "only records at TIME or later, as captured", TakeFrom},
+    {"--to", Value::kNeeded, "=TIME", "only records before TIME", TakeTo},
+    {"--snaplen", Value::kNeeded, "=N", "cut captured bytes to N, 1 to 262144", TakeSnapLen},
+    {"--dedup", Value::kOptional, "[=SECONDS]",
+     "drop a record equal to one written at most SECONDS before (0: at the same time)", TakeDedup},
+    {"--concatenate", Value::kNone, "", "input after input, as named, not by time",
+     TakeConcatenate},
+    {"--files-from", Value::kEachTime, "=FILE",
+     "more inputs: a path a line, or between zero bytes; - for standard input", TakeList},
+    {"--format", Value::kNeeded, "=FORMAT",
+     "pcap (microseconds), pcap-ns or pcapng, which holds several link types", TakeFormat},
+    {"--compress", Value::kNeeded, "=HOW",
+     "gzip, zstd or none; without it an outfile in .gz or .zst is compressed so", TakeCompression},
+    {"--report", Value::kNeeded, "=FILE",
+     "write what happened into FILE, a new one ending in .json or .html", TakeReport},
+    {"--progress", Value::kNone, "", "show progress and a summary on any standard error",
+     TakeProgress},
+    {"--quiet", Value::kNone, "", "show neither, and no notes; problems are told all the same",
+     TakeQuiet},
+    {"--help", Value::kNone, "", "print this", TakeHelp},
+    {"--version", Value::kNone, "", "print the version", TakeVersion},
 };
 
 constexpr std::size_t kHelpColumn = 21;
@@ -86,102 +215,29 @@ class Parser {
     void ReadOption(std::string_view word) {
         const std::size_t equals = word.find('=');
         const std::string_view name = word.substr(0, equals);
-        const auto* const option = std::ranges::find(kOptions, name, &OptionText::name);
+        const auto* const option = std::ranges::find(kOptions, name, &Option::name);
         if (option == std::end(kOptions)) {
             return Fail("there is no option " + Quoted(name));
         }
         const bool hasValue = equals != std::string_view::npos;
         const std::string_view value = hasValue ? word.substr(equals + 1) : std::string_view();
-        if (hasValue && option->value.empty()) {
-            return Fail("'" + std::string(name) + "' takes no value");
+        const std::string quoted = "'" + std::string(name) + "'";
+        if (hasValue && option->value == Value::kNone) {
+            return Fail(quoted + " takes no value");
         }
-        if (value.empty() && !option->value.empty() && (hasValue || !option->isValueOptional)) {
-            return Fail("'" + std::string(name) + "' needs a value: '" + std::string(name) +
-                        std::string(option->value) + "'");
+        const bool isBare = !hasValue && option->value == Value::kOptional;
+        if (value.empty() && option->value != Value::kNone && !isBare) {
+            return Fail(quoted + " needs a value: '" + std::string(name) +
+                        std::string(option->shownValue) + "'");
         }
-        if (name != "--files-from" && !option->value.empty() && !m_Given.insert(name).second) {
-            return Fail("'" + std::string(name) + "' is given twice");
+        const bool isOnce = option->value == Value::kNeeded || option->value == Value::kOptional;
+        if (isOnce && !m_OnceGiven.insert(name).second) {
+            return Fail(quoted + " is given twice");
         }
         m_Options.words.emplace_back(word);
-        if (!Apply(name, value)) {
-            Fail("'" + std::string(name) + "' does not take " + Quoted(value) +
-                 (name == "--report" ? ", only a name that ends in .json or .html" : ""));
+        if (const Taken fault = option->take(m_Given, value)) {
+            Fail(quoted + " does not take " + Quoted(value) + std::string(fault->why));
         }
-    }
-
-    // False for a value that the option does not take.
-    bool Apply(std::string_view name, std::string_view value) {
-        ExactJob& job = m_Options.job;
-        if (name == "--help") {
-            m_Options.wish = ExactOptions::Wish::kHelp;
-        } else if (name == "--version") {
-            m_Options.wish = ExactOptions::Wish::kVersion;
-        } else if (name == "--quiet") {
-            m_Options.isQuiet = true;
-        } else if (name == "--progress") {
-            m_Options.showsProgress = true;
-        } else if (name == "--concatenate") {
-            job.mode = Mode::kConcatenate;
-        } else if (name == "--files-from") {
-            m_Options.lists.emplace_back(value);
-        } else if (name == "--from") {
-            return ApplyTime(value, m_From);
-        } else if (name == "--to") {
-            return ApplyTime(value, m_To);
-        } else if (name == "--dedup") {
-            job.duplicateWindow = value.empty() ? 0 : velora::utils::ParseSeconds(value);
-            return job.duplicateWindow.has_value();
-        } else if (name == "--snaplen") {
-            return ApplySnapLen(value);
-        } else if (name == "--format") {
-            return ApplyFormat(value);
-        } else if (name == "--compress") {
-            return ApplyCompression(value);
-        } else if (name == "--report") {
-            job.report = value;
-            return value.ends_with(".json") || value.ends_with(".html");
-        } else {
-            return false;
-        }
-        return true;
-    }
-
-    static bool ApplyTime(std::string_view value, std::optional<std::int64_t>& time) {
-        time = velora::utils::ParseTime(value);
-        return time.has_value();
-    }
-
-    bool ApplySnapLen(std::string_view value) {
-        constexpr std::uint32_t kMost = 262144;
-        std::uint32_t& snapLen = m_Options.job.snapLen;
-        const char* const end = value.data() + value.size();
-        const auto parsed = std::from_chars(value.data(), end, snapLen);
-        return parsed.ec == std::errc() && parsed.ptr == end && snapLen >= 1 && snapLen <= kMost;
-    }
-
-    bool ApplyFormat(std::string_view value) {
-        constexpr std::pair<std::string_view, OutputFormat> kFormats[] = {
-            {"pcap", OutputFormat::kPcap},
-            {"pcap-ns", OutputFormat::kPcapNanoseconds},
-            {"pcapng", OutputFormat::kPcapNg}};
-        for (const auto& [name, format] : kFormats) {
-            if (name == value) {
-                m_Options.job.format = format;
-                return true;
-            }
-        }
-        return false;
-    }
-
-    bool ApplyCompression(std::string_view value) {
-        for (const Compression known :
-             {Compression::kNone, Compression::kGzip, Compression::kZstd}) {
-            if (NameOf(known) == value) {
-                m_Compression = known;
-                return true;
-            }
-        }
-        return false;
     }
 
     // What cannot be said of one option alone.
@@ -194,15 +250,15 @@ class Parser {
         if (job.duplicateWindow && (isSquish || job.mode == Mode::kConcatenate)) {
             Fail("'--dedup' goes with a merge by time only");
         }
-        if (m_From && m_To && *m_From > *m_To) {
+        if (m_Given.from && m_Given.to && *m_Given.from > *m_Given.to) {
             Fail("'--from' is later than '--to'");
         }
-        job.earliest = m_From.value_or(job.earliest);
-        if (m_To) {
+        job.earliest = m_Given.from.value_or(job.earliest);
+        if (m_Given.to) {
             // Times before the earliest that there can be: none.
-            const bool isFirst = *m_To == std::numeric_limits<std::int64_t>::min();
-            job.latest = isFirst ? *m_To : *m_To - 1;
-            job.earliest = isFirst ? *m_To + 1 : job.earliest;
+            const bool isFirst = *m_Given.to == std::numeric_limits<std::int64_t>::min();
+            job.latest = isFirst ? *m_Given.to : *m_Given.to - 1;
+            job.earliest = isFirst ? *m_Given.to + 1 : job.earliest;
         }
         const bool isOfLists = std::ranges::find(m_Options.lists, "-") != m_Options.lists.end();
         if (isOfLists && m_HasStandardInput) {
@@ -220,11 +276,11 @@ class Parser {
                 named = compression;
             }
         }
-        m_Options.job.compression = m_Compression.value_or(named);
-        if (named != Compression::kNone && m_Compression && *m_Compression != named &&
-            *m_Compression != Compression::kNone) {
-            Fail(std::string("'--compress=") + NameOf(*m_Compression) + "' contradicts the name " +
-                 Quoted(m_Options.job.output));
+        m_Options.job.compression = m_Given.compression.value_or(named);
+        if (named != Compression::kNone && m_Given.compression && *m_Given.compression != named &&
+            *m_Given.compression != Compression::kNone) {
+            Fail(std::string("'--compress=") + NameOf(*m_Given.compression) +
+                 "' contradicts the name " + Quoted(m_Options.job.output));
         }
     }
 
@@ -299,7 +355,7 @@ class Parser {
 
     static std::string FaultOf(std::string_view word) {
         const std::string_view name = word.substr(0, word.find('='));
-        if (std::ranges::find(kOptions, name, &OptionText::name) != std::end(kOptions)) {
+        if (std::ranges::find(kOptions, name, &Option::name) != std::end(kOptions)) {
             return Quoted(word) + " stands too late: options come first";
         }
         if (word == "-squish" || word == "-squish10" || word == "-r") {
@@ -313,11 +369,9 @@ class Parser {
 
     std::vector<std::string_view> m_Words;
     std::size_t m_Next = 0;
-    ExactOptions m_Options;
-    std::set<std::string_view> m_Given;  // options with a value
-    std::optional<std::int64_t> m_From;
-    std::optional<std::int64_t> m_To;
-    std::optional<Compression> m_Compression;
+    Given m_Given;
+    ExactOptions& m_Options = m_Given.options;
+    std::set<std::string_view> m_OnceGiven;  // options that stand once only
     bool m_HasStandardInput = false;
     std::string m_Fault;
 };
@@ -346,9 +400,9 @@ std::string ExactHelp() {
         "  -r DIR      change to DIR before any path is looked at\n"
         "\n"
         "Options, in front of everything else:\n";
-    for (const OptionText& option : kOptions) {
+    for (const Option& option : kOptions) {
         std::string name(option.name);
-        name += option.value;
+        name += option.shownValue;
         name.resize(std::max<std::size_t>(name.size() + 2, kHelpColumn), ' ');
         text += "  " + name + option.help + "\n";
     }

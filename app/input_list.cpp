@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
 
 #include <fcntl.h>
@@ -12,15 +13,19 @@
 #include "velora/utils/errno_text.h"
 #include "velora/utils/scope_guards.h"
 
+namespace {
+
+constexpr std::size_t kMostBytes = std::size_t{64} << 20;
+
+}  // namespace
+
 std::vector<std::string> PathsIn(const std::string& bytes) {
     const char separator = bytes.find('\0') != std::string::npos ? '\0' : '\n';
     std::vector<std::string> paths;
-    for (std::size_t start = 0; start < bytes.size();) {
+    for (std::size_t start = bytes.find_first_not_of(separator); start != std::string::npos;) {
         const std::size_t end = std::min(bytes.find(separator, start), bytes.size());
-        if (end > start) {
-            paths.push_back(bytes.substr(start, end - start));
-        }
-        start = end + 1;
+        paths.push_back(bytes.substr(start, end - start));
+        start = bytes.find_first_not_of(separator, end);
     }
     return paths;
 }
@@ -32,12 +37,15 @@ std::variant<std::vector<std::string>, ListFault> ReadInputList(const std::strin
     std::string bytes;
     std::array<std::uint8_t, 65536> part{};
     ssize_t count = fd ? 1 : -errno;
-    while (count > 0) {
+    while (count > 0 && bytes.size() <= kMostBytes) {
         count = velora::capture::ReadSome(fd.Get(), part.data(), part.size());
         bytes.append(part.begin(), part.begin() + std::max<ssize_t>(count, 0));
     }
     if (count < 0) {
         return ListFault{"cannot be read: " + MiscUtils::ErrnoText(static_cast<int>(-count)).text};
+    }
+    if (bytes.size() > kMostBytes) {
+        return ListFault{"is longer than 64 MiB"};
     }
     std::vector<std::string> paths = PathsIn(bytes);
     if (paths.empty()) {

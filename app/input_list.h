@@ -13,7 +13,7 @@ struct ListFault {
 };
 
 // The paths in the list at `path`, "-" for standard input, in order; empty lines name nothing. A
-// list that cannot be read or names nothing is a fault.
+// list that cannot be read, is longer than 64 MiB or names nothing is a fault.
 [[nodiscard]] std::variant<std::vector<std::string>, ListFault> ReadInputList(
     const std::string& path);
 

@@ -1,19 +1,12 @@
 #include "app/progress_line.h"
 
 #include <algorithm>
-#include <array>
-#include <atomic>
-#include <cerrno>
-#include <cstdint>
-#include <cstdio>
-#include <ctime>
+#include <cstddef>
 #include <new>
-#include <string_view>
 
-#include <poll.h>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
+#include "app/standard_error.h"
 #include "velora/utils/plain_words.h"
 #include "velora/utils/saturating.h"
 #include "velora/utils/scope_guards.h"
@@ -30,62 +23,41 @@ using velora::utils::UtcText;
 
 constexpr std::chrono::milliseconds kDrawInterval(200);
 constexpr std::chrono::seconds kLineInterval(2);
-constexpr std::string_view kWipe = "\r\033[K";
-
-// A line of progress is on the terminal now.
-std::atomic<bool> g_isDrawn = false;
-static_assert(std::atomic<bool>::is_always_lock_free);
-
-// As much of a line as the terminal shows in one: what wraps could not be wiped.
-std::string Fitting(std::string line) {
-    winsize size{};
-    if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) {
-        line.resize(std::min<std::size_t>(line.size(), size.ws_col - 1U));
-    }
-    return line;
-}
 
 }  // namespace
-
-void WriteToStandardError(std::string_view text) noexcept {
-    while (!text.empty()) {
-        const ssize_t count = write(STDERR_FILENO, text.data(), text.size());
-        if (count < 0 && errno == EAGAIN) {  // whoever shares it with us has set O_NONBLOCK
-            pollfd wait{.fd = STDERR_FILENO, .events = POLLOUT, .revents = 0};
-            static_cast<void>(poll(&wait, 1, -1));
-        } else if (count < 0 && errno != EINTR) {
-            return;
-        }
-        text.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-    }
-}
 
 ProgressLine::ProgressLine(const RunProgress& progress, Show show)
     : m_Progress(progress),
       m_Start(std::chrono::steady_clock::now()),
       m_IsTerminal(isatty(STDERR_FILENO) == 1),
-      m_IsShown(show == Show::kAlways || (show == Show::kWhereSeen && m_IsTerminal)) {
-    if (m_IsShown) {
-        const MiscUtils::ScopedSignalBlock noSignals;
-        m_Thread = std::jthread([this] { Draw(); });
-    }
-}
+      m_IsShown(show == Show::kAlways || (show == Show::kWhereSeen && m_IsTerminal)) {}
 
 ProgressLine::~ProgressLine() {
     End();
 }
 
-void ProgressLine::Draw() {
+void ProgressLine::Start() {
+    if (m_IsShown) {
+        if (m_IsTerminal) {
+            m_TerminalLine.Open();
+        }
+        const MiscUtils::ScopedSignalBlock noSignals;
+        m_Thread = std::jthread([this] { DrawUntilTheEnd(); });
+    }
+}
+
+void ProgressLine::DrawUntilTheEnd() {
     const auto interval =
         m_IsTerminal ? kDrawInterval
                      : std::chrono::duration_cast<std::chrono::milliseconds>(kLineInterval);
     std::unique_lock lock(m_Mutex);
     while (!m_HasEnded.wait_for(lock, interval, [this] { return m_IsEnding; })) {
         try {
-            const std::string text =
-                m_IsTerminal ? std::string(kWipe) + Fitting(Text()) : Text() + "\n";
-            g_isDrawn = m_IsTerminal;
-            WriteToStandardError(text);
+            if (m_IsTerminal) {
+                m_TerminalLine.Draw(Text());
+            } else {
+                WriteToStandardError(Text() + "\n");
+            }
         } catch (const std::bad_alloc&) {
             continue;  // a line less is no harm
         }
@@ -112,15 +84,9 @@ std::string ProgressLine::Text() const {
     return text;
 }
 
-void ProgressLine::WipeLocked() {
-    if (g_isDrawn.exchange(false)) {
-        WriteToStandardError(std::string(kWipe));
-    }
-}
-
-void ProgressLine::Tell(const std::string& line) {
+void ProgressLine::PrintLine(const std::string& line) {
     const std::lock_guard lock(m_Mutex);
-    WipeLocked();
+    WriteToStandardError(TerminalLine::WipingText());
     WriteToStandardError(line + "\n");
 }
 
@@ -128,17 +94,11 @@ void ProgressLine::End() {
     {
         const std::lock_guard lock(m_Mutex);
         m_IsEnding = true;
-        WipeLocked();
+        WriteToStandardError(TerminalLine::WipingText());
     }
     m_HasEnded.notify_all();
     if (m_Thread.joinable()) {
         m_Thread.join();
-    }
-}
-
-void ProgressLine::WipeOnSignal() noexcept {
-    if (g_isDrawn.exchange(false)) {
-        static_cast<void>(!write(STDERR_FILENO, kWipe.data(), kWipe.size()));
     }
 }
 

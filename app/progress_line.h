@@ -3,7 +3,7 @@
 //
 // On a terminal the line of progress is drawn over and over at the same place, at most five times a
 // second, and is gone when anything else is to be seen. Elsewhere, if asked for, it is a line every
-// two seconds. What cannot be written to standard error is dropped: nobody reads it.
+// two seconds.
 
 #pragma once
 
@@ -11,10 +11,11 @@
 #include <condition_variable>
 #include <mutex>
 #include <string>
-#include <string_view>
 #include <thread>
 
-#include "velora/exact/run.h"
+#include "app/terminal_line.h"
+#include "velora/exact/run_report.h"
+#include "velora/output/run_progress.h"
 
 class ProgressLine {
  public:
@@ -30,8 +31,12 @@ class ProgressLine {
     ProgressLine(const ProgressLine&) = delete;
     ProgressLine& operator=(const ProgressLine&) = delete;
 
-    // Writes a line, given without its end. Any thread.
-    void Tell(const std::string& line);
+    // From here on progress is shown, where it is to be. Throws std::system_error when there is no
+    // thread for that.
+    void Start();
+
+    // Prints a line, given without its end, in place of the line of progress. Any thread.
+    void PrintLine(const std::string& line);
 
     // Takes the line of progress away; it does not come back.
     void End();
@@ -39,18 +44,15 @@ class ProgressLine {
     // Progress and summary are shown.
     [[nodiscard]] bool IsShown() const { return m_IsShown; }
 
-    // For the handler of a signal that ends the process: takes the line off the terminal.
-    static void WipeOnSignal() noexcept;
-
  private:
-    void Draw();
+    void DrawUntilTheEnd();
     [[nodiscard]] std::string Text() const;
-    void WipeLocked();
 
     const velora::output::RunProgress& m_Progress;
     const std::chrono::steady_clock::time_point m_Start;
     const bool m_IsTerminal;
     const bool m_IsShown;
+    TerminalLine m_TerminalLine;
     std::mutex m_Mutex;
     std::condition_variable m_HasEnded;
     bool m_IsEnding = false;
@@ -60,6 +62,3 @@ class ProgressLine {
 // One line that tells what a run has written where.
 [[nodiscard]] std::string SummaryText(const velora::exact::RunReport& report,
                                       const std::string& output);
-
-// Writes to standard error, all of it if it takes it.
-void WriteToStandardError(std::string_view text) noexcept;

@@ -19,6 +19,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <poll.h>
+#include <pthread.h>
 #include <sys/mman.h>
 #include <sys/select.h>
 #include <sys/uio.h>
@@ -126,6 +127,8 @@ FAULTY(int, renameat2, (int from, const char* a, int to, const char* b, unsigned
 FAULTY(int, unlinkat, (int directory, const char* path, int flags), (directory, path, flags), EIO, -1)
 FAULTY(int, fallocate, (int fd, int mode, off_t offset, off_t size), (fd, mode, offset, size), EOPNOTSUPP, -1)
 FAULTY(int, ftruncate, (int fd, off_t size), (fd, size), EIO, -1)
+FAULTY(int, pthread_create, (pthread_t * thread, const pthread_attr_t* how, void* (*run)(void*), void* argument),
+       (thread, how, run, argument), EAGAIN, EAGAIN)
 FAULTY(void*, scalable_malloc, (size_t size), (size), ENOMEM, nullptr)
 
 #define FAULTY_OPEN(name)                                                                 \

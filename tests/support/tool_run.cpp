@@ -1,7 +1,10 @@
 #include "tests/support/tool_run.h"
 
 #include <algorithm>
+#include <chrono>
+#include <csignal>
 #include <sstream>
+#include <thread>
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -23,10 +26,17 @@ std::ostream& operator<<(std::ostream& out, const ToolResult& result) {
     return out;
 }
 
+void WaitUntil(const std::function<bool()>& holds) {
+    for (int attempt = 0; attempt < 1000 && !holds(); ++attempt) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+}
+
 ToolResult ToolRun::operator()(const std::string& arguments) const {
     const TempDir streams;
     std::istringstream words(arguments);
     Lines texts{std::istream_iterator<std::string>(words), {}};
+    std::ranges::replace(texts, "''", "");
     texts.insert(texts.begin(), SEAMTOOL_PATH);
     std::vector<char*> argv(texts.size() + 1);
     std::ranges::transform(texts, argv.begin(), [](std::string& text) { return text.data(); });
@@ -46,6 +56,7 @@ ToolResult ToolRun::operator()(const std::string& arguments) const {
         }
         _exit(126);
     }
+    m_Child = child;
     int status = 0;
     rusage usage{};
     wait4(child, &status, 0, &usage);
@@ -62,4 +73,14 @@ ToolResult ToolRun::operator()(const std::string& arguments) const {
             .hasLeftLog = hasLeftLog,
             .peakKilobytes = usage.ru_maxrss,
             .command = "seamtool " + arguments};
+}
+
+void ToolRun::EndBy(int signal) const {
+    WaitUntil([this] { return m_Child > 0; });
+    const pid_t child = m_Child;
+    if (child > 0) {  // else all of the test would be meant
+        kill(child, signal);
+        WaitUntil([&] { return kill(child, 0) != 0; });
+        kill(child, SIGKILL);
+    }
 }

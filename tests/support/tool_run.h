@@ -2,9 +2,12 @@
 
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <map>
 #include <ostream>
+
+#include <sys/types.h>
 
 #include "tests/support/log_text.h"
 #include "tests/support/temp_dir.h"
@@ -26,6 +29,9 @@ struct ToolResult {
 // For the messages of failing tests: the command and all that it gave.
 std::ostream& operator<<(std::ostream& out, const ToolResult& result);
 
+// Comes back when `holds` is true, or after ten seconds.
+void WaitUntil(const std::function<bool()>& holds);
+
 struct ToolRun {
     TempDir directory;  // the working directory of the run; holds nothing but what the test puts in
 
@@ -38,6 +44,13 @@ struct ToolRun {
         // A failed allocation answers null, as the system's does, and freed blocks do not pile up.
         {"ASAN_OPTIONS", "verify_asan_link_order=0:allocator_may_return_null=1:quarantine_size_mb=1"}};
 
-    // Runs seamtool with `arguments`, which blanks separate, and waits for its end.
+    // Runs seamtool with `arguments`, which blanks separate ('' is an empty one), and waits for its end.
     [[nodiscard]] ToolResult operator()(const std::string& arguments) const;
+
+    // For another thread, while a run is under way: sends the tool a signal that it should end by, and
+    // after ten seconds one that it cannot help but end by.
+    void EndBy(int signal) const;
+
+ private:
+    mutable std::atomic<pid_t> m_Child = 0;
 };

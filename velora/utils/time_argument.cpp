@@ -1,5 +1,6 @@
 #include "velora/utils/time_argument.h"
 
+#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <cstddef>
@@ -91,19 +92,69 @@ std::optional<std::int64_t> Combine(std::int64_t seconds, std::int64_t nanosecon
     return time;
 }
 
-std::int64_t LocalSeconds(std::chrono::year_month_day date, int hour, int minute, int second) {
-    std::tm parts{};
-    parts.tm_year = static_cast<int>(date.year()) - 1900;
-    parts.tm_mon = static_cast<int>(static_cast<unsigned>(date.month())) - 1;
-    parts.tm_mday = static_cast<int>(static_cast<unsigned>(date.day()));
-    parts.tm_hour = hour;
-    parts.tm_min = minute;
-    parts.tm_sec = second;
-    parts.tm_isdst = -1;
-    return std::mktime(&parts);
+std::variant<std::int64_t, TimeFault> TimeOrFault(std::optional<std::int64_t> time) {
+    if (!time) {
+        return TimeFault::kForm;
+    }
+    return *time;
 }
 
-std::optional<std::int64_t> ParseDate(Scanner scanner) {
+// What a calendar and a clock show, in seconds: those since 1970 where they show UTC.
+std::int64_t ShownSeconds(std::chrono::year_month_day date, std::int64_t hour, std::int64_t minute,
+                          std::int64_t second) {
+    const std::chrono::sys_seconds midnight = std::chrono::sys_days(date);
+    return midnight.time_since_epoch().count() + 60 * (60 * hour + minute) + second;
+}
+
+// What the clocks of the local zone show at a time.
+std::int64_t ShownLocally(std::time_t time) {
+    std::tm parts{};
+    if (localtime_r(&time, &parts) == nullptr) {
+        return time;
+    }
+    return ShownSeconds({std::chrono::year(parts.tm_year + 1900),
+                         std::chrono::month(static_cast<unsigned>(parts.tm_mon + 1)),
+                         std::chrono::day(static_cast<unsigned>(parts.tm_mday))},
+                        parts.tm_hour, parts.tm_min, parts.tm_sec);
+}
+
+// When the local clocks show that. mktime(3) is of no use: of two such times it gives one or the
+// other by what it was asked before, and for one that never occurs it gives another.
+std::variant<std::int64_t, TimeFault> LocalTime(std::int64_t shown, TimeOfTwo ofTwo) {
+    // No zone is further than this from UTC, and none keeps its clocks for less than a step.
+    constexpr std::int64_t kFarthest = std::int64_t{26} * 3600;
+    constexpr std::int64_t kStep = std::int64_t{15} * 60;
+    tzset();  // localtime_r need not look at TZ
+    std::optional<std::int64_t> found;
+    for (std::int64_t near = shown - kFarthest; near <= shown + kFarthest; near += kStep) {
+        // As if the clocks ran on from there as they ran there.
+        const std::int64_t time = near + (shown - ShownLocally(near));
+        if (ShownLocally(time) == shown) {
+            const bool isEarlier = ofTwo == TimeOfTwo::kEarlier;
+            found = !found ? time : isEarlier ? std::min(*found, time) : std::max(*found, time);
+        }
+    }
+    if (!found) {
+        return TimeFault::kNeverOccurs;
+    }
+    return *found;
+}
+
+// Seconds by which the clocks of the zone that stands there, "Z" or "+01:00", are ahead.
+std::int64_t ParseZone(Scanner& scanner) {
+    if (scanner.Accept('Z')) {
+        return 0;
+    }
+    const std::int64_t sign = scanner.Accept('+') ? 1 : -1;
+    if (sign < 0) {
+        scanner.Expect('-');
+    }
+    const int hours = scanner.Number(2, 0, 23);
+    scanner.Expect(':');
+    return sign * 60 * (60 * hours + scanner.Number(2, 0, 59));
+}
+
+std::variant<std::int64_t, TimeFault> ParseDate(Scanner scanner, TimeOfTwo ofTwo) {
     const int year = scanner.Number(4, 0, 9999);
     scanner.Expect('-');
     const int month = scanner.Number(2, 1, 12);
@@ -116,31 +167,21 @@ std::optional<std::int64_t> ParseDate(Scanner scanner) {
     scanner.Expect(':');
     const int second = scanner.Number(2, 0, 59);
     const std::int64_t nanoseconds = scanner.Fraction();
+    const bool isLocal = scanner.IsAtEnd();
+    const std::int64_t east = isLocal ? 0 : ParseZone(scanner);
     const std::chrono::year_month_day date{std::chrono::year(year),
                                            std::chrono::month(static_cast<unsigned>(month)),
                                            std::chrono::day(static_cast<unsigned>(day))};
-    if (!scanner.IsGood() || !date.ok()) {
-        return std::nullopt;
+    if (!scanner.IsGood() || !scanner.IsAtEnd() || !date.ok()) {
+        return TimeFault::kForm;
     }
-    if (scanner.IsAtEnd()) {
-        return Combine(LocalSeconds(date, hour, minute, second), nanoseconds);
+    const std::int64_t shown = ShownSeconds(date, hour, minute, second);
+    const auto seconds =
+        isLocal ? LocalTime(shown, ofTwo) : std::variant<std::int64_t, TimeFault>(shown - east);
+    if (const auto* const fault = std::get_if<TimeFault>(&seconds)) {
+        return *fault;
     }
-    std::int64_t east = 0;  // seconds by which the zone's clocks are ahead
-    if (!scanner.Accept('Z')) {
-        const std::int64_t sign = scanner.Accept('+') ? 1 : -1;
-        if (sign < 0) {
-            scanner.Expect('-');
-        }
-        const int hours = scanner.Number(2, 0, 23);
-        scanner.Expect(':');
-        east = sign * 60 * (60 * hours + scanner.Number(2, 0, 59));
-    }
-    if (!scanner.IsGood() || !scanner.IsAtEnd()) {
-        return std::nullopt;
-    }
-    const std::int64_t midnight =
-        std::chrono::sys_seconds(std::chrono::sys_days(date)).time_since_epoch().count();
-    return Combine(midnight + std::int64_t{60} * (60 * hour + minute) + second - east, nanoseconds);
+    return TimeOrFault(Combine(std::get<std::int64_t>(seconds), nanoseconds));
 }
 
 std::optional<std::int64_t> ParseSigned(std::string_view text, int sign) {
@@ -159,14 +200,14 @@ std::optional<std::int64_t> ParseSeconds(std::string_view text) {
     return ParseSigned(text, 1);
 }
 
-std::optional<std::int64_t> ParseTime(std::string_view text) {
+std::variant<std::int64_t, TimeFault> ParseTime(std::string_view text, TimeOfTwo ofTwo) {
     if (!text.starts_with('@')) {
-        return ParseDate(Scanner(text));
+        return ParseDate(Scanner(text), ofTwo);
     }
     text.remove_prefix(1);
     const bool isNegative = text.starts_with('-');
     text.remove_prefix(isNegative ? 1 : 0);
-    return ParseSigned(text, isNegative ? -1 : 1);
+    return TimeOrFault(ParseSigned(text, isNegative ? -1 : 1));
 }
 
 }  // namespace velora::utils
