@@ -114,40 +114,25 @@ TEST(SquishTest, AgreesWithTheNaiveModel) {
 
 TEST(MergeTest, MendsDisorderWithinTwoBlocks) {
     using Seconds = std::vector<int>;
-    const struct {
-        const char* about;
-        Seconds read;  // three in the first block, four in each that follows
-        Seconds written;
-        std::uint64_t outOfPlace = 0;
-        std::int64_t largestStep = 0;
-    } rows[] = {
-        {.about = "from one block to the next", .read = {3, 5, 7, 1, 2, 4, 6, 8}, .written = {1, 2, 3, 4, 5, 6, 7, 8}},
-        {.about = "farther: written at once",
-         .read = {3, 5, 7, 4, 6, 8, 9, 1},
-         .written = {3, 4, 5, 6, 7, 1, 8, 9},
-         .outOfPlace = 1,
-         .largestStep = 6},
-        {.about = "one far ahead goes with its blocks, and makes those behind it late",
-         .read = {1, 9, 2, 3, 4, 5, 6, 7, 8},
-         .written = {1, 2, 3, 4, 5, 6, 9, 7, 8},
-         .outOfPlace = 2,
-         .largestStep = 2},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.about);
+    // The input has three records in its first block, and four in each that follows.
+    const auto merged = [](const Seconds& input, std::uint64_t outOfPlace, std::int64_t largestStep) {
         CaptureBuilder file;
-        for (const int second : row.read) {
+        for (const int second : input) {
             file.Record(second, 0, "x");
         }
-        const Merged merged = MergedFrom({file.Bytes()}, Algorithm::kMerge, {.blocksPerInput = 2, .blockSize = 75});
+        const Merged result = MergedFrom({file.Bytes()}, Algorithm::kMerge, {.blocksPerInput = 2, .blockSize = 75});
+        EXPECT_EQ(result.tallies[0].outOfPlace, outOfPlace);
+        EXPECT_EQ(result.tallies[0].largestStep, largestStep * 1'000'000'000);
         Seconds written;
-        for (const auto& record : capture::ReadWhole(merged.bytes).Records()) {
+        for (const auto& record : capture::ReadWhole(result.bytes).Records()) {
             written.push_back(static_cast<int>(record.time / 1'000'000'000));
         }
-        EXPECT_EQ(written, row.written);
-        EXPECT_EQ(merged.tallies[0].outOfPlace, row.outOfPlace);
-        EXPECT_EQ(merged.tallies[0].largestStep, row.largestStep * 1'000'000'000);
-    }
+        return written;
+    };
+    EXPECT_EQ(merged({3, 5, 7, 1, 2, 4, 6, 8}, 0, 0), (Seconds{1, 2, 3, 4, 5, 6, 7, 8}));
+    EXPECT_EQ(merged({3, 5, 7, 4, 6, 8, 9, 1}, 1, 6), (Seconds{3, 4, 5, 6, 7, 1, 8, 9})) << "too late: at once";
+    EXPECT_EQ(merged({1, 9, 2, 3, 4, 5, 6, 7, 8}, 2, 2), (Seconds{1, 2, 3, 4, 5, 6, 9, 7, 8}))
+        << "one far ahead goes with its blocks, and makes those behind it late";
 }
 
 // A step from the latest time that there is to the earliest: what follows goes on from the time reached.

@@ -2,7 +2,6 @@
 #include <chrono>
 #include <functional>
 #include <future>
-#include <tuple>
 #include <vector>
 
 #include <fcntl.h>
@@ -180,28 +179,34 @@ TEST(ProcessSearchTest, GivesTheFirstOfTheProcessesFound) {
 
 TEST(PidFileTest, AnswersForEveryContent) {
     const ScratchDir scratch;
-    const std::string missing = scratch / "missing";
-    const std::string id = std::to_string(getpid());
-    const std::string fine = "no error";
-    const std::tuple<std::string, bool, bool, bool, std::string> rows[] = {
-        {id, true, true, true, fine},
-        {id + "\n", true, true, false, fine},
-        {"4194304", false, false, false, fine},  // above any id
-        {" -1x", true, false, false, fine},
-        {"self", false, false, true, "stoi"},
-        {"2147483648", false, false, false, "stoi"},
-        {"missing", false, false, false, "No such file or directory : " + missing}};
-    for (const auto& [content, alive, isOwn, matches, error] : rows) {
-        SCOPED_TRACE(content);
-        const std::string file = content == "missing" ? missing : scratch.Write("pid", content);
-        bool own = false;
-        EXPECT_EQ(ErrorOf<std::exception>([&] { own = IsOwnPidFile(file); }), error);
-        EXPECT_EQ(ErrorOf<std::exception>([&] { EXPECT_FALSE(StopProc(file, "^x")); }), error);
-        EXPECT_EQ(IsPidFileAlive(file), alive);
-        EXPECT_EQ(own, isOwn);
-        EXPECT_EQ(PidFileMatches(file, "_tests\\x00"), matches);
+    const std::string own = std::to_string(getpid());
+    const struct {
+        std::string content;
+        bool isAlive = false, isOwn = false, matches = false;
+        std::string error = "no error";
+    } rows[] = {
+        {.content = own, .isAlive = true, .isOwn = true, .matches = true},
+        {.content = own + "\n", .isAlive = true, .isOwn = true},
+        {.content = "4194304"},  // above any id
+        {.content = " -1x", .isAlive = true},
+        {.content = "self", .matches = true, .error = "stoi"},
+        {.content = "2147483648", .error = "stoi"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.content);
+        const std::string file = scratch.Write("pid", row.content);
+        bool isOwn = false;
+        EXPECT_EQ(ErrorOf<std::exception>([&] { isOwn = IsOwnPidFile(file); }), row.error);
+        EXPECT_EQ(ErrorOf<std::exception>([&] { EXPECT_FALSE(StopProc(file, "^x")); }), row.error);
+        EXPECT_EQ(IsPidFileAlive(file), row.isAlive);
+        EXPECT_EQ(isOwn, row.isOwn);
+        EXPECT_EQ(PidFileMatches(file, "_tests\\x00"), row.matches);
     }
     EXPECT_FALSE(PidFileMatches(scratch.Write("pid", "4194304"), "")) << "there is no command line";
+    const std::string error = "No such file or directory : /missing";
+    EXPECT_EQ(ErrorOf<std::exception>(IsOwnPidFile, "/missing"), error);
+    EXPECT_EQ(ErrorOf<std::exception>(StopProc, "/missing", "^x"), error);
+    EXPECT_FALSE(IsPidFileAlive("/missing") || PidFileMatches("/missing", ""));
 }
 
 TEST(WaitingTest, IsNotShortenedBySignals) {
