@@ -24,7 +24,9 @@ OutputOutcome WriteBeginnings(CaptureReader& reader, OutputFile& output) {
     const RecordEncoder encoder(RecordEncoder::Unit::kNanoseconds);
     BlockWriter writer(output);  // writes in a thread of its own
     const std::uint32_t linkType = reader.Traits().linkType.value_or(1);
-    bool isGood = writer.Append(encoder.EncodeFileHeader(kMostBytes, linkType));
+    // What is known of frame check sequences stands above the link type.
+    const std::uint32_t linkTypeField = linkType | reader.Traits().fcsBits;
+    bool isGood = writer.Append(encoder.EncodeFileHeader(kMostBytes, linkTypeField));
     for (; isGood && record != nullptr; record = reader.Next()) {
         if (record->interface->linkType != linkType) {
             continue;  // a classic capture holds one link type, a pcap-ng capture any number

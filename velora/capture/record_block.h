@@ -31,8 +31,8 @@ namespace velora::capture {
 // So many interfaces with equal descriptions, which stand one behind the other: their numbers and
 // ordinals count on from those of the first.
 struct DescribedInterfaces {
-    Interface first;
-    std::uint32_t count = 1;
+    Interface first;          // the one described first
+    std::uint32_t count = 1;  // all of them
 };
 
 class RecordBlock {

@@ -60,4 +60,22 @@ const char* NameOf(capture::ProblemKind kind) {
     return "";
 }
 
+const char* TextOf(Status status) {
+    switch (status) {
+        case Status::kComplete:
+            return "every record is in the output, in time order";
+        case Status::kNothingToWrite:
+            return "nothing was written";
+        case Status::kIncomplete:
+            return "written, but something is missing, doubtful or out of place";
+        case Status::kCannotWrite:
+            return "the output could not be written";
+        case Status::kOutputExists:
+            return "the path of the output was taken";
+        case Status::kWrongCommandLine:
+            return "wrong command line";
+    }
+    return "";
+}
+
 }  // namespace velora::exact

@@ -91,5 +91,7 @@ struct RunSetting {
 // The name of a mode, a status or a kind of problem in reports: "squish", "left-out".
 [[nodiscard]] const char* NameOf(Mode mode);
 [[nodiscard]] const char* NameOf(capture::ProblemKind kind);
+// What a status says, in words.
+[[nodiscard]] const char* TextOf(Status status);
 
 }  // namespace velora::exact

@@ -21,6 +21,7 @@ enum class Status : std::uint8_t {
 
 // What happened in a run, as far as its status depends on it.
 struct RunFacts {
+    // How an output ended.
     using OutputKind = codec::OutputOutcome::Kind;
 
     bool isPathRefused = false;  // the output or the report is one of the inputs, or both are one
@@ -37,8 +38,5 @@ struct RunFacts {
 [[nodiscard]] constexpr bool IsOutputThere(Status status) {
     return status == Status::kComplete || status == Status::kIncomplete;
 }
-
-// What a status says, in words.
-[[nodiscard]] const char* TextOf(Status status);
 
 }  // namespace velora::exact

@@ -35,7 +35,7 @@ class InputSet {
     // An input that is a capture.
     struct Source {
         std::size_t file = 0;  // counts the files that were given
-        capture::CaptureTraits traits;
+        capture::CaptureTraits traits;  // what it says of itself
     };
 
     // Told of what is wrong with a file, when the block that shows it is taken: whether it is a
@@ -49,6 +49,7 @@ class InputSet {
              const capture::BlockReader::Options& options, std::atomic<std::uint64_t>& bytesRead,
              OnProblem onProblem);
 
+    // The inputs that are captures.
     [[nodiscard]] std::span<const Source> Sources() const { return m_Sources; }
 
     // As ReadAhead has it: the next block, waiting for it, or null behind the last.

@@ -1,5 +1,5 @@
 // AddressCopier: lets every record pass, and each IPv4 packet of 192.168/16 be followed by its ten
-// copies (packet/address_copies.h), at the same time.
+// copies (velora/packet/address_copies.h), at the same time.
 
 #pragma once
 

@@ -1,5 +1,5 @@
 // DuplicateFilter: lets a record pass unless it equals one that passed shortly before
-// (merge/duplicate_window.h). Those that it keeps back are counted.
+// (velora/merge/duplicate_window.h). Those that it keeps back are counted.
 
 #pragma once
 

@@ -25,8 +25,8 @@ namespace velora::merge {
 
 // A record as it stands in the output.
 struct WrittenRecord {
-    std::int64_t time = 0;
-    std::uint32_t linkType = 0;
+    std::int64_t time = 0;                // nanoseconds since 1970
+    std::uint32_t linkType = 0;           // of its interface
     std::uint32_t originalLength = 0;     // bytes on the wire
     std::span<const std::uint8_t> bytes;  // those that the output keeps
 };

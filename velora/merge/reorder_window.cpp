@@ -10,7 +10,7 @@ namespace velora::merge {
 ReorderWindow::ReorderWindow(input::InputSet& inputs, std::uint32_t source, output::Ledger& ledger)
     : m_Blocks(inputs, source, ledger) {
     if (!inputs.OrdersBlocks()) {
-        throw std::logic_error("a reorder window over blocks that are not in order");
+        throw std::invalid_argument("ordersBlocks");  // else it would go wrong in silence
     }
 }
 

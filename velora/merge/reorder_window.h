@@ -16,8 +16,8 @@ namespace velora::merge {
 
 class ReorderWindow final : public RecordSource {
  public:
-    // The blocks of the inputs are ordered by time within themselves (BlockReader::Options). What
-    // is borrowed outlives the object.
+    // What is borrowed outlives the object. Throws std::invalid_argument unless the blocks of the
+    // inputs are ordered within themselves (BlockReader::Options::ordersBlocks).
     ReorderWindow(input::InputSet& inputs, std::uint32_t source, output::Ledger& ledger);
 
  protected:

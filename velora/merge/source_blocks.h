@@ -23,6 +23,7 @@ class SourceBlocks {
     // The one that was taken first.
     void GiveBack() { m_Inputs.GiveBack(m_Source); }
 
+    // A record that stands behind one that is later by so many nanoseconds.
     void CountOutOfPlace(std::int64_t step) { m_Ledger.CountOutOfPlace(m_Source, step); }
 
     // What the blocks so far have described, but what was asked for before.

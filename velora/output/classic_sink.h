@@ -1,5 +1,5 @@
 // ClassicSink: writes records as a classic capture, of one link type, with times in microseconds or
-// nanoseconds (output/record_encoder.h).
+// nanoseconds (velora/output/record_encoder.h).
 
 #pragma once
 

@@ -64,6 +64,7 @@ class Ledger {
     // `progress` learns how many records are written; it outlives the ledger.
     Ledger(std::size_t sources, RunProgress& progress) : m_Sources(sources), m_Progress(progress) {}
 
+    // The counts of the source of that number.
     [[nodiscard]] SourceCounts& Of(std::uint32_t source) { return m_Sources[source]; }
 
     // A further block of the source.
@@ -90,6 +91,7 @@ class Ledger {
         }
     }
 
+    // What was written of all sources together.
     [[nodiscard]] OutputCounts Output() const;
 
  private:

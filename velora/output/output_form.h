@@ -18,6 +18,7 @@ struct OutputForm {
     std::uint32_t snapLen = 0;    // as it is declared
     std::uint32_t mostBytes = std::numeric_limits<std::uint32_t>::max();  // kept of a record
 
+    // Else it is classic.
     [[nodiscard]] bool IsPcapNg() const { return format == capture::Format::kPcapNg; }
 };
 

@@ -1,4 +1,4 @@
-// PcapNgSink: writes records as a pcap-ng capture (output/pcapng_encoder.h), which holds any number
+// PcapNgSink: writes records as a pcap-ng capture (velora/output/pcapng_encoder.h), which holds any number
 // of link types.
 //
 // Each interface of each source is an interface of the output. It is described when its source

@@ -4,6 +4,7 @@
 
 namespace velora::utils {
 
+// Signed.
 __extension__ using Int128 = __int128;
 
 }  // namespace velora::utils

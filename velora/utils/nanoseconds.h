@@ -6,6 +6,7 @@
 
 namespace velora::utils {
 
+// In a second.
 inline constexpr std::int64_t kNanosecondsPerSecond = 1'000'000'000;
 
 }  // namespace velora::utils
