@@ -30,7 +30,7 @@ std::string NoCapture(std::span<const std::uint8_t> bytes, codec::Compression co
         return "no capture: it has " + utils::CountText(bytes.size(), "byte") +
                ", less than any capture";
     }
-    const codec::Compression inner = codec::CompressionOf(codec::TellMember(bytes));
+    const codec::Compression inner = codec::CompressionOf(codec::DetectMember(bytes));
     if (inner != codec::Compression::kNone) {
         return std::string("no capture: ") + NameOf(inner) + " inside " + NameOf(compression) +
                ", and one level of compression is undone";
@@ -191,7 +191,7 @@ std::optional<Problem> BlockReader::ProblemOfEnd(codec::ByteStream::State state)
             if (!isCapture) {
                 return Describe(kind, fault.reason);
             }
-            Problem problem{ProblemKind::kWrongChecksum, {}, m_Framer->Records(), PlaceReached()};
+            Problem problem{ProblemKind::kWrongChecksum, {}, m_Framer->Records(), OffsetReached()};
             problem.text = fault.reason + ": " + utils::CountText(problem.records, "record") +
                            " kept, doubtful from record " +
                            std::to_string(m_Framer->VerifiedRecords() + 1) + " on";
@@ -213,12 +213,12 @@ std::optional<Problem> BlockReader::ProblemOfEnd(codec::ByteStream::State state)
     return std::nullopt;
 }
 
-std::uint64_t BlockReader::PlaceReached() const {
+std::uint64_t BlockReader::OffsetReached() const {
     return m_Framer && m_Framer->IsInside() ? m_Framer->InsideSince() : m_FrontOffset + m_Used;
 }
 
 Problem BlockReader::Describe(ProblemKind kind, const std::string& reason) const {
-    return DescribeAt(kind, PlaceReached(), reason);
+    return DescribeAt(kind, OffsetReached(), reason);
 }
 
 Problem BlockReader::DescribeAt(ProblemKind kind, std::uint64_t offset,

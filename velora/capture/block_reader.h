@@ -85,7 +85,7 @@ class BlockReader {
     void Deliver(RecordBlock& block);
     void Conclude(RecordBlock& block, std::optional<Problem> problem);
     [[nodiscard]] std::optional<Problem> ProblemOfEnd(codec::ByteStream::State state) const;
-    [[nodiscard]] std::uint64_t PlaceReached() const;
+    [[nodiscard]] std::uint64_t OffsetReached() const;
     [[nodiscard]] Problem DescribeAt(ProblemKind kind, std::uint64_t offset,
                                      const std::string& reason) const;
 

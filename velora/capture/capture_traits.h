@@ -29,8 +29,8 @@ struct CaptureTraits {
     // file describes no interface.
     std::optional<std::uint32_t> linkType;
     // What a classic header says of frame check sequences, in the six bits above the link type, at
-    // their place in that field (velora/formats/link_types.h). Of a pcap-ng file: what such a header would
-    // say; 0 where its interfaces do not agree, or there is no way to say it.
+    // their place in that field (velora/formats/link_types.h). Of a pcap-ng file: what such a
+    // header would say; 0 where its interfaces do not agree, or there is no way to say it.
     std::uint32_t fcsBits = 0;
     bool tellsFcsLength = false;           // it tells of an interface how long they are
     std::uint32_t snapLen = 0;             // the largest that is declared

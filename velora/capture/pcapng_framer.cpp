@@ -16,15 +16,12 @@ namespace {
 
 using namespace PcapNgFormat;
 
-constexpr std::size_t kBlockStart = 8;          // type and length
-constexpr std::size_t kSectionStart = 12;       // and the byte-order magic
-constexpr std::size_t kTrailer = 4;             // the second length
-constexpr std::size_t kOptionStart = 4;         // code and length of an option
-constexpr std::size_t kMostInterfaces = 65536;  // a section
-constexpr std::size_t kLinkTypeOffset = 8;      // of an interface description
+constexpr std::size_t kBlockStart = 8;      // type and length
+constexpr std::size_t kSectionStart = 12;   // and the byte-order magic
+constexpr std::size_t kTrailer = 4;         // the second length
+constexpr std::size_t kOptionStart = 4;     // code and length of an option
+constexpr std::size_t kLinkTypeOffset = 8;  // of an interface description
 constexpr std::size_t kSnapLenOffset = 12;
-// So many descriptions back it is looked which of several equal ones of a section this is.
-constexpr std::size_t kMostRunsBack = 64;
 // Blocks that are looked at are held whole, options included.
 constexpr std::uint32_t kLargestHeldBlock = 256U << 20U;
 
@@ -59,9 +56,9 @@ Framer::Result PcapNgFramer::Frame(RecordBlock& block, const Bytes& bytes) {
     std::size_t position = 0;
     Result result;
     BeginBlock(bytes);
-    m_Block += 1;
+    m_Interfaces.BeginBlock();
     for (;;) {
-        if (std::exchange(m_HasGrownBeside, false) && IsFullBeside(block)) {
+        if (IsFullBeside(block)) {
             return {position, kBlockStart, {}, true};
         }
         if (IsInside() && !Skip(block, bytes, position, result)) {
@@ -146,11 +143,11 @@ std::string PcapNgFramer::FaultOfStart(const BlockAt& at) const {
         const std::uint32_t interface = at.type == kEnhancedPacket
                                             ? Get<std::uint32_t>(at.start + 8)
                                             : Get<std::uint16_t>(at.start + 8);
-        if (interface >= m_Interfaces) {
+        if (interface >= m_Interfaces.Count()) {
             return "a packet of interface " + std::to_string(interface) +
                    ", which was never described";
         }
-        const InterfaceRun& from = RunOf(interface);
+        const InterfaceDescription& from = m_Interfaces.At(interface);
         const std::uint32_t largest = LargestLength(from.snapLen, from.linkType);
         const auto captured = Get<std::uint32_t>(at.start + 20);
         if (captured > largest) {
@@ -160,7 +157,7 @@ std::string PcapNgFramer::FaultOfStart(const BlockAt& at) const {
             return "a packet's captured bytes do not fit into its block";
         }
     }
-    if (at.type == kSimplePacket && m_Interfaces == 0) {
+    if (at.type == kSimplePacket && m_Interfaces.Count() == 0) {
         return "a packet of interface 0, which was never described";
     }
     return {};
@@ -178,130 +175,55 @@ std::string PcapNgFramer::ReadSectionHeader(const BlockAt& at, RecordBlock& bloc
         return "a section of version " + std::to_string(version) + ", which is not known";
     }
     block.hasExtras |= HasComment(OptionsOf(at, kSectionHeaderSize - kTrailer));
-    m_FirstInterface += m_Interfaces;
-    m_Interfaces = 0;
-    m_Runs.clear();
-    m_Block += 1;
+    m_Interfaces.BeginSection();
     m_Traits.format = Format::kPcapNg;
     m_IsCapture = true;
     return {};
 }
 
 std::string PcapNgFramer::ReadInterface(const BlockAt& at, RecordBlock& block) {
-    if (m_Interfaces == kMostInterfaces) {
+    if (m_Interfaces.Count() == PcapNgInterfaces::kMost) {
         return "more than 65536 interfaces in a section";
     }
-    InterfaceRun added;
-    added.first = static_cast<std::uint16_t>(m_Interfaces);
-    added.resolution = kDefaultTimestampResolution;
-    added.linkType = Get<std::uint16_t>(at.start + kLinkTypeOffset);
-    added.snapLen = Get<std::uint32_t>(at.start + kSnapLenOffset);
+    InterfaceDescription description;
+    description.resolution = kDefaultTimestampResolution;
     auto options = OptionsOf(at, kInterfaceDescriptionSize - kTrailer);
     while (const std::optional<Option> option = TakeOption(options)) {
         if (option->code == kTimestampResolution && option->value.size() == 1) {
-            added.resolution = option->value.front();
+            description.resolution = option->value.front();
         } else if (option->code == kTimestampOffset && option->value.size() == 8) {
-            added.offset = Get<std::int64_t>(option->value.data());
+            description.timeOffset = Get<std::int64_t>(option->value.data());
         } else if (option->code == kFcsLength && option->value.size() == 1) {
             const std::uint8_t length = option->value.front();
-            added.fcsLength = length < 8 ? static_cast<std::uint8_t>(8 * length) : length;
+            description.fcsLength = length < 8 ? static_cast<std::uint8_t>(8 * length) : length;
         } else if (option->code == kComment) {
             block.hasExtras = true;
         }
     }
-    added.descriptionHash =
+    description.linkType = static_cast<std::uint16_t>(
+        LinkType::Canonical(Get<std::uint16_t>(at.start + kLinkTypeOffset)));
+    description.snapLen = Get<std::uint32_t>(at.start + kSnapLenOffset);
+    description.hash =
         XXH3_64bits_withSeed(at.start + kBlockStart, at.length - kSmallestBlock, utils::HashSeed());
-    const bool isNewRun = CountEqualOnes(added);
-    m_Interfaces += 1;
-    const Interface description = InterfaceOf(added, added.first);
-    NoteTraits(description);
-    if (isNewRun) {
-        m_Runs.push_back(added);
-    }
+    const Interface described = m_Interfaces.Add(description);
+    NoteTraits(described);
     if (m_KeepsAllLinkTypes) {
-        AddDescription(block, description);
+        m_Interfaces.GiveOut(described, block);
     }
     return {};
 }
 
-// Sets the ordinal. False where the interface goes on with the last run.
-bool PcapNgFramer::CountEqualOnes(InterfaceRun& added) const {
-    std::uint32_t end = m_Interfaces;  // of the run looked at
-    for (std::size_t back = 1; back <= std::min(m_Runs.size(), kMostRunsBack); ++back) {
-        const InterfaceRun& run = m_Runs[m_Runs.size() - back];
-        if (run.descriptionHash == added.descriptionHash) {
-            added.ordinal = static_cast<std::uint16_t>(run.ordinal + end - run.first);
-            return back > 1;
-        }
-        end = run.first;
-    }
-    return true;
-}
-
-Interface PcapNgFramer::InterfaceOf(const InterfaceRun& run, std::uint32_t interface) const {
-    Interface description;
-    description.linkType = LinkType::Canonical(run.linkType);
-    description.snapLen = run.snapLen;
-    description.number = m_FirstInterface + interface;
-    if (run.fcsLength != kNoFcsLength) {
-        description.fcsLength = run.fcsLength;
-    }
-    description.isFinerThanMicroseconds = TickTime::Of(run.resolution).IsFinerThanMicroseconds();
-    description.descriptionHash = run.descriptionHash;
-    description.ordinal = run.ordinal + interface - run.first;
-    return description;
-}
-
-void PcapNgFramer::NoteTraits(const Interface& description) {
+void PcapNgFramer::NoteTraits(const Interface& described) {
     if (m_Traits.hasRecord) {
         return;
     }
     const bool isFirst = !m_Traits.linkType;
-    const std::uint32_t fcsBits = LinkType::FcsBitsOf(description.fcsLength);
+    const std::uint32_t fcsBits = LinkType::FcsBitsOf(described.fcsLength);
     m_Traits.fcsBits = isFirst || m_Traits.fcsBits == fcsBits ? fcsBits : 0;
-    m_Traits.tellsFcsLength |= description.fcsLength.has_value();
-    m_Traits.linkType = m_Traits.linkType.value_or(description.linkType);
-    m_Traits.snapLen = std::max(m_Traits.snapLen, description.snapLen);
-    m_Traits.isFinerThanMicroseconds |= description.isFinerThanMicroseconds;
-}
-
-// Sections often describe what the one before has described: that is told once. (Where there are
-// many interfaces, now and then again.)
-void PcapNgFramer::AddDescription(RecordBlock& block, const Interface& description) {
-    std::optional<Interface>& lately =
-        m_Described[(description.descriptionHash + description.ordinal) % m_Described.size()];
-    if (lately && lately->IsSameAs(description)) {
-        return;
-    }
-    lately = description;
-    if (!block.described.empty()) {
-        DescribedInterfaces& last = block.described.back();
-        if (last.first.descriptionHash == description.descriptionHash &&
-            last.first.ordinal + last.count == description.ordinal &&
-            last.first.number + last.count == description.number) {
-            last.count += 1;
-            return;
-        }
-    }
-    block.described.push_back({description});
-    m_HasGrownBeside = true;
-}
-
-const PcapNgFramer::InterfaceRun& PcapNgFramer::RunOf(std::uint32_t interface) const {
-    if (m_Runs.size() == m_Interfaces) {
-        return m_Runs[interface];
-    }
-    return *std::prev(std::ranges::upper_bound(m_Runs, interface, {}, &InterfaceRun::first));
-}
-
-std::uint32_t PcapNgFramer::NumberInBlock(RecordBlock& block, std::uint32_t interface) {
-    InBlock& known = m_InBlock[interface % m_InBlock.size()];
-    if (known.block != m_Block || known.interface != interface) {
-        const Interface description = InterfaceOf(RunOf(interface), interface);
-        known = {m_Block, interface, block.AddInterface(description)};
-        m_HasGrownBeside = true;
-    }
-    return known.number;
+    m_Traits.tellsFcsLength |= described.fcsLength.has_value();
+    m_Traits.linkType = m_Traits.linkType.value_or(described.linkType);
+    m_Traits.snapLen = std::max(m_Traits.snapLen, described.snapLen);
+    m_Traits.isFinerThanMicroseconds |= described.isFinerThanMicroseconds;
 }
 
 bool PcapNgFramer::Admit(RecordBlock& block, std::uint32_t linkType) {
@@ -320,7 +242,7 @@ bool PcapNgFramer::Admit(RecordBlock& block, std::uint32_t linkType) {
 std::string PcapNgFramer::ReadPacket(const BlockAt& at, RecordBlock& block, const Bytes& bytes) {
     const std::uint32_t number = at.type == kEnhancedPacket ? Get<std::uint32_t>(at.start + 8)
                                                             : Get<std::uint16_t>(at.start + 8);
-    const InterfaceRun& from = RunOf(number);
+    const InterfaceDescription& from = m_Interfaces.At(number);
     const std::uint64_t ticks = (std::uint64_t{Get<std::uint32_t>(at.start + 12)} << 32U) |
                                 Get<std::uint32_t>(at.start + 16);
     const std::int64_t time = from.TimeOf(ticks);
@@ -329,15 +251,16 @@ std::string PcapNgFramer::ReadPacket(const BlockAt& at, RecordBlock& block, cons
     block.hasExtras =
         block.hasExtras || HasComment(OptionsOf(at, kPacketDataOffset + Padded(captured)));
     CountRecord(block, bytes, at.position + at.length, time);
-    if (Admit(block, LinkType::Canonical(from.linkType))) {
-        block.AddPacketBlock(at.position, time, captured, original, NumberInBlock(block, number));
+    if (Admit(block, from.linkType)) {
+        block.AddPacketBlock(at.position, time, captured, original,
+                             m_Interfaces.NumberInBlock(number, block));
     }
     return {};
 }
 
 std::string PcapNgFramer::ReadSimplePacket(const BlockAt& at, RecordBlock& block,
                                            const Bytes& bytes) {
-    const InterfaceRun& from = m_Runs.front();
+    const InterfaceDescription& from = m_Interfaces.At(0);
     const auto original = Get<std::uint32_t>(at.start + 8);
     const std::uint32_t captured = from.snapLen == 0 ? original : std::min(original, from.snapLen);
     if (const std::uint32_t largest = LargestLength(from.snapLen, from.linkType);
@@ -350,9 +273,9 @@ std::string PcapNgFramer::ReadSimplePacket(const BlockAt& at, RecordBlock& block
     // No time of its own: that of the record before it.
     const std::int64_t time = m_LastTime;
     CountRecord(block, bytes, at.position + at.length, time);
-    if (Admit(block, LinkType::Canonical(from.linkType))) {
-        block.AddSimplePacketBlock(at.position, time, captured, original, NumberInBlock(block, 0));
-        m_HasGrownBeside = true;
+    if (Admit(block, from.linkType)) {
+        block.AddSimplePacketBlock(at.position, time, captured, original,
+                                   m_Interfaces.NumberInBlock(0, block));
     }
     return {};
 }

@@ -5,14 +5,12 @@
 
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <optional>
 #include <span>
-#include <vector>
 
 #include "velora/capture/framer.h"
-#include "velora/capture/tick_time.h"
+#include "velora/capture/pcapng_interfaces.h"
 #include "velora/formats/byte_order.h"
 
 namespace velora::capture {
@@ -28,24 +26,6 @@ class PcapNgFramer final : public Framer {
     [[nodiscard]] const char* InsideWhat() const override;
 
  private:
-    // Interfaces of a section that stand one behind the other with equal descriptions: a file may
-    // describe thousands of them that no packet names. Small, since they may differ as well.
-    struct InterfaceRun {
-        std::uint64_t descriptionHash = 0;
-        std::int64_t offset = 0;  // of times, seconds
-        std::uint32_t snapLen = 0;
-        std::uint16_t linkType = 0;
-        std::uint16_t first = 0;    // number in the section of the first of them
-        std::uint16_t ordinal = 0;  // of that one
-        std::uint8_t resolution = 0;
-        std::uint8_t fcsLength = kNoFcsLength;
-
-        [[nodiscard]] std::int64_t TimeOf(std::uint64_t ticks) const {
-            return TickTime::Of(resolution).Nanoseconds(ticks, offset);
-        }
-    };
-    static constexpr std::uint8_t kNoFcsLength = 0xFF;
-
     // One block in the hands of the framer.
     struct BlockAt {
         const std::uint8_t* start;
@@ -85,37 +65,14 @@ class PcapNgFramer final : public Framer {
     [[nodiscard]] std::optional<Option> TakeOption(std::span<const std::uint8_t>& options) const;
     [[nodiscard]] bool HasComment(std::span<const std::uint8_t> options) const;
 
-    // Of the section's interface of that number, which was described.
-    [[nodiscard]] const InterfaceRun& RunOf(std::uint32_t interface) const;
-    // The interface itself, which is one of that run.
-    [[nodiscard]] Interface InterfaceOf(const InterfaceRun& run, std::uint32_t interface) const;
-    // Its number among the interfaces of the block.
-    [[nodiscard]] std::uint32_t NumberInBlock(RecordBlock& block, std::uint32_t interface);
-    [[nodiscard]] bool CountEqualOnes(InterfaceRun& added) const;
-    void AddDescription(RecordBlock& block, const Interface& description);
-    void NoteTraits(const Interface& description);
+    void NoteTraits(const Interface& described);
     // Whether the record counts for the output, else it is left out.
     [[nodiscard]] bool Admit(RecordBlock& block, std::uint32_t linkType);
 
     const bool m_KeepsAllLinkTypes;
     bool m_IsSwapped = false;
 
-    // Of the section.
-    std::vector<InterfaceRun> m_Runs;
-    std::uint32_t m_Interfaces = 0;      // described so far
-    std::uint32_t m_FirstInterface = 0;  // its first one among those of the capture
-
-    // The interfaces that records have named lately, and their numbers in the block at hand; those
-    // that were given out as described lately.
-    struct InBlock {
-        std::uint64_t block = 0;  // 0: nothing
-        std::uint32_t interface = 0;
-        std::uint32_t number = 0;
-    };
-    std::array<InBlock, 16> m_InBlock{};
-    std::uint64_t m_Block = 0;      // blocks and sections so far
-    bool m_HasGrownBeside = false;  // the block, and it was not looked at how far
-    std::array<std::optional<Interface>, 16> m_Described{};
+    PcapNgInterfaces m_Interfaces;
 
     // A block that is stepped over: what is still to come of it before its second length.
     std::uint64_t m_ToSkip = 0;

@@ -60,11 +60,6 @@ std::uint32_t RecordBlock::AddInterface(const Interface& interface) {
     return static_cast<std::uint32_t>(m_Interfaces.size() - 1);
 }
 
-std::size_t RecordBlock::BytesBeside() const {
-    return described.size() * sizeof(DescribedInterfaces) + m_Simple.size() * sizeof(SimplePacket) +
-           m_Interfaces.size() * sizeof(Interface);
-}
-
 void RecordBlock::NoteRecord(std::size_t offset, std::int64_t time) {
     if (m_Chained == 0) {
         m_First = static_cast<std::uint32_t>(offset);

@@ -76,7 +76,10 @@ class RecordBlock {
     std::uint32_t AddInterface(const Interface& interface);
     [[nodiscard]] bool HasInterface() const { return !m_Interfaces.empty(); }
     // Memory that the block takes beside its room, bytes.
-    [[nodiscard]] std::size_t BytesBeside() const;
+    [[nodiscard]] std::size_t BytesBeside() const {
+        return described.size() * sizeof(DescribedInterfaces) +
+               m_Simple.size() * sizeof(SimplePacket) + m_Interfaces.size() * sizeof(Interface);
+    }
 
     // Notes the record whose header begins at `offset`, behind all others. Of a packet block (of
     // pcap-ng) there are 28 bytes before the data, of a classic record 16 or 24: `headerSize`.

@@ -166,7 +166,7 @@ bool ByteStream::BeginMember() {
     while (!isFirst && !Held().empty() && Held().front() == 0) {
         ++m_HeldBegin;
     }
-    const MemberStart start = Held().empty() ? MemberStart::kUnsure : TellMember(Held());
+    const MemberStart start = Held().empty() ? MemberStart::kUnsure : DetectMember(Held());
     if (start == MemberStart::kUnsure ||
         (start == MemberStart::kSkippable && Held().size() < kSkippableHeaderSize)) {
         return false;
@@ -215,7 +215,7 @@ void ByteStream::MeetEnd() {
         Break({Fault::Kind::kReadFailed, MiscUtils::ErrnoText(m_ReadError).text});
         return;
     }
-    if (m_Place == Place::kFileStart && TellMember(Held()) == MemberStart::kSkippable) {
+    if (m_Place == Place::kFileStart && DetectMember(Held()) == MemberStart::kSkippable) {
         m_Compression = Compression::kZstd;
     } else if (m_Place == Place::kFileStart) {
         m_Place = Place::kPlain;

@@ -70,7 +70,7 @@ const char* MemberNameOf(Compression compression) {
     }
 }
 
-MemberStart TellMember(std::span<const std::uint8_t> bytes) {
+MemberStart DetectMember(std::span<const std::uint8_t> bytes) {
     for (const Signature& signature : kSignatures) {
         if (Agree(bytes, signature)) {
             return bytes.size() < signature.lowest.size() ? MemberStart::kUnsure : signature.start;

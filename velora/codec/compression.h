@@ -33,7 +33,7 @@ enum class MemberStart : std::uint8_t {
 };
 
 // Told by the `bytes` from that place on; six are always enough.
-[[nodiscard]] MemberStart TellMember(std::span<const std::uint8_t> bytes);
+[[nodiscard]] MemberStart DetectMember(std::span<const std::uint8_t> bytes);
 
 // Whether `bytes`, fewer than it takes to tell, can become a member that starts so.
 [[nodiscard]] bool CanBecome(std::span<const std::uint8_t> bytes, MemberStart start);

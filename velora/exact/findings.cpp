@@ -15,7 +15,7 @@ void Findings::AddLeftOut(std::size_t input, capture::Problem problem) {
     AddProblem(input, problem);
 }
 
-void Findings::TellOutput(const std::string& text) {
+void Findings::ReportOutput(const std::string& text) {
     m_Report.outputText = text;
     m_Listener.OnOutput(text);
 }
@@ -25,20 +25,20 @@ void Findings::AddOutput(const OutputOutcome& outcome) {
     m_Report.hasReaderLeft = outcome.hasReaderLeft;
     if (outcome.kind == OutputOutcome::Kind::kTaken) {
         m_Report.keptAs = outcome.keptAs;
-        TellOutput(outcome.text + "; the finished capture is " + outcome.keptAs);
+        ReportOutput(outcome.text + "; the finished capture is " + outcome.keptAs);
     } else if (!outcome.text.empty()) {
-        TellOutput(outcome.text);
+        ReportOutput(outcome.text);
     }
 }
 
 void Findings::AddOutputIsInput() {
     m_Facts.isPathRefused = true;
-    TellOutput("it is one of the inputs");
+    ReportOutput("it is one of the inputs");
 }
 
 void Findings::AddNothingToWrite(const std::string& text) {
     m_Facts.hasNothingToWrite = true;
-    TellOutput(text);
+    ReportOutput(text);
 }
 
 void Findings::AddReport(const OutputOutcome& outcome) {

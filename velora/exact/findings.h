@@ -47,7 +47,7 @@ class Findings {
     [[nodiscard]] bool IsToGoOn() const { return IsOutputThere(GetStatus()); }
 
  private:
-    void TellOutput(const std::string& text);
+    void ReportOutput(const std::string& text);
 
     const ExactJob& m_Job;
     RunListener& m_Listener;

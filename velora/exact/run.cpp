@@ -51,7 +51,7 @@ class ExactRun {
     bool OpenOutput();
     void Write();
     void CloseLedger(output::Ledger& ledger);
-    void TellCounts() noexcept;
+    void AddCountProblems() noexcept;
     [[nodiscard]] std::vector<std::string> InterfaceNames() const;
 
     const ExactJob& m_Job;
@@ -120,7 +120,7 @@ void ExactRun::Write() {
     CloseLedger(ledger);
     m_Findings.AddOutput(outcome);
     if (outcome.kind != codec::OutputOutcome::Kind::kCannot) {
-        TellCounts();
+        AddCountProblems();
     }
 }
 
@@ -137,7 +137,7 @@ void ExactRun::CloseLedger(output::Ledger& ledger) {
 
 // What can only be said of an input as a whole. The output is there now: whatever happens here must
 // not say otherwise.
-void ExactRun::TellCounts() noexcept {
+void ExactRun::AddCountProblems() noexcept {
     try {
         for (std::uint32_t source = 0; source < m_Inputs.inputOf.size(); ++source) {
             const std::size_t input = m_Inputs.inputOf[source];

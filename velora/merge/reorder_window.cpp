@@ -50,11 +50,11 @@ RecordSource::Step ReorderWindow::Choose() {
     const bool isNewerFirst = !m_IsAlone && !m_Newer.cursor.AtEnd() &&
                               m_Newer.cursor.Current().time < m_Older.cursor.Current().time;
     m_Run = isNewerFirst ? &m_Newer.cursor : &m_Older.cursor;
-    NotePlace(m_Run->Current().time);
+    CountIfOutOfPlace(m_Run->Current().time);
     return Step::kRecord;
 }
 
-void ReorderWindow::NotePlace(std::int64_t time) {
+void ReorderWindow::CountIfOutOfPlace(std::int64_t time) {
     if (time >= m_Time) {
         m_Time = time;
     } else {

@@ -33,7 +33,7 @@ class ReorderWindow final : public RecordSource {
 
     [[nodiscard]] HeldBlock TakeBlock();
     void TakeNewer();
-    void NotePlace(std::int64_t time);
+    void CountIfOutOfPlace(std::int64_t time);
 
     SourceBlocks m_Blocks;
     bool m_HasBegun = false;

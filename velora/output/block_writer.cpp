@@ -87,11 +87,11 @@ codec::OutputOutcome BlockWriter::Finish() {
     return m_Outcome.IsGood() ? finished : m_Outcome;
 }
 
-void BlockWriter::EndThread(bool isDropping) {
+void BlockWriter::EndThread(bool isDiscarding) {
     {
         const std::lock_guard lock(m_Mutex);
         m_IsEnding = true;
-        m_IsDropping = isDropping;
+        m_IsDiscarding = isDiscarding;
     }
     m_HasChanged.notify_one();
     if (m_Thread.joinable()) {
@@ -103,7 +103,7 @@ void BlockWriter::Run() {
     std::unique_lock lock(m_Mutex);
     for (;;) {
         m_HasChanged.wait(lock, [&] { return m_Written < m_Filled || m_IsEnding; });
-        if (m_IsDropping || m_Written == m_Filled) {
+        if (m_IsDiscarding || m_Written == m_Filled) {
             return;
         }
         const std::size_t at = m_Written % m_Blocks.size();

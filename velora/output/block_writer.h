@@ -41,7 +41,7 @@ class BlockWriter {
     explicit BlockWriter(codec::ByteSink& sink, std::size_t blockSize = kBlockSize,
                          std::size_t blocks = kBlocks);
     // Without Finish: ends the thread when the write that it is in has returned. What it has not
-    // written is dropped, and the sink is not finished.
+    // written is discarded, and the sink is not finished.
     ~BlockWriter();
     BlockWriter(const BlockWriter&) = delete;
     BlockWriter& operator=(const BlockWriter&) = delete;
@@ -51,7 +51,7 @@ class BlockWriter {
     [[nodiscard]] std::uint8_t* Reserve() { return m_Next; }
 
     // Commit and Append are false once a write has failed, which shows when a block is handed over.
-    // The bytes are dropped from then on; Finish tells why.
+    // The bytes are discarded from then on; Finish tells why.
     [[nodiscard]] bool Commit(std::size_t count) {
         m_Next += count;
         return m_Next < m_End || HandOver();
@@ -83,7 +83,7 @@ class BlockWriter {
     bool HandOver();
     bool NextBlock(std::size_t size);
     bool AppendLong(std::span<const std::uint8_t> bytes);
-    void EndThread(bool isDropping);
+    void EndThread(bool isDiscarding);
     void Run();
 
     codec::ByteSink& m_Sink;
@@ -100,7 +100,7 @@ class BlockWriter {
     std::uint64_t m_Filled = 0;   // blocks handed over; the owner fills block m_Filled % count
     std::uint64_t m_Written = 0;  // blocks of these that are done with
     bool m_IsEnding = false;
-    bool m_IsDropping = false;
+    bool m_IsDiscarding = false;
     codec::OutputOutcome m_Outcome;  // of the writes
     std::exception_ptr m_Thrown;     // by a write, which counts as failed
 

@@ -1,0 +1,95 @@
+#include "velora/capture/pcapng_interfaces.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace velora::capture {
+namespace {
+
+// So many runs back it is looked which of several equal interfaces of a section one is.
+constexpr std::size_t kMostRunsBack = 64;
+
+}  // namespace
+
+void PcapNgInterfaces::BeginSection() {
+    m_CountBefore += m_Count;
+    m_Count = 0;
+    m_Runs.clear();
+    m_Block += 1;
+}
+
+Interface PcapNgInterfaces::Add(const InterfaceDescription& description) {
+    Run added{description, static_cast<std::uint16_t>(m_Count), 0};
+    const bool isNewRun = IsNewRun(added);
+    if (isNewRun) {
+        m_Runs.push_back(added);
+    }
+    m_Count += 1;
+    return InterfaceOf(added, added.first);
+}
+
+// Sets the ordinal. False where the interface goes on with the last run.
+bool PcapNgInterfaces::IsNewRun(Run& added) const {
+    std::uint32_t end = m_Count;  // of the run looked at
+    for (std::size_t back = 1; back <= std::min(m_Runs.size(), kMostRunsBack); ++back) {
+        const Run& run = m_Runs[m_Runs.size() - back];
+        if (run.description.hash == added.description.hash) {
+            added.ordinal = static_cast<std::uint16_t>(run.ordinal + end - run.first);
+            return back > 1;
+        }
+        end = run.first;
+    }
+    return true;
+}
+
+const PcapNgInterfaces::Run& PcapNgInterfaces::RunOf(std::uint32_t number) const {
+    if (m_Runs.size() == m_Count) {
+        return m_Runs[number];
+    }
+    return *std::prev(std::ranges::upper_bound(m_Runs, number, {}, &Run::first));
+}
+
+Interface PcapNgInterfaces::InterfaceOf(const Run& run, std::uint32_t number) const {
+    const InterfaceDescription& description = run.description;
+    Interface interface;
+    interface.linkType = description.linkType;
+    interface.snapLen = description.snapLen;
+    interface.number = m_CountBefore + number;
+    if (description.fcsLength != InterfaceDescription::kNoFcsLength) {
+        interface.fcsLength = description.fcsLength;
+    }
+    interface.isFinerThanMicroseconds =
+        TickTime::Of(description.resolution).IsFinerThanMicroseconds();
+    interface.descriptionHash = description.hash;
+    interface.ordinal = run.ordinal + number - run.first;
+    return interface;
+}
+
+std::uint32_t PcapNgInterfaces::NumberInBlock(std::uint32_t number, RecordBlock& block) {
+    InBlock& known = m_InBlock[number % m_InBlock.size()];
+    if (known.block != m_Block || known.number != number) {
+        known = {m_Block, number, block.AddInterface(InterfaceOf(RunOf(number), number))};
+    }
+    return known.inBlock;
+}
+
+void PcapNgInterfaces::GiveOut(const Interface& described, RecordBlock& block) {
+    std::optional<Interface>& lately =
+        m_GivenOut[(described.descriptionHash + described.ordinal) % m_GivenOut.size()];
+    if (lately && lately->IsSameAs(described)) {
+        return;
+    }
+    lately = described;
+    if (!block.described.empty()) {
+        DescribedInterfaces& last = block.described.back();
+        if (last.first.descriptionHash == described.descriptionHash &&
+            last.first.ordinal + last.count == described.ordinal &&
+            last.first.number + last.count == described.number) {
+            last.count += 1;
+            return;
+        }
+    }
+    block.described.push_back({described});
+}
+
+}  // namespace velora::capture
