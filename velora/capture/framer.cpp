@@ -11,10 +11,6 @@ namespace {
 constexpr std::uint32_t kUsualLargest = 262144;
 constexpr std::uint32_t kLargest = 128U << 20U;
 
-// A little is free for small blocks, whose number is small as well.
-constexpr std::size_t kLeastBeside = 1024;
-constexpr std::size_t kShareBeside = 16;  // doubled by the room that vectors grow into
-
 }  // namespace
 
 const char* NameOf(Format format) {
@@ -34,10 +30,6 @@ const char* NameOf(Format format) {
 std::uint32_t Framer::LargestLength(std::uint32_t snapLen, std::uint32_t linkType) {
     const bool isLong = linkType == LinkType::kDbus || linkType == LinkType::kUsbPcap;
     return isLong ? kLargest : std::min(std::max(kUsualLargest, snapLen), kLargest);
-}
-
-bool Framer::IsFullBeside(const RecordBlock& block) {
-    return block.BytesBeside() > std::max(kLeastBeside, block.Bytes().size() / kShareBeside);
 }
 
 std::string Framer::TooLong(std::uint32_t capturedLength, std::uint32_t largest) {

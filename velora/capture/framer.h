@@ -63,7 +63,12 @@ class Framer {
     // What was verified before this block holds for all records before it.
     void BeginBlock(const Bytes& bytes);
     // The block takes more memory beside its room than such a room may come with.
-    [[nodiscard]] static bool IsFullBeside(const RecordBlock& block);
+    [[nodiscard]] static bool IsFullBeside(const RecordBlock& block) {
+        constexpr std::size_t kLeast = 1024;  // small blocks are few, or it would be too little
+        constexpr std::size_t kShare = 16;    // doubled by the room that vectors grow into
+        const std::size_t beside = block.BytesBeside();
+        return beside > kLeast && beside > block.Bytes().size() / kShare;
+    }
     // A whole record that ends in front of `end`, a position among `bytes`.
     void CountRecord(RecordBlock& block, const Bytes& bytes, std::size_t end, std::int64_t time);
 

@@ -245,7 +245,7 @@ std::string PcapNgFramer::ReadPacket(const BlockAt& at, RecordBlock& block, cons
     const InterfaceDescription& from = m_Interfaces.At(number);
     const std::uint64_t ticks = (std::uint64_t{Get<std::uint32_t>(at.start + 12)} << 32U) |
                                 Get<std::uint32_t>(at.start + 16);
-    const std::int64_t time = from.TimeOf(ticks);
+    const std::int64_t time = m_Interfaces.TimeOf(from, ticks);
     const auto captured = Get<std::uint32_t>(at.start + 20);
     const auto original = Get<std::uint32_t>(at.start + 24);
     block.hasExtras =

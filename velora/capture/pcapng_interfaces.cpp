@@ -42,10 +42,7 @@ bool PcapNgInterfaces::IsNewRun(Run& added) const {
     return true;
 }
 
-const PcapNgInterfaces::Run& PcapNgInterfaces::RunOf(std::uint32_t number) const {
-    if (m_Runs.size() == m_Count) {
-        return m_Runs[number];
-    }
+const PcapNgInterfaces::Run& PcapNgInterfaces::FindRun(std::uint32_t number) const {
     return *std::prev(std::ranges::upper_bound(m_Runs, number, {}, &Run::first));
 }
 
@@ -58,19 +55,16 @@ Interface PcapNgInterfaces::InterfaceOf(const Run& run, std::uint32_t number) co
     if (description.fcsLength != InterfaceDescription::kNoFcsLength) {
         interface.fcsLength = description.fcsLength;
     }
-    interface.isFinerThanMicroseconds =
-        TickTime::Of(description.resolution).IsFinerThanMicroseconds();
+    interface.isFinerThanMicroseconds = TickTime(description.resolution).IsFinerThanMicroseconds();
     interface.descriptionHash = description.hash;
     interface.ordinal = run.ordinal + number - run.first;
     return interface;
 }
 
-std::uint32_t PcapNgInterfaces::NumberInBlock(std::uint32_t number, RecordBlock& block) {
-    InBlock& known = m_InBlock[number % m_InBlock.size()];
-    if (known.block != m_Block || known.number != number) {
-        known = {m_Block, number, block.AddInterface(InterfaceOf(RunOf(number), number))};
-    }
-    return known.inBlock;
+std::uint32_t PcapNgInterfaces::AddToBlock(std::uint32_t number, RecordBlock& block) {
+    const std::uint32_t inBlock = block.AddInterface(InterfaceOf(RunOf(number), number));
+    m_InBlock[number % kNamedLately] = {m_Block, number, inBlock};
+    return inBlock;
 }
 
 void PcapNgInterfaces::GiveOut(const Interface& described, RecordBlock& block) {

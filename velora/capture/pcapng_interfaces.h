@@ -27,11 +27,6 @@ struct InterfaceDescription {
     std::uint16_t linkType = 0;             // raw IP is always 101
     std::uint8_t resolution = 0;            // the byte of if_tsresol
     std::uint8_t fcsLength = kNoFcsLength;  // bits
-
-    // Nanoseconds since 1970.
-    [[nodiscard]] std::int64_t TimeOf(std::uint64_t ticks) const {
-        return TickTime::Of(resolution).Nanoseconds(ticks, timeOffset);
-    }
 };
 
 class PcapNgInterfaces {
@@ -54,10 +49,22 @@ class PcapNgInterfaces {
     [[nodiscard]] const InterfaceDescription& At(std::uint32_t number) const {
         return RunOf(number).description;
     }
+    // Nanoseconds since 1970 of a packet of that interface.
+    [[nodiscard]] std::int64_t TimeOf(const InterfaceDescription& from, std::uint64_t ticks) {
+        if (from.resolution != m_Resolution) [[unlikely]] {
+            m_Resolution = from.resolution;
+            m_TickTime = TickTime(from.resolution);
+        }
+        return m_TickTime.Nanoseconds(ticks, from.timeOffset);
+    }
 
     // The number that it has among the interfaces of the block's records, which it is added to
     // where it is not known to be among them.
-    [[nodiscard]] std::uint32_t NumberInBlock(std::uint32_t number, RecordBlock& block);
+    [[nodiscard]] std::uint32_t NumberInBlock(std::uint32_t number, RecordBlock& block) {
+        const InBlock& known = m_InBlock[number % kNamedLately];
+        return known.block == m_Block && known.number == number ? known.inBlock
+                                                                : AddToBlock(number, block);
+    }
 
     // Lets the block give an interface out as described. Sections often describe what the one
     // before has described: that is told once. (Where there are many, now and then again.)
@@ -70,7 +77,11 @@ class PcapNgInterfaces {
         std::uint16_t ordinal = 0;  // of that one
     };
 
-    [[nodiscard]] const Run& RunOf(std::uint32_t number) const;
+    [[nodiscard]] const Run& RunOf(std::uint32_t number) const {
+        return m_Runs.size() == m_Count ? m_Runs[number] : FindRun(number);
+    }
+    [[nodiscard]] const Run& FindRun(std::uint32_t number) const;
+    [[nodiscard]] std::uint32_t AddToBlock(std::uint32_t number, RecordBlock& block);
     [[nodiscard]] Interface InterfaceOf(const Run& run, std::uint32_t number) const;
     [[nodiscard]] bool IsNewRun(Run& added) const;
 
@@ -84,10 +95,14 @@ class PcapNgInterfaces {
         std::uint32_t number = 0;
         std::uint32_t inBlock = 0;
     };
-    std::array<InBlock, 16> m_InBlock{};
+    static constexpr std::size_t kNamedLately = 16;
+    std::array<InBlock, kNamedLately> m_InBlock{};
     std::uint64_t m_Block = 0;  // blocks and sections so far
 
     std::array<std::optional<Interface>, 16> m_GivenOut{};  // lately
+
+    std::uint8_t m_Resolution = 0;  // of the packet looked at last
+    TickTime m_TickTime{0};
 };
 
 }  // namespace velora::capture

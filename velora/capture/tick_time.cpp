@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <vector>
 
 #include "velora/utils/int128.h"
 #include "velora/utils/nanoseconds.h"
@@ -42,20 +41,10 @@ TickTime::TickTime(std::uint8_t resolution) {
     } else {
         m_Multiplier = 0;  // less than a nanosecond, however many ticks
     }
+    m_IsMultiple = m_Divisor == 1 && m_Shift == 0;
 }
 
-const TickTime& TickTime::Of(std::uint8_t resolution) {
-    static const std::vector<TickTime> all = [] {
-        std::vector<TickTime> times;
-        for (unsigned byte = 0; byte <= 0xFF; ++byte) {
-            times.emplace_back(static_cast<std::uint8_t>(byte));
-        }
-        return times;
-    }();
-    return all[resolution];
-}
-
-std::int64_t TickTime::Nanoseconds(std::uint64_t ticks, std::int64_t offset) const {
+std::int64_t TickTime::WideNanoseconds(std::uint64_t ticks, std::int64_t offset) const {
     Wide time = static_cast<Wide>(ticks) * static_cast<Wide>(m_Multiplier);
     time = m_Divisor == 1 ? time : time / static_cast<Wide>(m_Divisor);
     time >>= m_Shift;

@@ -1,9 +1,9 @@
 // The squish: plays captures of different times as if they had been taken side by side.
 //
 // Each source is moved to start with the first record of the first source that has one, and keeps
-// its own spacing from there; where its times step back its records wait (velora/utils/shift_rule.h). The
-// moved sources are interleaved to the nanosecond, ties to the source named first; each keeps its
-// own order.
+// its own spacing from there; where its times step back its records wait
+// (velora/utils/shift_rule.h). The moved sources are interleaved to the nanosecond, ties to the
+// source named first; each keeps its own order.
 
 #pragma once
 

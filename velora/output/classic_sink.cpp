@@ -21,15 +21,4 @@ ClassicSink::ClassicSink(BlockWriter& writer, const OutputForm& form, Ledger& le
         m_Writer.Append(m_Encoder.EncodeFileHeader(form.snapLen, form.linkType | form.fcsBits)));
 }
 
-bool ClassicSink::Put(const Item& item, std::span<const std::uint8_t> kept) {
-    TimeChange change = m_Encoder.EncodeHeader(m_Writer.Reserve(), item.time,
-                                               static_cast<std::uint32_t>(kept.size()),
-                                               item.record->originalLength);
-    if (change == TimeChange::kFinerThanUnit && m_CutsFinerTimes) {
-        change = TimeChange::kAsIs;
-    }
-    m_Ledger.CountWritten(item, change);
-    return m_Writer.Commit(RecordEncoder::kHeaderSize) && m_Writer.Append(kept);
-}
-
 }  // namespace velora::output

@@ -16,7 +16,16 @@ class ClassicSink final : public RecordSink {
     // Writes the file header. What is borrowed outlives the sink.
     ClassicSink(BlockWriter& writer, const OutputForm& form, Ledger& ledger);
 
-    [[nodiscard]] bool Put(const Item& item, std::span<const std::uint8_t> kept) override;
+    [[nodiscard]] bool Put(const Item& item, std::span<const std::uint8_t> kept) override {
+        TimeChange change = m_Encoder.EncodeHeader(m_Writer.Reserve(), item.time,
+                                                   static_cast<std::uint32_t>(kept.size()),
+                                                   item.record->originalLength);
+        if (change == TimeChange::kFinerThanUnit && m_CutsFinerTimes) {
+            change = TimeChange::kAsIs;
+        }
+        m_Ledger.CountWritten(item, change);
+        return m_Writer.Commit(RecordEncoder::kHeaderSize) && m_Writer.Append(kept);
+    }
     // A classic capture has no place for what a source carries besides.
     [[nodiscard]] bool Put(const CarriedBlock& /*carried*/) override { return true; }
     [[nodiscard]] codec::OutputOutcome Finish() override { return m_Writer.Finish(); }

@@ -1,5 +1,5 @@
-// PcapNgSink: writes records as a pcap-ng capture (velora/output/pcapng_encoder.h), which holds any number
-// of link types.
+// PcapNgSink: writes records as a pcap-ng capture (velora/output/pcapng_encoder.h), which holds any
+// number of link types.
 //
 // Each interface of each source is an interface of the output. It is described when its source
 // describes it, whether or not a packet comes of it, or else before its first packet. A section

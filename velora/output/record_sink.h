@@ -19,14 +19,14 @@ namespace velora::output {
 // A chosen record. Borrowed: it lives as long as the call that it is given to.
 struct Item {
     const capture::Record* record = nullptr;  // as it was captured
-    std::uint32_t source = 0;  // counts the sources of the run
-    std::int64_t time = 0;     // as it is to be written, nanoseconds since 1970
-    bool isCopy = false;       // made of a record that was written; counted apart
+    std::uint32_t source = 0;                 // counts the sources of the run
+    std::int64_t time = 0;                    // as it is to be written, nanoseconds since 1970
+    bool isCopy = false;                      // made of a record that was written; counted apart
 };
 
 // What a source has among its records that is no record.
 struct CarriedBlock {
-    std::uint32_t source = 0;  // counts the sources of the run
+    std::uint32_t source = 0;                                  // counts the sources of the run
     std::span<const capture::DescribedInterfaces> interfaces;  // that it describes here
 };
 
