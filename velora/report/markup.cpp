@@ -42,26 +42,26 @@ void Markup::AddAttributes(Attributes attributes) {
     }
 }
 
-void Markup::Begin(Literal name, Attributes attributes) {
+void Markup::Begin(const Literal& name, Attributes attributes) {
     m_Text += '<';
     m_Text += name.Text();
     AddAttributes(attributes);
     m_Text += '>';
 }
 
-void Markup::End(Literal name) {
+void Markup::End(const Literal& name) {
     m_Text += "</";
     m_Text += name.Text();
     m_Text += '>';
 }
 
-void Markup::Add(Literal name, Attributes attributes, std::string_view text) {
+void Markup::Add(const Literal& name, Attributes attributes, std::string_view text) {
     Begin(name, attributes);
     AddText(text);
     End(name);
 }
 
-void Markup::AddEmpty(Literal name, Attributes attributes) {
+void Markup::AddEmpty(const Literal& name, Attributes attributes) {
     m_Text += '<';
     m_Text += name.Text();
     AddAttributes(attributes);

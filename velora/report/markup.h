@@ -57,24 +57,24 @@ class Markup {
     using Attributes = std::initializer_list<Attribute>;
 
     // An element that holds a text.
-    void Add(Literal name, Attributes attributes, std::string_view text);
-    void Add(Literal name, std::string_view text) { Add(name, {}, text); }
+    void Add(const Literal& name, Attributes attributes, std::string_view text);
+    void Add(const Literal& name, std::string_view text) { Add(name, {}, text); }
 
     // An element that holds what `content` adds; a line ends behind it, for readers of the source.
     template <std::invocable Content>
-    void Add(Literal name, Attributes attributes, const Content& content) {
+    void Add(const Literal& name, Attributes attributes, const Content& content) {
         Begin(name, attributes);
         content();
         End(name);
         m_Text += '\n';
     }
     template <std::invocable Content>
-    void Add(Literal name, const Content& content) {
+    void Add(const Literal& name, const Content& content) {
         Add(name, {}, content);
     }
 
     // An element that holds nothing.
-    void AddEmpty(Literal name, Attributes attributes = {});
+    void AddEmpty(const Literal& name, Attributes attributes = {});
 
     // A link to the element of this page that has the id.
     void AddLink(std::string_view id, Attributes attributes, std::string_view text);
@@ -82,15 +82,15 @@ class Markup {
     void AddText(std::string_view text);
 
     // Markup as it stands in the source.
-    void AddLiteral(Literal markup) { m_Text += markup.Text(); }
+    void AddLiteral(const Literal& markup) { m_Text += markup.Text(); }
 
     // What was added; the writer is empty then.
     [[nodiscard]] std::string Take();
 
  private:
     void AddAttributes(Attributes attributes);
-    void Begin(Literal name, Attributes attributes);
-    void End(Literal name);
+    void Begin(const Literal& name, Attributes attributes);
+    void End(const Literal& name);
 
     std::string m_Text;
 };

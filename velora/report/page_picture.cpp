@@ -84,7 +84,7 @@ void AddLegend(Markup& html, const TimeBars& bars, const Drawn& drawn) {
     });
 }
 
-void AddFigure(Markup& html, const TimeBars& bars, Literal caption) {
+void AddFigure(Markup& html, const TimeBars& bars, const Literal& caption) {
     const std::vector<TimeAxis::Tick> ticks = bars.Axis().Ticks(kMostTicks);
     html.Add("figure", [&] {
         html.Add("figcaption", caption.Text());
@@ -106,7 +106,7 @@ void AddPicture(Markup& html, const exact::RunSetting& setting, const exact::Run
     if (!HasRecords(report)) {
         return;
     }
-    const auto addFigure = [&](TimeBars::Times times, Literal caption) {
+    const auto addFigure = [&](TimeBars::Times times, const Literal& caption) {
         AddFigure(html, TimeBars(setting, report, times), caption);
     };
     constexpr Literal kMoved = "After: as written, moved to a common start";

@@ -61,7 +61,7 @@ Verdict VerdictOf(const exact::RunSetting& setting, const exact::RunReport& repo
             std::string(text)};
 }
 
-void AddFact(Markup& html, Literal name, const std::string& value, const std::string& more) {
+void AddFact(Markup& html, const Literal& name, const std::string& value, const std::string& more) {
     html.Add("div", [&] {
         html.Add("dt", name.Text());
         html.Add("dd", value);

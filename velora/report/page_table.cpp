@@ -83,12 +83,13 @@ class Table {
     }
 
     // Each cell bears its column's name, for narrow screens.
-    void AddCell(Literal label, const std::string& text) {
+    void AddCell(const Literal& label, const std::string& text) {
         m_Html.Add("td", {{"data-label", std::string(label.Text())}}, text);
     }
 
     // With smaller lines below.
-    void AddCell(Literal label, const std::string& text, const std::invocable auto& addLines) {
+    void AddCell(const Literal& label, const std::string& text,
+                 const std::invocable auto& addLines) {
         m_Html.Add("td", {{"data-label", std::string(label.Text())}}, [&] {
             m_Html.Add("span", [&] {
                 m_Html.AddText(text);
@@ -103,7 +104,7 @@ class Table {
         }
     }
 
-    void AddName(Literal label, const std::string& name, const std::string& what) {
+    void AddName(const Literal& label, const std::string& name, const std::string& what) {
         m_Html.Add("td", {{"data-label", std::string(label.Text())}}, [&] {
             m_Html.Add("b", name);
             m_Html.Add("small", what);

@@ -35,7 +35,7 @@ void AddHead(Markup& html, const std::string& name) {
 }
 
 void AddRun(Markup& html, const exact::RunSetting& setting, const exact::RunReport& report) {
-    const auto add = [&html](Literal name, const std::string& text) {
+    const auto add = [&html](const Literal& name, const std::string& text) {
         html.Add("dt", name.Text());
         html.Add("dd", text);
     };
