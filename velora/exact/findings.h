@@ -8,7 +8,6 @@
 
 #include "velora/capture/problem.h"
 #include "velora/codec/byte_sink.h"
-#include "velora/exact/job.h"
 #include "velora/exact/run.h"
 #include "velora/exact/run_report.h"
 #include "velora/exact/status.h"
@@ -18,8 +17,7 @@ namespace velora::exact {
 class Findings {
  public:
     // `report` has room for every input of the job. What is borrowed outlives the object.
-    Findings(const ExactJob& job, RunListener& listener, RunReport& report)
-        : m_Job(job), m_Listener(listener), m_Report(report) {}
+    Findings(RunListener& listener, RunReport& report) : m_Listener(listener), m_Report(report) {}
 
     // What is wrong with an input of the job, or a note.
     void AddProblem(std::size_t input, const capture::Problem& problem);
@@ -49,7 +47,6 @@ class Findings {
  private:
     void ReportOutput(const std::string& text);
 
-    const ExactJob& m_Job;
     RunListener& m_Listener;
     RunReport& m_Report;
     RunFacts m_Facts;

@@ -29,7 +29,7 @@ class ExactRun {
         : m_Job(job),
           m_Progress(progress),
           m_ReportFile(reportFile),
-          m_Findings(job, listener, m_Report) {
+          m_Findings(listener, m_Report) {
         m_Report.inputs.resize(job.inputs.size());
     }
 
