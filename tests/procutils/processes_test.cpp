@@ -97,8 +97,7 @@ TEST(OutputCollectorTest, NamesTheFault) {
     const UniqueFd null(open("/dev/null", O_RDONLY));
     const auto errorsOf = [](int outputFd, int errorFd) {
         OutputCollector collector(outputFd, errorFd);
-        EXPECT_FALSE(collector.Pass());
-        return collector.Errors();
+        return collector.Pass() ? "no error" : collector.Errors();
     };
     const int closed = static_cast<int>(DescriptorsAllowing(0));
     EXPECT_EQ(errorsOf(directory.Get(), null.Get()), "Error reading from stdout pipe: Is a directory");
@@ -165,15 +164,11 @@ TEST(ProcessSearchTest, GivesTheFirstOfTheProcessesFound) {
     const std::string others = "'[s]leep " + argument + "'";  // does not match itself
     std::vector<int> found;
     const auto collect = [&found](int id) { found.push_back(id); };
-    EXPECT_TRUE(Pgrep(others, collect));
-    EXPECT_FALSE(IsProcRunning(others));
+    EXPECT_TRUE(Pgrep(others, collect) && !IsProcRunning(others));
     EXPECT_TRUE(IsProcRunning(argument)) << "the shell's own command line matches";
-
-    const Sleeper one(argument);
-    const Sleeper two(argument);
-    EXPECT_TRUE(Pgrep(others, collect));
+    const Sleeper one(argument), two(argument);
+    EXPECT_TRUE(Pgrep(others, collect) && IsProcRunning(others));
     EXPECT_EQ(found, std::vector{std::min(one.id, two.id)});
-    EXPECT_TRUE(IsProcRunning(others));
 }
 
 TEST(PidFileTest, AnswersForEveryContent) {

