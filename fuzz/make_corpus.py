@@ -150,6 +150,8 @@ write("byte_search", {
     "edits_of_less_than_the_pattern": bytes([3, 1, 0, 0, 0, 0]) + b".gzx" + b"gz",
     "edits_behind_the_end": bytes([3, 1, 0, 0, 0, 0]) + b".gzx" + b"a.gzx",
     "across_blocks": bytes([4, 1]) + struct.pack("<HH", 4094, 5000) + b"needN" + b"neneedle",
+    "across_blocks_but_for_the_last_byte": bytes([4, 0]) + struct.pack("<HH", 8186, 9000) + b"need" + b"needle",
+    "across_blocks_from_the_first_byte": bytes([4, 0]) + struct.pack("<HH", 8190, 9000) + b"need" + b"needle",
     "one_byte_of_the_next_block": bytes([1, 0]) + struct.pack("<HH", 4097, 6145) + b"x" + b"." * 4200,
     "a_byte": bytes([1, 0]) + struct.pack("<HH", 4, 3) + b"x" + b"y",
     "beyond_the_end": bytes([1, 0]) + struct.pack("<HH", 2, 12000) + b"x" + b"y" * 4095,
