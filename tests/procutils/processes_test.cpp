@@ -63,7 +63,7 @@ TEST(RunPopenTest, GivesTheStatusOfTheShellAndWhatItPrinted) {
 TEST(RunExeTest, GivesTheExitStatusAndTheErrorsOrElseTheOutput) {
     EXPECT_EQ(TextAfter(RunExe, "  printf  %s.  a b ", 0), "a.b.");
     EXPECT_EQ(TextAfter(RunExe, "sh -c printf\toops>&2;printf\tout;exit\t3", 3), "oops");
-    EXPECT_EQ(TextAfter(RunExe, "sh -c printf\toops>&2;printf\tout", 0), "out");
+    EXPECT_EQ(TextAfter(RunExe, "sh -c printf\tout;printf\toops>&2", 0), "out");
     EXPECT_EQ(TextAfter(RunExe, "sh -c printf\toops>&2;kill\t-KILL\t$$", -1), "oops");
     EXPECT_EQ(TextAfter(RunExe, "no-such-program.velora", 255) + TextAfter(RunExe, " ", 255), "");
     EXPECT_EQ(TextAfter(RunExe, "sh -c for\ti\tin\t1\t2;do\tkill\t-ALRM\t$PPID;sleep\t.1;done", -1), "old");
