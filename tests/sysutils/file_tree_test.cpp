@@ -153,7 +153,7 @@ TEST(FileTreeTest, MakesDirectories) {
     EXPECT_TRUE(MakeDirs("b/c//d/") && MakeDirs(scratch / "e/f"));
     EXPECT_FALSE(MakeDirs("g/h") || MakeDirs(""));
     EXPECT_EQ(Planted(), Words("a/ b/ b/c/ b/c/d/ e/ e/f/ g=1"));
-    for (int round = 0; round < 50; ++round) {
+    for (int round = 0; round < 150; ++round) {
         const auto make = [path = "h" + std::to_string(round) + "/i/j"] { return MakeDirs(path); };
         auto other = std::async(std::launch::async, make);
         EXPECT_TRUE(make() & other.get()) << "what one thread makes, the other finds made";
