@@ -47,6 +47,9 @@ void CheckEdits(const std::string& text, std::string_view pattern, std::string_v
     EraseAll(edited, pattern);
     Check(edited == Erased(text, pattern), "occurrences are erased until there is none");
     Check(EndsWith(text + std::string(pattern), pattern), "a text ends with what was added");
+    const bool isAtEnd = text.size() >= pattern.size() &&
+                         text.compare(text.size() - pattern.size(), pattern.size(), pattern) == 0;
+    Check(EndsWith(text, pattern) == isAtEnd, "and otherwise where it stands last");
 }
 
 void CheckStreams(const std::string& content, std::string_view needle, std::size_t from,

@@ -88,6 +88,8 @@ void CheckTexts(const char* from, const char* to) {
     TimeVal32 unused = before;
     Check(ParseCTime(unused, from) ? unused.usec == 0 : unused == before,
           "a refused text leaves the time alone");
+    unused = before;
+    Check(ParseDateTime(unused, from) ? unused.usec == 0 : unused == before, "so does this one");
     TimeRange expected{before, before};
     const bool areTimes = ParseDateTime(expected.from, from) && ParseDateTime(expected.to, to);
     TimeRange range{before, before};
@@ -107,6 +109,12 @@ void CheckTexts(const char* from, const char* to) {
         Check(range.from.sec == 0 || range.to.sec == 0 || range.to.sec < range.from.sec,
               "only other numbers are refused");
     }
+    const auto secondsOf = [](const char* text) {
+        return static_cast<std::int32_t>(std::strtol(text, nullptr, 10));
+    };
+    Check(range.from.sec == secondsOf(from), "the seconds are those of the text");
+    Check(range.to.sec == secondsOf(to) || (range.from.sec == 0 && range.to.sec == before.sec),
+          "unless the first is none");
     Check(range.from.usec == before.usec && range.to.usec == before.usec,
           "microseconds stay as they were");
     CheckDuration(range);

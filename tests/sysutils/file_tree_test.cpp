@@ -1,6 +1,5 @@
 #include "velora/utils/file_tree.h"
 
-#include <algorithm>
 #include <future>
 #include <map>
 
@@ -11,6 +10,7 @@
 #include "tests/support/file_trees.h"
 #include "tests/support/limits.h"
 #include "velora/procutils/scoped_cwd.h"
+#include "velora/procutils/str_tokenizer.h"
 #include "velora/utils/scope_guards.h"
 #include "velora/utils/text_edit.h"
 
@@ -18,7 +18,7 @@ namespace MiscUtils {
 namespace {
 
 namespace fs = std::filesystem;
-using velora::utils::proc::ScopedCWD;
+using velora::utils::proc::ScopedCWD, velora::utils::proc::StrTokenizer;
 
 // What Plant would make the working directory from; links to directories are entered.
 Tree Planted() {
@@ -34,80 +34,66 @@ Tree Planted() {
     return words;
 }
 
-// Columns: what the row is about and the call, the tree before it and after it, the announced files, the error. "@" is
-// the canonical path of the working directory; far/ lies on another file system.
+// Columns: what the row is about, the call, its source and target, the tree before and after it, the announced files,
+// the error. "@" is the canonical path of the working directory; far/ lies on another file system.
 constexpr const char* kCalls = R"(
-file onto file: Move s t|s=1 t=234|t=1||no error
-link to a file: Move s t|f=1 s>f|f=1 t>f||no error
-pipe: Move s t|s!|s!||no error
-file far away: Move s far/t|s=1|s=1||rename() failed for s=s t= far/t err=18 c=Invalid cross-device link
-tree: Move s t|s/ s/a=1 s/d/ s/d/b=2 s/d/e/|t/ t/a=1 t/d/ t/d/b=2 t/d/e/|@/t/a @/t/d/b|no error
-tree onto file: Move s t|s/ t=1|s/ t=1||Unable to mkdir or check dest dir @/t errno = 17=File exists
-pipe below: Move s t|s/ s/a=1 s/p!|s/ s/p! t/ t/a=1|@/t/a|MoveDir: Unable to rmdir() s errno = 39=Directory not empty
-into itself: Move s s/t|s/ s/a=1|s/ s/a=1 s/t/||Unable to mkdir or check dest dir @/s/t errno = 22=Invalid argument
-merge: MoveDir s t|s/ s/d/ s/d/b=2 t/ t/d/ t/d/b=0 t/d/c=3|t/ t/d/ t/d/b=2 t/d/c=3|@/t/d/b|no error
-no target: MoveDir s t|s/|s/||realpath() cannot convert to canonical: t errno = 2=No such file or directory
-no place: CopyFile s n/t|s=1|s=1||CopyFile failed for =s t= n/t err=2 c=No such file or directory
-link in a tree: CopyFile s t|f=1 s/ s/d/ s/d/b>../../f|f=1 s/ s/d/ s/d/b>../../f t/ t/d/ t/d/b=1|@/t/d/b|no error
-no source: CopyDir s t||||Unable to open source dir s errno = 2=No such file or directory
-onto itself: CopyDir s s|s/ s/a=1|s/ s/a=1||Unable to mkdir or check dest dir @/s errno = 22=Invalid argument
-a name that starts alike: CopyDir s st|s/ s/.a=1|s/ s/.a=1 st/ st/.a=1|@/st/.a|no error
-link to a file: Delete s|f=1 s>f|f=1||no error
-tree: Delete s|k=2 s/ s/a=1 s/d/ s/d/b=1|k=2||no error
-link to a directory: Delete s|d/ d/a=1 s>d|d/ s>d||DeleteDir: Unable to rmdir() s errno = 20=Not a directory
-refused: Delete /proc/self/status||||unlink() failed for s=/proc/self/status err=1 c=Operation not permitted
-no directory: DeleteDir s||||Unable to open source dir s errno = 2=No such file or directory
-no source: MoveOrCopy s t||||no error
-no place: MoveOrCopy s n/t|s=1|s=1||std::exception
-file far away: MoveOrCopy s far/t|s=1|far/t=1||no error
-tree far away: MoveOrCopy s far/t|s/ s/a=1 s/d/ s/d/b=2|far/t/ far/t/a=1 far/t/d/ far/t/d/b=2|far/t/a far/t/d/b|no error
-onto a far directory: MoveOrCopy s far/t|s=1 far/t/|s=1 far/t/||std::exception
+file onto file|Move|s|t|s=1 t=234|t=1||no error
+link to a file|Move|s|t|f=1 s>f|f=1 t>f||no error
+file far away|Move|s|far/t|s=1|s=1||rename() failed for s=s t= far/t err=18 c=Invalid cross-device link
+tree|Move|s|t|s/ s/a=1 s/d/ s/d/b=2 s/d/e/|t/ t/a=1 t/d/ t/d/b=2 t/d/e/|@/t/a @/t/d/b|no error
+tree onto file|Move|s|t|s/ t=1|s/ t=1||Unable to mkdir or check dest dir @/t errno = 17=File exists
+pipe below|Move|s|t|s/ s/a=1 s/p!|s/ s/p! t/ t/a=1|@/t/a|MoveDir: Unable to rmdir() s errno = 39=Directory not empty
+into itself|Move|s|s/t|s/ s/a=1|s/ s/a=1 s/t/||Unable to mkdir or check dest dir @/s/t errno = 22=Invalid argument
+merge|MoveDir|s|t|s/ s/d/ s/d/b=2 t/ t/d/ t/d/b=0 t/d/c=3|t/ t/d/ t/d/b=2 t/d/c=3|@/t/d/b|no error
+no target|MoveDir|s|t|s/|s/||realpath() cannot convert to canonical: t errno = 2=No such file or directory
+no place|CopyFile|s|n/t|s=1|s=1||CopyFile failed for =s t= n/t err=2 c=No such file or directory
+link in a tree|CopyFile|s|t|f=1 s/ s/d/ s/d/b>../../f|f=1 s/ s/d/ s/d/b>../../f t/ t/d/ t/d/b=1|@/t/d/b|no error
+no source|CopyDir|s|t||||Unable to open source dir s errno = 2=No such file or directory
+a name that starts alike|CopyDir|s|st|s/ s/.a=1|s/ s/.a=1 st/ st/.a=1|@/st/.a|no error
+link to a file|Delete|s||f=1 s>f|f=1||no error
+tree|Delete|s||k=2 s/ s/a=1 s/d/ s/d/b=1|k=2||no error
+link to a directory|Delete|s||d/ d/a=1 s>d|d/ s>d||DeleteDir: Unable to rmdir() s errno = 20=Not a directory
+refused|Delete|/proc/self/status|||||unlink() failed for s=/proc/self/status err=1 c=Operation not permitted
+no place|MoveOrCopy|s|n/t|s=1|s=1||std::exception
+file far away|MoveOrCopy|s|far/t|s=1|far/t=1||no error
+tree far away|MoveOrCopy|s|far/t|s/ s/a=1 s/d/ s/d/b=2|far/t/ far/t/a=1 far/t/d/ far/t/d/b=2|far/t/a far/t/d/b|no error
+onto a far directory|MoveOrCopy|s|far/t|s=1 far/t/|s=1 far/t/||std::exception
 )";
 
 TEST(FileTreeTest, MovesCopiesAndDeletes) {
-    using Call = std::function<void(const std::string&, const std::string&, const FileCallback&)>;
-    const std::map<std::string, Call> calls = {
-        {"Move", Move},
-        {"MoveDir", MoveDir},
-        {"CopyFile", CopyFile},
-        {"CopyDir", CopyDir},
-        {"Delete", [](auto& path, auto&, auto&) { Delete(path); }},
-        {"DeleteDir", [](auto& path, auto&, auto&) { DeleteDir(path); }},
-        {"MoveOrCopy", [](auto& s, auto& t, auto& callback) { MoveOrCopy(s, t, callback); }}};
-    const std::string farPlace = AnotherFileSystem();
+    enum Column : std::uint8_t { kAbout, kCall, kSource, kTarget, kBefore, kAfter, kFiles, kError };
+    const std::map<std::string, std::function<void(const std::string&, const std::string&, const FileCallback&)>>
+        calls = {
+            {"Move", Move},
+            {"MoveDir", MoveDir},
+            {"CopyFile", CopyFile},
+            {"CopyDir", CopyDir},
+            {"Delete", [](auto& path, auto&, auto&) { Delete(path); }},
+            {"MoveOrCopy", [](auto& source, auto& target, auto& callback) { MoveOrCopy(source, target, callback); }}};
+    if (AnotherFileSystem().empty()) {
+        GTEST_SKIP() << "no second file system at /dev/shm to move to";
+    }
     std::istringstream lines(kCalls);
     for (std::string line; std::getline(lines >> std::ws, line);) {
         SCOPED_TRACE(line);
-        if (farPlace.empty() && line.find("far/") != std::string::npos) {
-            continue;
-        }
-        std::string call, before, after, files, error, operation, source, target;
-        std::istringstream rest(line.substr(line.find(": ") + 2));
-        for (std::string* cell : {&call, &before, &after, &files, &error}) {
-            std::getline(rest, *cell, '|');
-        }
-        std::istringstream(call) >> operation >> source >> target;
+        const StrTokenizer row(line.c_str(), '|');
         const ScratchDir scratch;
-        const TempDir far(farPlace.empty() ? fs::temp_directory_path() : fs::path(farPlace));
+        const TempDir far(AnotherFileSystem());
         const ScopedCWD inside(scratch.Path());
         Plant(scratch, "far>" + far.Path());  // first: what is planted may lie in it
-        Plant(scratch, before);
-        const std::string here = fs::canonical(".");
-        Tree announced;
-        const auto record = [&](std::string path) {
-            ReplaceAll(path, far.Path(), "far");
-            ReplaceAll(path, here, "@");
-            announced.insert(path);
+        Plant(scratch, row.Token(kBefore));
+        const auto shown = [&, here = fs::canonical(".").string()](std::string text) {
+            ReplaceAll(text, far.Path(), "far");
+            ReplaceAll(text, here, "@");
+            return text;
         };
-        const auto run = [&] { calls.at(operation)(source, target, record); };
-        std::string given = operation == "MoveOrCopy" ? ErrorOf<std::exception>(run) : ErrorOf<std::domain_error>(run);
-        ReplaceAll(given, here, "@");
-        EXPECT_EQ(given, error);
-        EXPECT_EQ(Planted(), Words(after + " far>" + far.Path()));
-        EXPECT_EQ(announced, Words(files));
-    }
-    if (farPlace.empty()) {
-        GTEST_SKIP() << "no second file system at /dev/shm: the moves to one are left out";
+        Tree announced;
+        const auto record = [&](const std::string& path) { announced.insert(shown(path)); };
+        const auto& call = calls.at(row.Token(kCall));
+        EXPECT_EQ(shown(ErrorOf<std::exception>(call, row.Token(kSource), row.Token(kTarget), record)),
+                  row.Token(kError));
+        EXPECT_EQ(Planted(), Words(row.Token(kAfter) + (" far>" + far.Path())));
+        EXPECT_EQ(announced, Words(row.Token(kFiles)));
     }
 }
 
@@ -122,11 +108,10 @@ TEST(FileTreeTest, MoveOrCopyKeepsWhatItCannotCopyWhole) {
     EXPECT_THROW(MoveOrCopy(scratch / "dir/f", far / "to-f"), std::exception);
     EXPECT_THROW(MoveOrCopy(scratch / "dir", far / "dir"), std::exception);
     EXPECT_EQ(scratch.Read("dir/f"), "1");
-    const auto moveWithFullDisk = [&] {
+    {
         const ScopedLimit fullDisk(RLIMIT_FSIZE, 4096 + 10);  // the second block is written in part
-        MoveOrCopy(scratch / "long", far / "long");
-    };
-    EXPECT_THROW(moveWithFullDisk(), std::exception);
+        EXPECT_THROW(MoveOrCopy(scratch / "long", far / "long"), std::exception);
+    }
     EXPECT_EQ(scratch.Read("long"), std::string(4120, 'x'));
 }
 
@@ -148,11 +133,13 @@ TEST(FileTreeTest, EveryLevelHasACallbackOfItsOwnWhoseErrorEndsTheWork) {
     const ScratchDir scratch;
     const ScopedCWD inside(scratch.Path());
     Plant(scratch, "s/ s/d/ s/d/b=2 s/e/ s/e/c=3");
-    int highest = 0;
-    CopyDir("s", "t", [&highest, n = 0](auto&) mutable { highest = std::max(highest, ++n); });
-    EXPECT_EQ(highest, 1);
+    std::string counts;
+    CopyDir("s", "t", [&counts, n = 0](auto&) mutable { counts += std::to_string(++n); });
+    EXPECT_EQ(counts, "11");
     EXPECT_THROW(Move("s", "u", [](auto& path) { throw path; }), std::string);
     EXPECT_THROW(CopyFile("t", "v", nullptr), std::bad_function_call);
+    EXPECT_THROW(DeleteDir("missing"), std::domain_error);
+    EXPECT_THROW(CopyFile("t/d/b", "missing/b", nullptr), std::domain_error);
 }
 
 TEST(FileTreeTest, MakesDirectories) {
@@ -166,12 +153,11 @@ TEST(FileTreeTest, MakesDirectories) {
     EXPECT_TRUE(MakeDirs("b/c//d/") && MakeDirs(scratch / "e/f"));
     EXPECT_FALSE(MakeDirs("g/h") || MakeDirs(""));
     EXPECT_EQ(Planted(), Words("a/ b/ b/c/ b/c/d/ e/ e/f/ g=1"));
-    for (int round = 0; round < 50; ++round) {
+    for (int round = 0; round < 150; ++round) {
         const auto make = [path = "h" + std::to_string(round) + "/i/j"] { return MakeDirs(path); };
         auto other = std::async(std::launch::async, make);
         EXPECT_TRUE(make() & other.get()) << "what one thread makes, the other finds made";
     }
-    EXPECT_EQ(CanonicalPath("b/c/../../a/."), fs::canonical("a"));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include <array>
+#include <regex>
 
 #include <gtest/gtest.h>
 #include <sched.h>
@@ -34,13 +34,11 @@ TEST(HostNameTest, TakesUpTo63CharactersAsRoot) {
 
 TEST(TempFileDeathTest, NamesKeepTheirSuffixAndAreReserved) {
     const ScratchDir scratch;
-    const std::array<std::string, 3> rows[] = {{"", "/tmp/Dpi.Pipe.", ""},
-                                               {scratch / "aXXXXXX.log", scratch / "a", ".log"},
-                                               {scratch / "aXXXXXX-XXXXXX", scratch / "a", "-XXXXXX"}};
-    for (const auto& [pattern, start, suffix] : rows) {
+    for (const auto& [pattern, form] : {std::pair<std::string, std::string>{"", "/tmp/Dpi\\.Pipe\\.\\w{6}"},
+                                        {scratch / "aXXXXXX.log", scratch / "a\\w{6}\\.log"},
+                                        {scratch / "aXXXXXX-XXXXXX", scratch / "a\\w{6}-XXXXXX"}}) {
         const std::string path = MakeTempFile(pattern);
-        EXPECT_TRUE(path.starts_with(start) && path.ends_with(suffix)) << path;
-        EXPECT_EQ(path.size(), start.size() + 6 + suffix.size()) << path;
+        EXPECT_TRUE(std::regex_match(path, std::regex(form))) << path;
         EXPECT_TRUE(fs::is_regular_file(path) && fs::is_empty(path) && fs::remove(path)) << path;
     }
     EXPECT_EQ(ErrorOf<std::runtime_error>(MakeTempFile, "12345"), "Invalid argument");
@@ -56,31 +54,28 @@ TEST(WriteFileTest, WritesAllOrThrows) {
     WriteFile({"a\0\n\r\xff", 5}, path.c_str());
     EXPECT_EQ(TempDir::ReadPath(path), std::string("a\0\n\r\xff", 5));
     for (const std::size_t size : {1U, 50000U}) {  // found out at the close, and before it
-        const std::string full = ErrorOf<std::runtime_error>(WriteFile, std::string(size, 'x'), "/dev/full");
-        EXPECT_EQ(full, "No space left on device : /dev/full");
+        EXPECT_EQ(ErrorOf<std::runtime_error>(WriteFile, std::string(size, 'x'), "/dev/full"),
+                  "No space left on device : /dev/full");
     }
     EXPECT_EQ(ErrorOf<std::runtime_error>(WriteFile, "x", "/proc"), "Is a directory : /proc");
-    EXPECT_EQ(ErrorOf<std::runtime_error>(WriteFile, "x", ""), "No such file or directory : ");
 }
 
 TEST(ConfigArchiveTest, UnpacksAndLeavesNoTrace) {
     const ScratchDir scratch;
     const fs::path cwd = fs::current_path();
-    Plant(scratch, "from/ from/a=" + scratch.Path() + " from/sub/ from/sub/b=two to/");
+    Plant(scratch, "from/ from/sub/ from/sub/a=" + scratch.Path() + " to/");
     ASSERT_EQ(system(("cd '" + scratch.Path() + "' && tar czf a.tgz -C from .").c_str()), 0);
-    const std::string archive = TempDir::ReadPath(scratch / "a.tgz");
+    const std::string archive = scratch.Read("a.tgz");
     EXPECT_TRUE(UnpackConfigArchive(archive, (scratch / "to").c_str()));
-    EXPECT_EQ(TempDir::ReadPath(scratch / "to/a"), scratch.Path());
-    EXPECT_EQ(TempDir::ReadPath(scratch / "to/sub/b"), "two");
+    EXPECT_EQ(scratch.Read("to/sub/a"), scratch.Path());
     testing::internal::CaptureStderr();
     EXPECT_TRUE(UnpackConfigArchive("cut" + archive, (scratch / "to").c_str()));
     EXPECT_NE(testing::internal::GetCapturedStderr(), "");
     EXPECT_THROW(UnpackConfigArchive(archive, (scratch / "missing").c_str()), std::runtime_error);
     EXPECT_EQ(fs::current_path(), cwd);
     for (const auto& entry : fs::directory_iterator("/tmp")) {  // maybe with those of other tests
-        if (entry.path().filename().string().starts_with("CFGTGZ.")) {
-            EXPECT_FALSE(TempDir::ReadPath(entry.path()).ends_with(archive)) << entry;
-        }
+        EXPECT_FALSE(entry.path().filename().string().starts_with("CFGTGZ.") &&
+                     TempDir::ReadPath(entry.path()).ends_with(archive));
     }
 }
 
@@ -97,9 +92,7 @@ TEST(LocalDatagramDeathTest, ArrivesWholeOrSaysWhichCallFailed) {
     const std::string name(108, 'n');
     EXPECT_EQ(ErrorOf<std::runtime_error>(SendLocalDatagram, name.substr(1), "x"),
               "No such file or directory : sendto()");
-    EXPECT_EXIT(SendLocalDatagram(name, "x"), testing::KilledBySignal(SIGABRT), "108 bytes");
-    EXPECT_EXIT(SendLocalDatagram(name + "n", "x"), testing::KilledBySignal(SIGABRT),
-                "109 bytes does not fit into 108");
+    EXPECT_EXIT(SendLocalDatagram(name, "x"), testing::KilledBySignal(SIGABRT), "108 bytes does not fit into 108");
     const ScopedLimit nothingOpens(RLIMIT_NOFILE, DescriptorsAllowing(0));
     EXPECT_EQ(ErrorOf<std::runtime_error>(SendLocalDatagram, "x", "x"), "Too many open files : socket()");
 }
@@ -113,7 +106,6 @@ TEST(TextShimTest, SizesAreNotLookedAt) {
     EXPECT_STREQ(ErrorText(text, 9, 12345), "Unknown ");  // but for this one
     std::FILE* file = stdin;
     EXPECT_TRUE(OpenFile(&file, "/dev/null/x", "r") == -1 && file == nullptr);
-    EXPECT_TRUE(OpenFile(&file, "/dev/null", "r") == 0 && std::fclose(file) == 0);
 }
 
 }  // namespace

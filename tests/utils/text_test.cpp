@@ -14,7 +14,6 @@
 #include "velora/utils/scope_guards.h"
 #include "velora/utils/shown_text.h"
 #include "velora/utils/stream_range.h"
-#include "velora/utils/text_edit.h"
 
 namespace MiscUtils {
 namespace {
@@ -22,16 +21,12 @@ namespace {
 TEST(TextTest, OfErrors) {
     errno = EAGAIN;
     EXPECT_EQ(ErrnoText(0).text, "Success");
-    EXPECT_EQ(ErrnoText(-5).text, "Unknown error -5");
-    EXPECT_EQ(ErrnoText(-5).code, -5);
+    EXPECT_EQ(ErrnoText(-5).text + std::to_string(ErrnoText(-5).code), "Unknown error -5-5");
     EXPECT_EQ(errno, EAGAIN);
-    EXPECT_STREQ(ErrnoError(EACCES, "open()").what(), "Permission denied : open()");
-    EXPECT_STREQ(ErrnoError(EACCES).what(), "Permission denied");
 }
 
 const Guid kGuid{0x6B29FC40, 0xCA47, 0x1067, {0xB3, 0x1D, 0x00, 0xDD, 0x01, 0x06, 0x62, 0xDA}};
 const Guid kSmall{1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
-const Guid kUntouched{};
 
 TEST(TextTest, UnboundedFormattersIgnoreTheSize) {
     const unsigned char mac[6] = {0x00, 0x1B, 0x44, 0x11, 0xFA, 0xFF};
@@ -44,43 +39,38 @@ TEST(TextTest, UnboundedFormattersIgnoreTheSize) {
     EXPECT_STREQ(text, "12.xyz");
 }
 
-TEST(TextTest, ReadsAGuidOrLeavesItAlone) {
-    const auto read = [](const char* text) {
-        Guid guid = kUntouched;
-        const int result = ParseGuid(text, guid);
-        EXPECT_EQ(result, guid == kUntouched ? 0 : 1) << text;
-        return guid;
-    };
-    EXPECT_TRUE(read("{6B29FC40-CA47-1067-B31D-00DD010662DA}") == kGuid);
-    EXPECT_TRUE(read("{6B29FC40-CA47-1067-B31D-00DD010662DA") == kGuid);
-    EXPECT_TRUE(read("{6b29fc40-ca47-1067-b31d-00dd010662daFF}-{") == kGuid);
-    EXPECT_TRUE(read("{1-2-3-0405-060708090AB}") == kSmall);
-    for (const char* const refused :
-         {"{6B29FC40-CA47-1067-B31D-00DD010662}", "{6B29FC40- CA47-1067-B31D-00DD010662DA}",
-          "6B29FC40-CA47-1067-B31D-00DD010662DA", "{6B29FC40-CA47-1067-B31D-00DD010662DA}G"}) {
-        EXPECT_TRUE(read(refused) == kUntouched);
+// The replay of fuzz/text_forms.cpp reads texts back and sees that refused ones leave everything alone.
+TEST(TextTest, ReadsAGuid) {
+    const std::pair<const char*, Guid> rows[] = {{"{6B29FC40-CA47-1067-B31D-00DD010662DA", kGuid},
+                                                 {"{6b29fc40-ca47-1067-b31d-00dd010662daFF}-{", kGuid},
+                                                 {"{1-2-3-0405-060708090AB}", kSmall},
+                                                 {"{6B29FC40-CA47-1067-B31D-00DD010662}", {}},
+                                                 {"{6B29FC40- CA47-1067-B31D-00DD010662DA}", {}},
+                                                 {"6B29FC40-CA47-1067-B31D-00DD010662DA", {}},
+                                                 {"{6B29FC40-CA47-1067-B31D-00DD010662DA}G", {}}};
+    for (const auto& [text, expected] : rows) {
+        Guid guid{};
+        EXPECT_EQ(ParseGuid(text, guid), expected == Guid{} ? 0 : 1) << text;
+        EXPECT_TRUE(guid == expected) << text;
     }
     EXPECT_EQ(ErrorOf<std::invalid_argument>(ParseGuidOrThrow, "{}"), "Invalid guid format, expect {..}");
 }
 
-TEST(TextDeathTest, ReadsAnAddressOrLeavesItAlone) {
+TEST(TextDeathTest, ReadsAnAddress) {
     const auto read = [](const std::string& text) {
-        unsigned char address[4] = {9, 9, 9, 9};
-        const int result = ParseIp(text, address);
+        unsigned char address[4];
         char back[16];
-        const std::string dotted = IpToString(address, back, 1);
-        EXPECT_EQ(result, dotted == "9.9.9.9" ? 0 : 1) << text;
-        return dotted;
+        return ParseIp(text, address) == 1 ? IpToString(address, back, 1) : std::string("refused");
     };
     const std::string padding(120, ' ');
     EXPECT_EQ(read(padding + "1.2.3.4"), "1.2.3.4");
-    EXPECT_EQ(read(" 010. +2.3.4x"), "10.2.3.4");
-    EXPECT_EQ(read("255.255.255.255"), "255.255.255.255");
-    EXPECT_EQ(read("1.2.3.-1") + read("1.2.3.256") + read("1.2.3"), "9.9.9.99.9.9.99.9.9.9");
+    EXPECT_EQ(read(" 010. +2.255.4x"), "10.2.255.4");
+    for (const char* const refused : {"1.2.3.-1", "1.2.3.256", "1.2.3"}) {
+        EXPECT_EQ(read(refused), "refused") << refused;
+    }
     EXPECT_EXIT(read(padding + "1.2.3.44"), testing::KilledBySignal(SIGABRT),
                 "ParseIp: text of 128 bytes does not fit into 128");
-    unsigned char address[4];
-    EXPECT_EQ(ParseIp(nullptr, address), 0);
+    EXPECT_EQ(ParseIp(nullptr, nullptr), 0);
 }
 
 TEST(TextTest, ComparesSubnets) {
@@ -92,61 +82,33 @@ TEST(TextTest, ComparesSubnets) {
 
 TEST(TextTest, HexDigits) {
     EXPECT_EQ(BytesToHex(std::string("\x00\xFF\x9A", 3)), "00FF9A");
-    EXPECT_EQ(HexToBytes("01ffFF9aA9"), "\x01\xFF\xFF\x9A\xA9");
-    EXPECT_EQ(HexToBytes("4142F"), "AB");
+    EXPECT_EQ(HexToBytes("01ffFF9aA9F"), "\x01\xFF\xFF\x9A\xA9");
     char dotted[16];
-    EXPECT_STREQ(HexIpToDotted("C0:A8:01:0A", dotted), "192.168.1.10");
-    EXPECT_STREQ(HexIpToDotted("c0xa8yffzFF and so on", dotted), "192.168.255.255");
-    // 16*16, 35*16+35, (45-55)*16+1, two zero characters; 1*16 and a zero character
+    EXPECT_STREQ(HexIpToDotted("c0xA8yffzFF and so on", dotted), "192.168.255.255");
+    // 16*16, 35*16+35, (45-55)*16+1, two zero characters
     EXPECT_STREQ(HexIpToDotted("G0:zZ:-1", dotted), "0.83.97.89");
-    EXPECT_STREQ(HexIpToDotted("C0:A8:01:1", dotted), "192.168.1.217");
 }
 
 TEST(TextTest, ByteQuantities) {
-    const struct {
-        std::int64_t value;
-        const char* rate;
-        const char* size;
-    } rows[] = {
-        {.value = 1024, .rate = "1024 B", .size = "1024 B"},
-        {.value = 1025, .rate = "1.0 KB", .size = "1.0 kB"},
-        {.value = 1048577, .rate = "1.00 MB", .size = "1.00 MB"},
-        {.value = 3LL << 29, .rate = "1.500 GB", .size = "1.500 GB"},
-        {.value = 2000000000000, .rate = "1.8190 Tbps", .size = "1.8190 TB"},
-        {.value = 3LL << 49, .rate = "1.500000", .size = "1.50000 PB"},
-        {.value = INT64_MAX, .rate = "8.000000", .size = "8.000000 EB"},
-    };
     char buffer[32];
-    for (const auto& row : rows) {
-        EXPECT_STREQ(FormatByteRate(buffer, sizeof buffer, static_cast<double>(row.value)), row.rate);
-        EXPECT_EQ(FormatByteSize(row.value), row.size);
-    }
+    const auto rateAndSize = [&](std::int64_t value) {
+        return std::string(FormatByteRate(buffer, sizeof buffer, static_cast<double>(value))) + ", " +
+               FormatByteSize(value);
+    };
+    EXPECT_EQ(rateAndSize(1024), "1024 B, 1024 B");
+    EXPECT_EQ(rateAndSize(1025), "1.0 KB, 1.0 kB");
+    EXPECT_EQ(rateAndSize(1048577), "1.00 MB, 1.00 MB");
+    EXPECT_EQ(rateAndSize(3LL << 29), "1.500 GB, 1.500 GB");
+    EXPECT_EQ(rateAndSize(2000000000000), "1.8190 Tbps, 1.8190 TB");
+    EXPECT_EQ(rateAndSize(3LL << 49), "1.500000, 1.50000 PB");
+    EXPECT_EQ(rateAndSize(INT64_MAX), "8.000000, 8.000000 EB");
     EXPECT_EQ(FormatByteSize(INT64_MIN), "-9223372036854775808 B");
     EXPECT_STREQ(FormatByteRate(buffer, sizeof buffer, HUGE_VAL), "inf");
     EXPECT_STREQ(FormatByteRate(buffer, 0, 1536.0), "inf") << "nothing is written";
     EXPECT_STREQ(FormatByteRate(buffer, 6, 1536.0), "1.5 K");
 }
 
-TEST(TextTest, ReplacesErasesAndComparesEnds) {
-    const auto replaced = [](std::string text, const char* part, const char* by) {
-        ReplaceAll(text, part, by);
-        return text;
-    };
-    EXPECT_EQ(replaced("aaa", "a", "aa"), "aaaaaa");
-    EXPECT_EQ(replaced("aaaaa", "aa", "b"), "bba");
-    EXPECT_EQ(replaced("xaabb", "ab", "ba"), "xabab");
-    EXPECT_EQ(replaced("ab", "abc", "x") + replaced("abc", "", "x"), "ababc");
-    const auto erased = [](std::string text, const char* part) {
-        EraseAll(text, part);
-        return text;
-    };
-    EXPECT_EQ(erased("xaabb", "ab"), "x") << "what is left is looked at again";
-    EXPECT_EQ(erased("ab", "abc") + erased("abc", ""), "ababc");
-    EXPECT_TRUE(EndsWith("a.gz", ".gz") && EndsWith(".gz", ".gz") && EndsWith("a", ""));
-    EXPECT_FALSE(EndsWith("gz", ".gz") || EndsWith("a.gzx", ".gz") || EndsWith("a.gz", ".GZ"));
-}
-
-// The replay of fuzz/byte_search.cpp holds ranges and matches against the plainest way to find them.
+// The replay of fuzz/byte_search.cpp holds edits, ranges and matches against the plainest way to do the same.
 TEST(StreamRangeTest, FindsWhatFitsIntoABlock) {
     const std::string block(4096, 'x');
     const std::string text = std::string(5904, '.') + block;
@@ -172,20 +134,11 @@ TEST(StreamRangeTest, ReadsNothingFromBeyondAllOffsets) {
 
 TEST(ShownTextTest, ShowsEveryByteThatCouldDeceive) {
     const std::pair<const char*, const char*> rows[] = {
-        {"plain / text", "plain / text"},
-        {"\x1F\x20\x7E\x7F", "\\x1f ~\\x7f"},
-        {"a\\x41", "a\\x5cx41"},
+        {"/\x1F\x20\x7E\x7F\\x41", "/\\x1f ~\\x7f\\x5cx41"},
         {"\xC2\x80\xC2\x9F\xC2\xA0", "\\xc2\\x80\\xc2\\x9f\xC2\xA0"},
-        {"\xC3\xA9\xE2\x82\xAC\xF0\x9F\x99\x82", "\xC3\xA9\xE2\x82\xAC\xF0\x9F\x99\x82"},
-        {"\xC3", "\\xc3"},
-        {"\xC3(", "\\xc3("},
-        {"\xE2\x82", "\\xe2\\x82"},
-        {"\x80", "\\x80"},
-        {"\xC1\xBF", "\\xc1\\xbf"},
-        {"\xE0\x9F\xBF\xE0\xA0\x80", "\\xe0\\x9f\\xbf\xE0\xA0\x80"},
-        {"\xED\x9F\xBF\xED\xA0\x80", "\xED\x9F\xBF\\xed\\xa0\\x80"},
-        {"\xF0\x8F\xBF\xBF\xF5\x80\x80\x80", "\\xf0\\x8f\\xbf\\xbf\\xf5\\x80\\x80\\x80"},
-        {"\xF4\x8F\xBF\xBF\xF4\x90\x80\x80", "\xF4\x8F\xBF\xBF\\xf4\\x90\\x80\\x80"},
+        {"\xC3(\x80(\xE2\x82", "\\xc3(\\x80(\\xe2\\x82"},
+        // The replay of fuzz/report_names.cpp sees that nothing passes but UTF-8.
+        {"\xE0\xA0\x80\xED\x9F\xBF\xF4\x8F\xBF\xBF", "\xE0\xA0\x80\xED\x9F\xBF\xF4\x8F\xBF\xBF"},
         {"\xD8\x9B\xD8\x9C\xD8\x9D", "\xD8\x9B\\xd8\\x9c\xD8\x9D"},
         {"\xE2\x80\x8D\xE2\x80\x8E\xE2\x80\x8F\xE2\x80\x90", "\xE2\x80\x8D\\xe2\\x80\\x8e\\xe2\\x80\\x8f\xE2\x80\x90"},
         {"\xE2\x80\xA9\xE2\x80\xAA\xE2\x80\xAE\xE2\x80\xAF", "\xE2\x80\xA9\\xe2\\x80\\xaa\\xe2\\x80\\xae\xE2\x80\xAF"},
