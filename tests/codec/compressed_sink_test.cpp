@@ -7,6 +7,7 @@
 #include <zstd.h>
 
 #include "tests/codec/string_sink.h"
+#include "tests/support/limits.h"
 
 namespace velora::codec {
 namespace {
@@ -69,6 +70,18 @@ TEST(CompressedSinkTest, TellsTheFirstFailureBelowAndFinishesNothingThen) {
             EXPECT_FALSE(below.isFinished);
         }
     }
+}
+
+// The process of an ordinary user may not have another thread, with a limit of none.
+TEST(CompressedSinkTest, DoesWithTheCallersThreadWhereThereIsNoOther) {
+    const std::string content = Noise(300'000);
+    EXPECT_TRUE(HoldsForOrdinaryUser([&] {
+        const ScopedLimit noThreads(RLIMIT_NPROC, 0);
+        StringSink below;
+        const auto sink = MakeCompressedSink(Compression::kZstd, below, 3);
+        return sink->Write(BytesOf(content)).IsGood() && sink->Finish().IsGood() &&
+               Unpacked(Compression::kZstd, below.content, content.size()) == content;
+    }));
 }
 
 }  // namespace
