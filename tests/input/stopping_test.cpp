@@ -29,6 +29,7 @@ struct EndlessTask final : WorkerPool::Task {
 };
 
 TEST(WorkerPoolTest, StopsAmidTasksThatNeverEndAndRunsNoneLater) {
+    const WorkerPool idle(3);  // which ends, too
     WorkerPool pool(3);
     EndlessTask tasks[] = {EndlessTask(pool), EndlessTask(pool), EndlessTask(pool), EndlessTask(pool)};
     for (EndlessTask& task : tasks) {
