@@ -250,14 +250,14 @@ TEST(BlockReaderTest, SaysWhyAFileIsNoCapture) {
         return ProblemOf(read).substr(12);
     };
     const std::string classic = CaptureBuilder().Bytes();
-    const std::string version0 = PcapNgBuilder::Empty().Section(false, "", 0).Bytes();
     EXPECT_EQ(reason(""), "it is empty");
     EXPECT_EQ(reason(Gzip("")), "it is empty");
     EXPECT_EQ(reason("abc"), "it has 3 bytes, less than any capture");
     EXPECT_EQ(reason("abcdef"), "it begins with 61 62 63 64, which is neither pcap nor pcap-ng");
     EXPECT_EQ(reason(classic.substr(0, 23)), "the file ends inside the file header");
     EXPECT_EQ(reason(PcapNgBuilder().Bytes().substr(0, 27)), "the file ends inside the section header");
-    EXPECT_EQ(reason(version0), "a section of version 0, which is not known");
+    EXPECT_EQ(reason(PcapNgBuilder::Empty().Section(false, "", 0).Bytes()),
+              "a section of version 0, which is not known");
     EXPECT_EQ(reason(Zstd(Gzip(classic))), "gzip inside zstd, and one level of compression is undone");
 }
 
@@ -325,7 +325,7 @@ TEST(BlockReaderTest, KeepsWhatStandsBeforeEveryCut) {
         for (const std::string& file : {bytes, Gzip(bytes), Bzip2(bytes), Xz(bytes), Zstd(bytes), Lz4(bytes)}) {
             std::size_t kept = 0;
             for (std::size_t size = 0; size < file.size(); ++size) {
-                SCOPED_TRACE(testing::Message() << file.substr(0, 4) << ", cut to " << size);
+                SCOPED_TRACE(testing::Message() << testing::PrintToString(file.substr(0, 4)) << ", cut to " << size);
                 const ReadCapture read = ReadWhole(file.substr(0, size), {.blockSize = 64});
                 const Records records = read.Records();
                 kept = records.size();
@@ -365,7 +365,6 @@ TEST(BlockReaderTest, ListsTheRecordsOfABlockByTimeAndOfASpan) {
     EXPECT_EQ(seconds({.earliest = 3 * kSecond}), "53937");
     EXPECT_EQ(seconds({.latest = 5 * kSecond}), "5331");
     EXPECT_EQ(seconds({.ordersBlocks = true, .earliest = 3 * kSecond, .latest = 5 * kSecond}), "335");
-    EXPECT_EQ(seconds({.earliest = 10 * kSecond}), "");
 }
 
 TEST(TickTimeTest, RoundsDownAndStopsAtTheEnds) {
