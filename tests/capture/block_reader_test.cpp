@@ -3,11 +3,8 @@
 #include "velora/capture/block_reader.h"
 
 #include <cerrno>
-#include <map>
-#include <set>
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include "tests/capture/read_whole.h"
 #include "tests/support/capture_builder.h"
@@ -23,23 +20,7 @@ constexpr std::int64_t kLatest = std::numeric_limits<std::int64_t>::max();
 constexpr std::int64_t kEarliest = std::numeric_limits<std::int64_t>::min();
 constexpr std::uint32_t kMost = 128U << 20U;  // of the bytes of any record
 const std::string kEndOfOptions = PcapNgBuilder().Option(0, "");
-const std::size_t kBlockSizes[] = {64, 100, 1U << 20U};
-
-// A record but for its interface.
-struct Seen {
-    std::int64_t time;
-    std::uint32_t originalLength;
-    std::string data;
-    bool operator==(const Seen&) const = default;
-};
-
-std::vector<Seen> SeenIn(const ReadCapture& read) {
-    std::vector<Seen> seen;
-    for (const OwnedRecord& record : read.Records()) {
-        seen.push_back({.time = record.time, .originalLength = record.originalLength, .data = record.data});
-    }
-    return seen;
-}
+using Records = std::vector<OwnedRecord>;
 
 // What ended the capture; empty when all of it was read.
 std::string ProblemOf(const ReadCapture& read) {
@@ -52,28 +33,27 @@ std::string Number(std::uint32_t value) {
 
 TEST(BlockReaderTest, ReadsEveryFormOfClassicCapture) {
     const struct {
-        const char* name;
         CaptureBuilder header;
         Format format;
         std::int64_t unit;
     } rows[] = {
-        {.name = "micro", .header = CaptureBuilder(), .format = Format::kClassicMicroseconds, .unit = 1000},
-        {.name = "nano", .header = CaptureBuilder().Nanoseconds(), .format = Format::kClassicNanoseconds, .unit = 1},
-        {.name = "modified", .header = CaptureBuilder().Modified(), .format = Format::kClassicModified, .unit = 1000},
+        {.header = CaptureBuilder(), .format = Format::kClassicMicroseconds, .unit = 1000},
+        {.header = CaptureBuilder().Nanoseconds(), .format = Format::kClassicNanoseconds, .unit = 1},
+        {.header = CaptureBuilder().Modified(), .format = Format::kClassicModified, .unit = 1000},
     };
-    for (const auto& row : rows) {
+    for (const auto& [header, format, unit] : rows) {
         for (const bool isBig : {false, true}) {
-            SCOPED_TRACE(row.name + std::string(isBig ? ", big-endian" : ""));
-            CaptureBuilder file = CaptureBuilder(row.header).BigEndian(isBig).LinkType(0xF4000071).SnapLen(300000);
+            SCOPED_TRACE(NameOf(format) + std::string(isBig ? ", big-endian" : ""));
+            CaptureBuilder file = CaptureBuilder(header).BigEndian(isBig).LinkType(0xF4000071).SnapLen(300000);
             file.Record(0, 0, "").Record(-1, 999999, 3, 1500, "abc").Record(7, 2000000001, "later");
             const ReadCapture read = ReadWhole(file.Bytes());
-            const std::vector<Seen> seen = {
-                {.time = 0, .originalLength = 0, .data = ""},
-                {.time = 0xFFFFFFFF * kSecond + 999999 * row.unit, .originalLength = 1500, .data = "abc"},
-                {.time = 7 * kSecond + 2000000001 * row.unit, .originalLength = 5, .data = "later"}};
-            EXPECT_TRUE(SeenIn(read) == seen && read.stepsBack == 1) << ProblemOf(read);
-            EXPECT_EQ(read.traits.format, row.format);
-            EXPECT_EQ(read.traits.isFinerThanMicroseconds, row.unit == 1);
+            const Records records = {
+                {.time = 0, .originalLength = 0, .interface = 0, .data = ""},
+                {.time = 0xFFFFFFFF * kSecond + 999999 * unit, .originalLength = 1500, .interface = 0, .data = "abc"},
+                {.time = 7 * kSecond + 2000000001 * unit, .originalLength = 5, .interface = 0, .data = "later"}};
+            EXPECT_TRUE(read.Records() == records && read.stepsBack == 1) << ProblemOf(read);
+            EXPECT_EQ(read.traits.format, format);
+            EXPECT_EQ(read.traits.isFinerThanMicroseconds, unit == 1);
             EXPECT_TRUE(read.traits.linkType == 0x71 && read.traits.fcsBits == 0xF4000000);
             EXPECT_EQ(read.traits.snapLen, 300000U);
         }
@@ -81,35 +61,31 @@ TEST(BlockReaderTest, ReadsEveryFormOfClassicCapture) {
 }
 
 TEST(BlockReaderTest, TellsWhichLengthIsTheCapturedOneByTheVersion) {
-    for (const bool isBig : {false, true}) {
-        // The one of the two lengths in a record's header that is taken for that of its data.
-        const auto captured = [&](std::uint16_t major, std::uint16_t minor, std::uint32_t first, std::uint32_t second) {
-            CaptureBuilder file = CaptureBuilder().BigEndian(isBig).Version(major, minor);
-            const OwnedRecord record = ReadWhole(file.Record(1, 0, first, second, "123456789").Bytes()).Records().at(0);
-            EXPECT_EQ(record.data.size() + record.originalLength, first + second);
-            return record.data.size();
-        };
-        EXPECT_EQ(captured(2, 2, 9, 4), 4U);
-        EXPECT_EQ(captured(2, 2, 4, 9), 9U);
-        EXPECT_EQ(captured(2, 3, 9, 4), 4U) << "the less";
-        EXPECT_EQ(captured(2, 3, 4, 9), 4U) << "the less";
-        EXPECT_EQ(captured(2, 3, 4, 4), 4U);
-        EXPECT_EQ(captured(2, 4, 9, 4), 9U);
-        EXPECT_EQ(captured(2, 4, 4, 9), 4U);
-        EXPECT_EQ(captured(1, 2, 4, 9), 4U);
-        EXPECT_EQ(captured(3, 0, 4, 9), 4U);
-        EXPECT_EQ(captured(543, 0, 4, 9), 4U);
-    }
+    // The one of the two lengths in a record's header that is taken for that of its data.
+    const auto captured = [&](std::uint16_t major, std::uint16_t minor, std::uint32_t first, std::uint32_t second) {
+        CaptureBuilder file = CaptureBuilder().Version(major, minor).Record(1, 0, first, second, "123456789");
+        const OwnedRecord record = ReadWhole(file.Bytes()).Records().at(0);
+        EXPECT_EQ(record.data.size() + record.originalLength, first + second);
+        return record.data.size();
+    };
+    EXPECT_EQ(captured(2, 2, 9, 4), 4U);
+    EXPECT_EQ(captured(2, 2, 4, 9), 9U);
+    EXPECT_EQ(captured(2, 3, 9, 4), 4U) << "the less";
+    EXPECT_EQ(captured(2, 3, 4, 9), 4U) << "the less";
+    EXPECT_EQ(captured(2, 4, 9, 4), 9U);
+    EXPECT_EQ(captured(1, 2, 4, 9), 4U);
+    EXPECT_EQ(captured(3, 0, 4, 9), 4U);
 }
 
 // A length that may be makes the reader wait for the bytes, which do not come; another is refused. Neither takes room.
 TEST(BlockReaderTest, BelievesLengthsUpToABound) {
     const auto isRefused = [](std::uint16_t linkType, std::uint32_t snapLen, std::uint32_t length) {
         int refused = 0;
+        const std::string rest(99, 'x');
         CaptureBuilder classic = CaptureBuilder().LinkType(linkType).SnapLen(snapLen);
         PcapNgBuilder next = PcapNgBuilder::Empty().Section().Interface(linkType, snapLen);
         next.Raw(Number(6) + Number(132 + kMost) + std::string(12, '\0') + Number(length) + Number(0));
-        for (const std::string& file : {classic.Record(1, 2, length, 0, "cut").Bytes(), next.Bytes()}) {
+        for (const std::string& file : {classic.Record(1, 2, length, 0, rest).Bytes(), next.Raw(rest).Bytes()}) {
             const ReadCapture read = ReadWhole(file, {.blockSize = 64});
             EXPECT_TRUE(read.problem && read.largestRoom <= 2 * file.size());
             refused += ProblemOf(read).find("claims") != std::string::npos ? 1 : 0;
@@ -123,47 +99,42 @@ TEST(BlockReaderTest, BelievesLengthsUpToABound) {
     };
     EXPECT_TRUE(isBound(1, 0, 262144));
     EXPECT_TRUE(isBound(1, 262145, 262145)) << "a larger snaplen is believed";
-    EXPECT_TRUE(isBound(1, kMost - 1, kMost - 1));
     EXPECT_TRUE(isBound(1, kMost + 1, kMost));
     EXPECT_TRUE(isBound(231, 0, kMost)) << "D-Bus";
     EXPECT_TRUE(isBound(249, 65535, kMost)) << "USB";
 }
 
-class PcapNgTest : public testing::TestWithParam<bool> {
- protected:
-    // Of the order of the test's parameter.
-    static PcapNgBuilder Section() { return PcapNgBuilder::Empty().Section(GetParam()); }
-};
-
-INSTANTIATE_TEST_SUITE_P(BothOrders, PcapNgTest, testing::Bool(),
-                         [](const auto& row) { return row.param ? "Big" : "Little"; });
-
-TEST_P(PcapNgTest, GivesEveryKindOfPacketATimeAndALength) {
-    PcapNgBuilder file = Section().Block(0xBAD, "stepped over").Interface(1, 4);
-    file.SimplePacket(9, "abcd").PacketOf(0, 5, "five").ObsoletePacket(0, 4, "").SimplePacket(2, "xy");
-    const std::vector<Seen> seen = {{.time = 0, .originalLength = 9, .data = "abcd"},  // cut at the interface's snaplen
-                                    {.time = 5000, .originalLength = 4, .data = "five"},
-                                    {.time = 4000, .originalLength = 0, .data = ""},
-                                    {.time = 4000, .originalLength = 2, .data = "xy"}};  // the time before its own
-    const ReadCapture read = ReadWhole(file.Bytes());
-    EXPECT_TRUE(SeenIn(read) == seen) << ProblemOf(read);
-    EXPECT_EQ(read.traits.snapLen, 4U);
+TEST(BlockReaderTest, GivesEveryKindOfPacketATimeAndALength) {
+    for (const bool isBig : {false, true}) {
+        PcapNgBuilder file = PcapNgBuilder::Empty().Section(isBig).Block(0xBAD, "stepped over").Interface(1, 4);
+        file.SimplePacket(9, "abcd").PacketOf(0, 5, "five").ObsoletePacket(0, 4, "").SimplePacket(2, "xy");
+        const Records records = {
+            {.time = 0, .originalLength = 9, .interface = 0, .data = "abcd"},  // cut at the interface's snaplen
+            {.time = 5000, .originalLength = 4, .interface = 0, .data = "five"},
+            {.time = 4000, .originalLength = 0, .interface = 0, .data = ""},
+            {.time = 4000, .originalLength = 2, .interface = 0, .data = "xy"}};  // the time before its own
+        const ReadCapture read = ReadWhole(file.Bytes());
+        EXPECT_TRUE(read.Records() == records) << isBig << ProblemOf(read);
+        EXPECT_EQ(read.traits.snapLen, 4U);
+    }
 }
 
-TEST_P(PcapNgTest, CountsTimesAsTheInterfaceSays) {
-    PcapNgBuilder file = Section();
-    const std::string offset(GetParam() ? "\0\0\0\0\0\0\0\x64" : "\x64\0\0\0\0\0\0\0", 8);
-    file.Interface(1, 0, file.Option(9, "\x83"));
-    file.Interface(1, 0, file.Option(9, "\x09") + file.Option(14, offset) + kEndOfOptions + file.Option(9, "\x03"));
-    const ReadCapture read = ReadWhole(file.PacketOf(0, 3, "3/8 s").PacketOf(1, 1, "100 s and 1 ns").Bytes());
-    ASSERT_EQ(read.Records().size(), 2U) << ProblemOf(read);
-    EXPECT_EQ(read.Records()[0].time, 375'000'000);
-    EXPECT_EQ(read.Records()[1].time, 100 * kSecond + 1);
-    EXPECT_TRUE(read.traits.isFinerThanMicroseconds);
+TEST(BlockReaderTest, CountsTimesAsTheInterfaceSays) {
+    for (const bool isBig : {false, true}) {
+        PcapNgBuilder file = PcapNgBuilder::Empty().Section(isBig);
+        const std::string offset(isBig ? "\0\0\0\0\0\0\0\x64" : "\x64\0\0\0\0\0\0\0", 8);
+        file.Interface(1, 0, file.Option(9, "\x83"));
+        file.Interface(1, 0, file.Option(9, "\x09") + file.Option(14, offset) + kEndOfOptions + file.Option(9, "\x03"));
+        const ReadCapture read = ReadWhole(file.PacketOf(0, 3, "3/8 s").PacketOf(1, 1, "100 s and 1 ns").Bytes());
+        ASSERT_EQ(read.Records().size(), 2U) << ProblemOf(read);
+        EXPECT_EQ(read.Records()[0].time, 375'000'000);
+        EXPECT_EQ(read.Records()[1].time, 100 * kSecond + 1);
+        EXPECT_TRUE(read.traits.isFinerThanMicroseconds);
+    }
 }
 
-TEST_P(PcapNgTest, LeavesOutOtherLinkTypesUnlessAllAreWanted) {
-    PcapNgBuilder file = Section().Interface(1, 0).Interface(14, 0).Packet(1, "a");
+TEST(BlockReaderTest, LeavesOutOtherLinkTypesUnlessAllAreWanted) {
+    PcapNgBuilder file = PcapNgBuilder::Empty().Section().Interface(1, 0).Interface(14, 0).Packet(1, "a");
     file.Interface(12, 0);  // behind the first record: raw IP too
     file.PacketOf(1, 2, "b").PacketOf(2, 3, "c").PacketOf(0, 4, "d");
     const ReadCapture one = ReadWhole(file.Bytes());
@@ -175,15 +146,11 @@ TEST_P(PcapNgTest, LeavesOutOtherLinkTypesUnlessAllAreWanted) {
     EXPECT_EQ(all.Records()[2].interface, 2U);
 }
 
-TEST_P(PcapNgTest, BeginsItsInterfacesAnewInASection) {
-    PcapNgBuilder described = PcapNgBuilder().Packet(1, "a").Section(GetParam());
-    EXPECT_EQ(ReadWhole(described.Interface(1, 0).Packet(1, "b").Bytes()).Records().size(), 2U);
-    for (const PcapNgBuilder& before : {PcapNgBuilder::Empty(), PcapNgBuilder()}) {
-        PcapNgBuilder file = PcapNgBuilder(before).Section(GetParam());
-        for (const PcapNgBuilder& packet :
-             {PcapNgBuilder(file).SimplePacket(0, ""), PcapNgBuilder(file).Packet(1, "")}) {
-            EXPECT_TRUE(ProblemOf(ReadWhole(packet.Bytes())).ends_with("interface 0, which was never described"));
-        }
+TEST(BlockReaderTest, BeginsItsInterfacesAnewInASection) {
+    const PcapNgBuilder file = PcapNgBuilder().Packet(1, "a").Section(true);
+    EXPECT_EQ(ReadWhole(PcapNgBuilder(file).Interface(1, 0).Packet(1, "b").Bytes()).Records().size(), 2U);
+    for (const PcapNgBuilder& packet : {PcapNgBuilder(file).SimplePacket(0, ""), PcapNgBuilder(file).Packet(1, "")}) {
+        EXPECT_TRUE(ProblemOf(ReadWhole(packet.Bytes())).ends_with("interface 0, which was never described"));
     }
 }
 
@@ -202,47 +169,21 @@ TEST(BlockReaderTest, NotesWhatHasNoPlaceInARecord) {
     EXPECT_TRUE(isNoted(PcapNgBuilder().Block(10, ""))) << "secrets";
     EXPECT_FALSE(isNoted(PcapNgBuilder().Block(5, "12345678"))) << "statistics";
     EXPECT_TRUE(isNoted(section(any.Option(2, "box") + comment)));
-    EXPECT_FALSE(isNoted(section(any.Option(2, "box") + kEndOfOptions)));
     EXPECT_TRUE(isNoted(section("").Interface(1, 0, comment)));
     EXPECT_TRUE(isNoted(packet(comment)));
-    EXPECT_FALSE(isNoted(packet(any.Option(2, "abcd")))) << "flags";
     EXPECT_FALSE(isNoted(packet(kEndOfOptions + comment)));
     EXPECT_FALSE(isNoted(packet(overrunning)));
-    EXPECT_FALSE(isNoted(section("").Interface(1, 0, overrunning)));
-}
-
-// What is told of `bytes` behind two whole records, however the file arrives; empty when it is no damage.
-std::string DamageBehind(const std::string& before, const std::string& bytes) {
-    std::set<std::string> told;
-    for (const std::size_t blockSize : kBlockSizes) {
-        const ReadCapture read = ReadWhole(before + bytes, {.blockSize = blockSize}, 7);
-        EXPECT_GE(read.recordsRead, 2U);
-        const std::string place = "2 records read, then at byte " + std::to_string(before.size()) + ": ";
-        EXPECT_TRUE(!read.problem || (read.problem->kind == ProblemKind::kDamage && read.problem->records == 2 &&
-                                      read.problem->offset == before.size() && ProblemOf(read).starts_with(place)))
-            << ProblemOf(read);
-        told.insert(read.problem ? ProblemOf(read).substr(place.size()) : "");
-    }
-    EXPECT_EQ(told.size(), 1U) << "the size of the blocks changes it";
-    return *told.begin();
-}
-
-TEST(BlockReaderTest, NamesThePlaceAndTheReasonOfDamageInClassicCaptures) {
-    const auto damage = [](const std::string& bytes) {
-        return DamageBehind(CaptureBuilder().Record(1, 0, "abcd").Record(2, 0, "ef").Bytes(), bytes);
-    };
-    const auto record = [](std::uint32_t length, const char* data) {
-        return CaptureBuilder().Record(3, 0, length, 4, data).Bytes().substr(24);
-    };
-    EXPECT_EQ(damage(record(4, "").substr(0, 15)), "the file ends inside a record");
-    EXPECT_EQ(damage(record(4, "xyz")), "the file ends inside a record");
-    EXPECT_EQ(damage(record(0, "")), "");
-    EXPECT_EQ(damage(record(262145, "")), "a record claims 262145 bytes, where at most 262144 can be");
 }
 
 TEST(BlockReaderTest, NamesThePlaceAndTheReasonOfDamageInPcapNg) {
-    const auto damage = [](const std::string& bytes) {
-        return DamageBehind(PcapNgBuilder().Packet(1, "abcd").Packet(2, "ef").Bytes(), bytes);
+    const std::string before = PcapNgBuilder().Packet(1, "abcd").Packet(2, "ef").Bytes();
+    const std::string place = "2 records read, then at byte " + std::to_string(before.size()) + ": ";
+    // What is told of the bytes behind two whole records; empty when it is no damage.
+    const auto damage = [&](const std::string& bytes) {
+        const ReadCapture read = ReadWhole(before + bytes, {.blockSize = 64}, 7);
+        EXPECT_TRUE(!read.problem || (read.problem->kind == ProblemKind::kDamage && ProblemOf(read).starts_with(place)))
+            << ProblemOf(read);
+        return read.problem ? ProblemOf(read).substr(place.size()) : "";
     };
     const auto block = [](std::uint32_t type, std::uint32_t length, const std::string& body, std::uint32_t second) {
         return Number(type) + Number(length) + body + Number(second);
@@ -256,23 +197,20 @@ TEST(BlockReaderTest, NamesThePlaceAndTheReasonOfDamageInPcapNg) {
     };
     constexpr std::uint32_t kSection = 0x0A0D0D0A, kInterface = 1, kSimple = 3, kPacket = 6, kOther = 0xBAD;
     const std::string start = Number(0x1A2B3C4D) + Number(1) + "12345678";  // of a section
-    const std::string cut = "the file ends inside a block";
     const std::string differ = "the two lengths of a block differ";
     const std::string tooShort = "a packet's captured bytes do not fit into its block";
     const auto tooSmall = [](int length) { return "a block's length, " + std::to_string(length) + ", is too small"; };
 
-    EXPECT_EQ(damage("1234567"), cut);
     EXPECT_EQ(damage(block(kOther, 8, "", 8)), tooSmall(8));
     EXPECT_EQ(damage(sized(kOther, "")), "");
     EXPECT_EQ(damage(sized(kOther, "xx")), "a block's length, 14, is no multiple of four");
     EXPECT_EQ(damage(block(kOther, 16, "xxxx", 20)), differ);
-    EXPECT_EQ(damage(block(kOther, 0xFFFFFFFC, "xxxx", 16)), cut);
+    EXPECT_EQ(damage(block(kOther, 0xFFFFFFFC, "xxxx", 16)), "the file ends inside a block");
 
     EXPECT_EQ(damage(sized(kSection, start.substr(0, 12))), tooSmall(24));
     EXPECT_EQ(damage(sized(kSection, "?" + start.substr(1))), "a section header tells no byte order");
     EXPECT_EQ(damage(PcapNgBuilder::Empty().Section(true, "", 2).Bytes()),
               "a section of version 2, which is not known");
-    EXPECT_EQ(damage(block(kSection, 32, start, 32)), cut);
     EXPECT_EQ(damage(block(kSection, 28, start, 32)), differ);
 
     EXPECT_EQ(damage(sized(kInterface, "1234")), tooSmall(16));
@@ -290,13 +228,9 @@ TEST(BlockReaderTest, NamesThePlaceAndTheReasonOfDamageInPcapNg) {
 
 TEST(BlockReaderTest, NamesThePlaceInWhatIsUnpackedOfDamageInWhatIsPacked) {
     const std::string plain = CaptureBuilder().Record(1, 0, "abcd").Record(2, 0, "ef").Bytes();
-    const std::string start = "2 records read, then at byte 62: ";
-    const std::string noMember = "followed by bytes that are no further gzip member";
-    const std::string badBzip2 = "bad bzip2 data: invalid block or wrong checksum";
-    EXPECT_EQ(ProblemOf(ReadWhole(Gzip(plain) + "x")), start + noMember);
-    EXPECT_EQ(ProblemOf(ReadWhole(Gzip(plain) + std::string(700, '\0'))), "");
-    EXPECT_EQ(ProblemOf(ReadWhole(Bzip2(plain) + "BZh9 no")), start + badBzip2);
-    EXPECT_EQ(ProblemOf(ReadWhole(Xz(plain) + Xz("").substr(0, 20))), start + "the xz stream ends in its middle");
+    EXPECT_EQ(ProblemOf(ReadWhole(Gzip(plain.substr(0, 60)) + "x")),
+              "1 record read, then at byte 60: followed by bytes that are no further gzip member")
+        << "not where the record begins";
 }
 
 TEST(BlockReaderTest, ReadsSectionsOfUpTo65536Interfaces) {
@@ -305,9 +239,7 @@ TEST(BlockReaderTest, ReadsSectionsOfUpTo65536Interfaces) {
         file.Interface(1, 0);
     }
     EXPECT_FALSE(ReadWhole(file.PacketOf(65535, 1, "x").Bytes()).problem);
-    const std::string reason = "more than 65536 interfaces in a section";
-    EXPECT_TRUE(ProblemOf(ReadWhole(PcapNgBuilder(file).Interface(1, 0).Bytes())).ends_with(reason));
-    EXPECT_FALSE(ReadWhole(file.Section().Interface(1, 0).Bytes()).problem) << "each section counts its own";
+    EXPECT_TRUE(ProblemOf(ReadWhole(file.Interface(1, 0).Bytes())).ends_with("65536 interfaces in a section"));
 }
 
 TEST(BlockReaderTest, SaysWhyAFileIsNoCapture) {
@@ -318,22 +250,15 @@ TEST(BlockReaderTest, SaysWhyAFileIsNoCapture) {
         return ProblemOf(read).substr(12);
     };
     const std::string classic = CaptureBuilder().Bytes();
-    const std::string next = PcapNgBuilder::Empty().Section().Bytes();
-    const std::string version0 = PcapNgBuilder::Empty().Section(false, "", 0).Bytes();
     EXPECT_EQ(reason(""), "it is empty");
     EXPECT_EQ(reason(Gzip("")), "it is empty");
     EXPECT_EQ(reason("abc"), "it has 3 bytes, less than any capture");
     EXPECT_EQ(reason("abcdef"), "it begins with 61 62 63 64, which is neither pcap nor pcap-ng");
     EXPECT_EQ(reason(classic.substr(0, 23)), "the file ends inside the file header");
-    EXPECT_EQ(reason(next.substr(0, 27)), "the file ends inside the section header");
-    EXPECT_EQ(reason(version0), "a section of version 0, which is not known");
-    EXPECT_EQ(reason(Gzip(classic).substr(0, 15)), "the gzip stream ends in its middle");
+    EXPECT_EQ(reason(PcapNgBuilder().Bytes().substr(0, 27)), "the file ends inside the section header");
+    EXPECT_EQ(reason(PcapNgBuilder::Empty().Section(false, "", 0).Bytes()),
+              "a section of version 0, which is not known");
     EXPECT_EQ(reason(Zstd(Gzip(classic))), "gzip inside zstd, and one level of compression is undone");
-    EXPECT_EQ(reason("\x02\x21\x4C\x18...."),
-              "it is in the legacy format of lz4");
-    for (const std::string& file : {classic, next}) {
-        EXPECT_TRUE(ReadWhole(file).isCapture && !ReadWhole(file).problem && !ReadWhole(file).traits.hasRecord);
-    }
 }
 
 TEST(BlockReaderTest, SaysWhyTheFileCouldNotBeRead) {
@@ -342,116 +267,82 @@ TEST(BlockReaderTest, SaysWhyTheFileCouldNotBeRead) {
     EXPECT_EQ(ProblemOf(ReadWhole(cut, {}, 1, EIO)), "1 record read, then at byte 41: Input/output error");
 }
 
-// Each file holds four records in two members, of which the first ends behind the second record or inside the third.
+// Four records in two members, of which the first ends behind the second record or inside the third.
 TEST(BlockReaderTest, TellsWhichRecordsAWrongChecksumMakesDoubtful) {
     const std::string first = CaptureBuilder().Record(1, 0, "first").Record(2, 0, "second").Bytes();
     const std::string all = first + CaptureBuilder().Record(3, 0, "third").Record(4, 0, "fourth").Bytes().substr(24);
     const std::string bad = CaptureBuilder().Record(5, 0, 0xFFFFFFFF, 0, std::string(9999, 'x')).Bytes().substr(24);
-    const std::string notRead = Gzip(CaptureBuilder().Record(9, 0, "not read").Bytes().substr(24));
-    const auto flipped = [](std::string member, std::size_t fromEnd) {
-        member[member.size() - fromEnd] ^= 1;
-        return member;
+    const auto problem = [](const std::string& right, const std::string& wrong) {
+        std::string packed = Gzip(wrong);
+        packed[packed.size() - 8] ^= 1;
+        const std::string notRead = Gzip(CaptureBuilder().Record(9, 0, "not read").Bytes().substr(24));
+        const ReadCapture read = ReadWhole((right.empty() ? "" : Gzip(right)) + packed + notRead, {.blockSize = 64}, 5);
+        EXPECT_TRUE(read.problem && read.problem->kind == ProblemKind::kWrongChecksum && read.Records().size() == 4);
+        return ProblemOf(read);
     };
+    const std::string text = "wrong gzip checksum: 4 records kept, doubtful from record ";
     for (const std::size_t cut : {first.size(), first.size() + 3}) {
-        const std::string one = all.substr(0, cut);
-        const std::string two = all.substr(cut);
-        const struct {
-            const char* name;
-            std::string file;
-            char doubtful;
-        } rows[] = {
-            {.name = "gzip", .file = Gzip(one) + flipped(Gzip(two), 8) + notRead, .doubtful = '3'},
-            {.name = "gzip", .file = Gzip(one) + flipped(Gzip(two + bad), 8) + notRead, .doubtful = '3'},
-            {.name = "gzip", .file = flipped(Gzip(all + bad), 8) + notRead, .doubtful = '1'},
-            {.name = "zstd", .file = Zstd(one) + flipped(Zstd(two), 1), .doubtful = '3'},
-            {.name = "lz4", .file = Lz4(one) + flipped(Lz4(two), 2), .doubtful = '3'},
-        };
-        for (const auto& row : rows) {
-            for (const std::size_t blockSize : kBlockSizes) {
-                const ReadCapture read = ReadWhole(row.file, {.blockSize = blockSize}, 5);
-                const std::string text = " checksum: 4 records kept, doubtful from record ";
-                EXPECT_EQ(ProblemOf(read), "wrong " + std::string(row.name) + text + row.doubtful + " on");
-                EXPECT_EQ(read.problem->kind, ProblemKind::kWrongChecksum);
-                EXPECT_EQ(read.Records().size(), 4U);
-            }
-        }
+        EXPECT_EQ(problem(all.substr(0, cut), all.substr(cut)), text + "3 on");
+        EXPECT_EQ(problem(all.substr(0, cut), all.substr(cut) + bad), text + "3 on");
     }
+    EXPECT_EQ(problem("", all + bad), text + "1 on");
 }
 
-// Captures with something of everything, and where their records and blocks begin.
+// A capture with something of everything, and where its records and blocks end.
 struct Sample {
-    const char* name;
+    void Grow(const std::string& now) {
+        bytes = now;
+        places.push_back(now.size());
+    }
     std::string bytes;
-    std::vector<std::size_t> places;  // ends with the size
+    std::vector<std::size_t> places;
 };
 
 std::vector<Sample> Samples() {
-    std::vector<Sample> samples = {{"classic", CaptureBuilder().Bytes(), {24}},
-                                   {"modified", CaptureBuilder().BigEndian().Modified().Bytes(), {24}},
-                                   {"pcap-ng", "", {0}}};
-    CaptureBuilder classic;
-    CaptureBuilder modified = CaptureBuilder().BigEndian().Modified();
-    PcapNgBuilder next = PcapNgBuilder::Empty();
-    const auto grow = [&next, &places = samples[2].places](const PcapNgBuilder& builder) {
-        static_cast<void>(builder);
-        places.push_back(next.Bytes().size());
-    };
-    grow(next.Section(true, next.Option(1, "what a section says")));
-    grow(next.Interface(1, 65535));
+    Sample classic, next;
+    CaptureBuilder records = CaptureBuilder().BigEndian();
+    PcapNgBuilder blocks = PcapNgBuilder::Empty();
+    classic.Grow(records.Bytes());
+    next.Grow(blocks.Section(true, blocks.Option(1, "what a section says")).Bytes());
+    next.Grow(blocks.Interface(1, 65535).Bytes());
     for (int record = 0; record < 9; ++record) {
         const std::string data(static_cast<std::size_t>(record * record), static_cast<char>('a' + record));
-        samples[0].places.push_back(classic.Record(record % 4, 7, data).Bytes().size());
-        samples[1].places.push_back(modified.Record(record % 4, 7, data).Bytes().size());
-        grow(record % 3 == 0 ? next.SimplePacket(static_cast<std::uint32_t>(data.size()), data)
-                             : next.Packet(static_cast<std::uint64_t>(record % 4), data));
-        if (record == 5) {
-            grow(next.Block(0xBAD, std::string(150, 'x')));
-            grow(next.Section(false));
-            grow(next.Interface(1, 0, next.Option(9, "\x09")));
-        }
+        classic.Grow(records.Record(record % 4, 7, data).Bytes());
+        next.Grow(blocks.Packet(static_cast<std::uint64_t>(record % 4), data).Bytes());
     }
-    samples[0].bytes = classic.Bytes();
-    samples[1].bytes = modified.Bytes();
-    samples[2].bytes = next.Bytes();
-    return samples;
-}
-
-// As it is, and in each compression.
-std::map<std::string, std::string> Packed(const std::string& bytes) {
-    return {{"plain", bytes},  {"gzip", Gzip(bytes)}, {"bzip2", Bzip2(bytes)},
-            {"xz", Xz(bytes)}, {"zstd", Zstd(bytes)}, {"lz4", Lz4(bytes)}};
+    next.Grow(blocks.SimplePacket(3, "abc").Bytes());
+    next.Grow(blocks.Block(0xBAD, std::string(150, 'x')).Bytes());
+    next.Grow(blocks.Section(false).Bytes());
+    next.Grow(blocks.Interface(1, 0, blocks.Option(9, "\x09")).Bytes());
+    next.Grow(blocks.Packet(9, "last").Bytes());
+    return {classic, next};
 }
 
 // That blocks and pieces of all sizes bring the same is for the replay of fuzz/exact_reader.cpp.
 TEST(BlockReaderTest, KeepsWhatStandsBeforeEveryCut) {
-    for (const Sample& sample : Samples()) {
-        const std::vector<OwnedRecord> all = ReadWhole(sample.bytes).Records();
-        for (const auto& [compression, file] : Packed(sample.bytes)) {
-            std::size_t before = 0;
+    for (const auto& [bytes, places] : Samples()) {
+        const Records all = ReadWhole(bytes).Records();
+        for (const std::string& file : {bytes, Gzip(bytes), Bzip2(bytes), Xz(bytes), Zstd(bytes), Lz4(bytes)}) {
+            std::size_t kept = 0;
             for (std::size_t size = 0; size < file.size(); ++size) {
-                SCOPED_TRACE(testing::Message() << sample.name << ", " << compression << ", cut to " << size);
+                SCOPED_TRACE(testing::Message() << testing::PrintToString(file.substr(0, 4)) << ", cut to " << size);
                 const ReadCapture read = ReadWhole(file.substr(0, size), {.blockSize = 64});
-                const auto records = read.Records();
-                ASSERT_TRUE(records.size() >= before && records.size() <= all.size());
-                ASSERT_TRUE(std::ranges::equal(records, std::span(all).first(records.size())));
-                before = records.size();
-                const bool isBetween = file == sample.bytes && size > 0 && std::ranges::count(sample.places, size) > 0;
-                ASSERT_EQ(read.problem.has_value(), !isBetween);
+                const Records records = read.Records();
+                kept = records.size();
+                ASSERT_TRUE(kept <= all.size() && std::equal(records.begin(), records.end(), all.begin()));
+                ASSERT_NE(read.problem.has_value(), file == bytes && std::ranges::count(places, size) > 0);
                 if (!read.problem || !read.isCapture) {
                     continue;
                 }
                 // The first place that is not whole: of all those in front of the cut, the last.
                 const std::size_t place = read.problem->offset;
-                ASSERT_EQ(std::ranges::count(sample.places, place), 1) << read.problem->text;
-                ASSERT_EQ(ReadWhole(sample.bytes.substr(0, place)).Records().size(), records.size());
-                ASSERT_TRUE(file != sample.bytes || place == *std::prev(std::ranges::upper_bound(sample.places, size)));
-                ASSERT_EQ(read.problem->records, records.size());
-                const std::string count =
-                    std::to_string(records.size()) + (records.size() == 1 ? " record" : " records");
-                ASSERT_TRUE(ProblemOf(read).starts_with(count + " read, then at byte " + std::to_string(place) + ": "))
-                    << ProblemOf(read);
+                ASSERT_EQ(std::ranges::count(places, place), 1) << read.problem->text;
+                ASSERT_EQ(ReadWhole(bytes.substr(0, place)).Records().size(), kept);
+                ASSERT_TRUE(file != bytes || place == *std::prev(std::ranges::upper_bound(places, size)));
+                ASSERT_EQ(read.problem->records, kept);
+                ASSERT_NE(ProblemOf(read).find("then at byte " + std::to_string(place) + ": "), std::string::npos);
             }
-            EXPECT_TRUE(before > 0 || compression == "bzip2") << "bzip2 gives whole blocks only";
+            EXPECT_TRUE(kept > 0 || file.starts_with("BZh")) << "bzip2 gives whole blocks only";
         }
     }
 }
@@ -461,41 +352,31 @@ TEST(BlockReaderTest, ListsTheRecordsOfABlockByTimeAndOfASpan) {
     for (const int second : {5, 3, 9, 3, 7, 1}) {
         file.Record(second, 0, "x");
     }
-    using Seconds = std::vector<std::int64_t>;
     const auto seconds = [&](const BlockReader::Options& options) {
-        Seconds list;
+        std::string list;
         for (const OwnedRecord& record : ReadWhole(file.Bytes(), options).Records()) {
-            list.push_back(record.time / kSecond);
+            list += std::to_string(record.time / kSecond);
         }
         return list;
     };
-    EXPECT_EQ(seconds({}), (Seconds{5, 3, 9, 3, 7, 1}));
-    EXPECT_EQ(seconds({.ordersBlocks = true}), (Seconds{1, 3, 3, 5, 7, 9}));
-    EXPECT_EQ(seconds({.blockSize = 75, .ordersBlocks = true}), (Seconds{3, 5, 9, 1, 3, 7})) << "three in a block";
-    EXPECT_EQ(seconds({.earliest = 3 * kSecond, .latest = 5 * kSecond}), (Seconds{5, 3, 3}));
-    EXPECT_EQ(seconds({.ordersBlocks = true, .earliest = 3 * kSecond, .latest = 5 * kSecond}), (Seconds{3, 3, 5}));
-    EXPECT_EQ(seconds({.earliest = 10 * kSecond}), Seconds{});
+    EXPECT_EQ(seconds({}), "539371");
+    EXPECT_EQ(seconds({.ordersBlocks = true}), "133579");
+    EXPECT_EQ(seconds({.blockSize = 75, .ordersBlocks = true}), "359137") << "three in a block";
+    EXPECT_EQ(seconds({.earliest = 3 * kSecond}), "53937");
+    EXPECT_EQ(seconds({.latest = 5 * kSecond}), "5331");
+    EXPECT_EQ(seconds({.ordersBlocks = true, .earliest = 3 * kSecond, .latest = 5 * kSecond}), "335");
 }
 
 TEST(TickTimeTest, RoundsDownAndStopsAtTheEnds) {
     constexpr std::uint64_t kAll = ~std::uint64_t{0};
-    constexpr std::uint8_t kBinary = 0x80;
     EXPECT_EQ(TickTime(6).Nanoseconds(1, 0), 1000);
-    EXPECT_EQ(TickTime(9).Nanoseconds(1, 0), 1);
-    EXPECT_EQ(TickTime(10).Nanoseconds(19, 0), 1);
     EXPECT_EQ(TickTime(12).Nanoseconds(999, -1), -kSecond);
     EXPECT_EQ(TickTime(28).Nanoseconds(kAll, 0), 1);
     EXPECT_EQ(TickTime(29).Nanoseconds(kAll, 0), 0);
-    EXPECT_EQ(TickTime(kBinary).Nanoseconds(3, 0), 3 * kSecond);
-    EXPECT_EQ(TickTime(kBinary | 7).Nanoseconds(1, 0), 7'812'500);
-    EXPECT_EQ(TickTime(kBinary | 10).Nanoseconds(1, 0), 976'562);
-    EXPECT_EQ(TickTime(kBinary | 32).Nanoseconds(std::uint64_t{3} << 31U, 0), kSecond * 3 / 2);
-    EXPECT_EQ(TickTime(kBinary | 64).Nanoseconds(kAll, 0), kSecond - 1);
-    EXPECT_EQ(TickTime(kBinary | 127).Nanoseconds(kAll, 0), 0);
-    EXPECT_EQ(TickTime(6).Nanoseconds(5, 100), 100 * kSecond + 5000);
+    EXPECT_EQ(TickTime(0x80 | 7).Nanoseconds(1, 0), 7'812'500);
+    EXPECT_EQ(TickTime(0x80 | 10).Nanoseconds(1, 0), 976'562);
+    EXPECT_EQ(TickTime(0x80 | 64).Nanoseconds(kAll, 0), kSecond - 1);
     EXPECT_EQ(TickTime(0).Nanoseconds(kAll, 0), kLatest);
-    EXPECT_EQ(TickTime(9).Nanoseconds(kAll >> 1U, 0), kLatest);
-    EXPECT_EQ(TickTime(6).Nanoseconds(0, kLatest), kLatest);
     EXPECT_EQ(TickTime(6).Nanoseconds(kAll, kEarliest), kEarliest);
     EXPECT_EQ(TickTime(9).Nanoseconds(0, -9'223'372'036), -9'223'372'036 * kSecond);
     EXPECT_EQ(TickTime(9).Nanoseconds(0, -9'223'372'037), kEarliest);
@@ -521,13 +402,6 @@ TEST(CaptureReaderTest, GivesOneRecordAfterTheOther) {
     EXPECT_EQ(reader.Traits().compression, codec::Compression::kZstd);
     EXPECT_EQ(reader.GetProblem()->text, "2 records read, then at byte 60: the file ends inside a record");
     EXPECT_EQ(reader.Next(), nullptr) << "still";
-
-    CaptureReader missing(directory / "missing");
-    EXPECT_EQ(missing.Next(), nullptr);
-    EXPECT_EQ(missing.GetProblem()->text, "cannot be opened: No such file or directory");
-    CaptureReader folder(directory.Path());
-    EXPECT_EQ(folder.Next(), nullptr);
-    EXPECT_EQ(folder.GetProblem()->text, "is a directory");
 }
 
 }  // namespace
