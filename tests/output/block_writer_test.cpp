@@ -30,8 +30,7 @@ TEST(BlockWriterTest, GivesAllBytesInOrder) {
             rest.remove_prefix(piece.size());
         }
         EXPECT_TRUE(writer.Finish().IsGood());
-        EXPECT_TRUE(sink.content == content);
-        EXPECT_TRUE(sink.isFinished);
+        EXPECT_TRUE(sink.content == content && sink.isFinished);
     }
 }
 
