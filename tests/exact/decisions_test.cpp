@@ -26,7 +26,6 @@ TEST(StatusOf, TellsWhatExistsBeforeWhatCannotBeAndWhatIsDoubtfulLast) {
         {.about = "the disk is full", .in = {.output = kCannot, .isDoubtful = true}, .out = kCannotWrite},
         {.about = "the output is an input", .in = {.isPathRefused = true, .output = kCannot}, .out = kOutputExists},
         {.about = "the report exists, no output", .in = {.output = kCannot, .report = kExists}, .out = kOutputExists},
-        {.about = "its name was taken", .in = {.output = kTaken, .isDoubtful = true}, .out = kOutputExists},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(StatusOf(row.in), row.out) << row.about;

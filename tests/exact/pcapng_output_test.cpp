@@ -101,6 +101,7 @@ TEST_F(InterfacesTest, KeepTheLengthOfTheirFrameCheckSequences) {
         return builder.Interface(1, 0, builder.Option(kFcsLength, length)).Packet(1, "x").Bytes();
     };
     const std::string untold = PcapNgBuilder().Packet(1, "x").Bytes();
+    const std::string none = CaptureBuilder().Bytes();
     const std::string note = "the output does not tell how long its frame check sequences are";
     constexpr std::uint32_t kFour = 0x24000000;  // octets
     const struct {
@@ -116,7 +117,7 @@ TEST_F(InterfacesTest, KeepTheLengthOfTheirFrameCheckSequences) {
         {.about = "32 bits in pcap-ng", .in = {pcapNg("\x20")}, .bits = kFour, .lengths = {32}},
         {.about = "what is below 8 is octets", .in = {pcapNg("\4")}, .bits = kFour, .lengths = {32}},
         {.about = "no whole 16 bits", .in = {pcapNg("\x18")}, .bits = 0, .lengths = {24}, .notes = note},
-        {.about = "both formats agree", .in = {pcap(kFour), pcapNg("\4")}, .bits = kFour, .lengths = {32, 32}},
+        {.about = "both agree", .in = {pcap(kFour), pcapNg("\4"), none}, .bits = kFour, .lengths = {32, 32}},
         {.about = "they do not", .in = {pcap(kFour), untold}, .bits = 0, .lengths = {32, -1}, .notes = note},
     };
     for (const auto& row : rows) {

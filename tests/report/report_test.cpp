@@ -67,7 +67,6 @@ TEST(TimeAxisTest, PutsTicksAtTimesThatPeopleCountBy) {
         {"microseconds", kNoon, 400'000, "+0 \u00B5s, +100 \u00B5s, +200 \u00B5s, +300 \u00B5s"},
         {"from between two seconds", kNoon + 1, 11 * kSecond, "12:00:02, 12:00:04, 12:00:06, 12:00:08, 12:00:10"},
         {"over midnight", kNoon, 30 * kHour, "12:00, 18:00, 22 Nov, 06:00, 12:00"},
-        {"days", kNoon, 100 * kHour, "22 Nov, 23 Nov, 24 Nov, 25 Nov"},
         {"months", kNoon, 24 * 200 * kHour, "Jan 2027, Mar 2027, May 2027"},
         {"years, from before 1970", -3 * 8766 * kHour, 8 * 8766 * kHour, "1968, 1970, 1972, 1974"},
         {"the lowest times", LLONG_MIN, 5 * kSecond, "00:12:44, 00:12:45, 00:12:46, 00:12:47, 00:12:48"},
