@@ -16,47 +16,43 @@ namespace {
 constexpr std::uint16_t kInterfaceName = 2;
 constexpr std::uint16_t kFcsLength = 13;
 
-class Notes final : public RunListener {
- public:
-    void OnInput(std::size_t /*input*/, const capture::Problem& problem) override { lines += problem.text + "\n"; }
-    void OnOutput(const std::string& text) override { lines += text + "\n"; }
-    std::string lines;
+struct Notes final : RunListener {
+    void OnInput(std::size_t /*input*/, const capture::Problem& problem) override { text += problem.text; }
+    void OnOutput(const std::string& line) override { text += line; }
+    std::string text;
 };
 
-class InterfacesTest : public testing::Test {
- protected:
-    // Merges captures into one of that format, and gives its path.
-    std::string Merge(const std::vector<std::string>& captures, OutputFormat format) {
+struct InterfacesTest : testing::Test {
+    // Merges captures into one of that format, and gives its path. `notes` is what is to be said of them.
+    std::string Merge(const std::vector<std::string>& captures, OutputFormat format, const std::string& notes = "") {
         ExactJob job;
         job.format = format;
-        job.output = m_Directory.Path("out" + std::to_string(++m_Runs));
+        job.output = directory.Path("out" + std::to_string(++files));
         for (const std::string& capture : captures) {
-            job.inputs.push_back({m_Directory.Write("in" + std::to_string(++m_Inputs), capture)});
+            job.inputs.push_back({directory.Write("in" + std::to_string(++files), capture)});
         }
-        Notes notes;
+        Notes heard;
         output::RunProgress progress;
-        EXPECT_EQ(exact::Run(job, notes, progress).status, Status::kComplete);
-        m_Notes = notes.lines;
+        EXPECT_EQ(exact::Run(job, heard, progress).status, Status::kComplete);
+        EXPECT_EQ(heard.text, notes);
         return job.output;
     }
 
-    std::string m_Notes;  // of the last merge
-
- private:
-    TempDir m_Directory;
-    int m_Runs = 0;
-    int m_Inputs = 0;
+    TempDir directory;
+    int files = 0;
 };
 
 TEST_F(InterfacesTest, OfMoreSectionsThanOneHasRoomForAllHaveTheirPackets) {
     constexpr int kSections = 70000;
     PcapNgBuilder builder = PcapNgBuilder::Empty();
     for (int section = 0; section < kSections; ++section) {
-        builder.Section().Interface(section % 2 == 0 ? 1 : 101, 0,
-                                    builder.Option(kInterfaceName, std::to_string(section)));
+        builder.Section();
+        builder.Interface(section % 2 == 0 ? 1 : 101, 0, builder.Option(kInterfaceName, std::to_string(section)));
         builder.Packet(static_cast<std::uint64_t>(section), "x");
     }
-    capture::CaptureReader reader(Merge({builder.Bytes()}, OutputFormat::kPcapNg));
+    const std::string note =
+        "more interfaces than a section of the output holds: those that no packet names may be missing";
+    capture::CaptureReader reader(Merge({builder.Bytes()}, OutputFormat::kPcapNg, note));
     int records = 0;
     while (const capture::Record* record = reader.Next()) {
         ASSERT_EQ(record->time, std::int64_t{records} * 1000);
@@ -69,20 +65,20 @@ TEST_F(InterfacesTest, OfMoreSectionsThanOneHasRoomForAllHaveTheirPackets) {
 
 TEST_F(InterfacesTest, WithEqualDescriptionsAreOneInDifferentSectionsAndTwoInOne) {
     const std::string name = PcapNgBuilder().Option(kInterfaceName, "eth0");
-    struct Row {
+    const struct {
         const char* about;
-        std::vector<std::vector<std::string>> sections;  // the options of each interface
-        std::uint32_t last;                              // the number of the last packet's interface
+        std::vector<std::vector<std::string>> in;  // of each section, the options of each interface
+        std::uint32_t last;                        // the number of the last packet's interface
+    } rows[] = {
+        {.about = "the same twice", .in = {{name}, {name}}, .last = 0},
+        {.about = "another one", .in = {{name}, {""}}, .last = 1},
+        {.about = "two in each", .in = {{name, name}, {name, name}}, .last = 1},
+        {.about = "two, with another between them", .in = {{name, name}, {name, "", name}}, .last = 1},
+        {.about = "a third one in the second", .in = {{name, ""}, {name, "", name}}, .last = 2},
     };
-    for (const Row& row : {
-             Row{.about = "the same twice", .sections = {{name}, {name}}, .last = 0},
-             Row{.about = "another one", .sections = {{name}, {""}}, .last = 1},
-             Row{.about = "two in each", .sections = {{name, name}, {name, name}}, .last = 1},
-             Row{.about = "two, with another between them", .sections = {{name, name}, {name, "", name}}, .last = 1},
-             Row{.about = "a third one in the second", .sections = {{name, ""}, {name, "", name}}, .last = 2},
-         }) {
+    for (const auto& row : rows) {
         PcapNgBuilder builder = PcapNgBuilder::Empty();
-        for (const auto& interfaces : row.sections) {
+        for (const auto& interfaces : row.in) {
             builder.Section();
             for (const std::string& options : interfaces) {
                 builder.Interface(1, 0, options);
@@ -99,61 +95,43 @@ TEST_F(InterfacesTest, WithEqualDescriptionsAreOneInDifferentSectionsAndTwoInOne
 }
 
 TEST_F(InterfacesTest, KeepTheLengthOfTheirFrameCheckSequences) {
-    const auto classic = [](std::uint32_t bits) {
-        return CaptureBuilder().LinkType(1 | bits).Record(1, 0, "x").Bytes();
-    };
+    const auto pcap = [](std::uint32_t bits) { return CaptureBuilder().LinkType(1 | bits).Record(1, 0, "x").Bytes(); };
     const auto pcapNg = [](const std::string& length) {
-        PcapNgBuilder builder = PcapNgBuilder::Empty();
-        builder.Section().Interface(1, 0, length.empty() ? "" : builder.Option(kFcsLength, length));
-        return builder.Packet(1, "x").Bytes();
+        PcapNgBuilder builder = PcapNgBuilder::Empty().Section();
+        return builder.Interface(1, 0, builder.Option(kFcsLength, length)).Packet(1, "x").Bytes();
     };
-    const std::string note = "the output does not tell how long its frame check sequences are\n";
-    struct Row {
+    const std::string untold = PcapNgBuilder().Packet(1, "x").Bytes();
+    const std::string none = CaptureBuilder().Bytes();
+    const std::string note = "the output does not tell how long its frame check sequences are";
+    constexpr std::uint32_t kFour = 0x24000000;  // octets
+    const struct {
         const char* about;
-        std::vector<std::string> captures;
-        std::uint32_t inPcap;     // the six bits of a pcap file's header
-        std::vector<int> inBits;  // of each interface of a pcap-ng file; -1: not told
-        std::string notes{};      // of the pcap file
+        std::vector<std::string> in;
+        std::uint32_t bits;        // the upper six of a pcap file's link type
+        std::vector<int> lengths;  // of each interface of a pcap-ng file; -1: not told
+        std::string notes = {};    // of the pcap file
+    } rows[] = {
+        {.about = "four octets in pcap", .in = {pcap(kFour)}, .bits = kFour, .lengths = {32}},
+        {.about = "none, for sure", .in = {pcap(0x04000000)}, .bits = 0x04000000, .lengths = {0}},
+        {.about = "no bit says it is a length", .in = {pcap(0x20000000)}, .bits = 0x20000000, .lengths = {-1}},
+        {.about = "32 bits in pcap-ng", .in = {pcapNg("\x20")}, .bits = kFour, .lengths = {32}},
+        {.about = "what is below 8 is octets", .in = {pcapNg("\4")}, .bits = kFour, .lengths = {32}},
+        {.about = "no whole 16 bits", .in = {pcapNg("\x18")}, .bits = 0, .lengths = {24}, .notes = note},
+        {.about = "both agree", .in = {pcap(kFour), pcapNg("\4"), none}, .bits = kFour, .lengths = {32, 32}},
+        {.about = "they do not", .in = {pcap(kFour), untold}, .bits = 0, .lengths = {32, -1}, .notes = note},
     };
-    using namespace std::string_literals;
-    for (const Row& row : {
-             Row{.about = "four octets in pcap",
-            .captures = {classic(0x24000000)},
-            .inPcap = 0x24000000,
-            .inBits = {32}},
-             Row{.about = "none, for sure", .captures = {classic(0x04000000)}, .inPcap = 0x04000000, .inBits = {0}},
-             Row{.about = "a length without the bit that says it is one",
-             .captures = {classic(0x20000000)},
-             .inPcap = 0x20000000,
-             .inBits = {-1}},
-             Row{.about = "32 bits in pcap-ng", .captures = {pcapNg("\x20")}, .inPcap = 0x24000000, .inBits = {32}},
-             Row{.about = "what is below 8 is octets",
-             .captures = {pcapNg("\4")},
-             .inPcap = 0x24000000,
-             .inBits = {32}},
-             Row{.about = "no whole 16 bits", .captures = {pcapNg("\x18")}, .inPcap = 0, .inBits = {24}, .notes = note},
-             Row{.about = "both formats agree",
-             .captures = {classic(0x24000000), pcapNg("\4")},
-             .inPcap = 0x24000000,
-             .inBits = {32, 32}},
-             Row{.about = "they do not",
-             .captures = {classic(0x24000000), pcapNg("")},
-             .inPcap = 0,
-             .inBits = {32, -1},
-             .notes = note},
-         }) {
-        capture::CaptureReader pcap(Merge(row.captures, OutputFormat::kFitting));
-        EXPECT_EQ(m_Notes, row.notes) << row.about;
-        ASSERT_NE(pcap.Next(), nullptr);
-        EXPECT_EQ(pcap.Traits().fcsBits, row.inPcap) << row.about;
-        capture::CaptureReader rich(Merge(row.captures, OutputFormat::kPcapNg));
-        EXPECT_EQ(m_Notes, "") << row.about;
-        std::vector<int> lengths(row.inBits.size(), -2);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.about);
+        capture::CaptureReader plain(Merge(row.in, OutputFormat::kFitting, row.notes));
+        ASSERT_NE(plain.Next(), nullptr);
+        EXPECT_EQ(plain.Traits().fcsBits, row.bits);
+        capture::CaptureReader rich(Merge(row.in, OutputFormat::kPcapNg));
+        std::vector<int> lengths(row.lengths.size(), -2);
         while (const capture::Record* record = rich.Next()) {
-            lengths.at(record->interface->number) =
-                record->interface->fcsLength ? int{*record->interface->fcsLength} : -1;
+            const capture::Interface& interface = *record->interface;
+            lengths.at(interface.number) = interface.fcsLength ? int{*interface.fcsLength} : -1;
         }
-        EXPECT_EQ(lengths, row.inBits) << row.about;
+        EXPECT_EQ(lengths, row.lengths);
     }
 }
 

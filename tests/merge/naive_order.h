@@ -3,7 +3,7 @@
 #pragma once
 
 #include <algorithm>
-#include <iterator>
+#include <deque>
 #include <limits>
 #include <vector>
 
@@ -27,29 +27,26 @@ struct NaiveOrder {
 };
 
 // Of the records left, the earliest of the first block that has one and the block behind it; of equals the first.
-inline NaiveOrder Mended(const std::vector<Records>& blocks) {
-    struct Left {
-        std::size_t block;
-        capture::OwnedRecord record;
-    };
-    std::vector<Left> all;
-    for (std::size_t block = 0; block < blocks.size(); ++block) {
-        for (const capture::OwnedRecord& record : blocks[block]) {
-            all.push_back({block, record});
-        }
-    }
+inline NaiveOrder Mended(std::vector<Records> blocks) {
     NaiveOrder order;
-    for (std::int64_t latest = std::numeric_limits<std::int64_t>::min(); !all.empty();) {
-        const auto end = std::ranges::find_if(all, [&](const Left& left) { return left.block > all[0].block + 1; });
-        const auto next = std::min_element(
-            all.begin(), end, [](const Left& one, const Left& other) { return one.record.time < other.record.time; });
-        if (next->record.time < latest) {
-            order.outOfPlace += 1;
-            order.largestStep = std::max(order.largestStep, Saturated(Wide{latest} - next->record.time));
+    std::int64_t latest = std::numeric_limits<std::int64_t>::min();
+    Records older;
+    blocks.emplace_back();
+    for (Records& newer : blocks) {
+        while (!older.empty()) {
+            const auto first = std::ranges::min_element(older, {}, &capture::OwnedRecord::time);
+            const auto other = std::ranges::min_element(newer, {}, &capture::OwnedRecord::time);
+            const bool isNewer = other != newer.end() && other->time < first->time;
+            order.records.push_back(isNewer ? *other : *first);
+            isNewer ? newer.erase(other) : older.erase(first);
+            const std::int64_t time = order.records.back().time;
+            if (time < latest) {
+                order.outOfPlace += 1;
+                order.largestStep = std::max(order.largestStep, Saturated(Wide{latest} - time));
+            }
+            latest = std::max(latest, time);
         }
-        latest = std::max(latest, next->record.time);
-        order.records.push_back(next->record);
-        all.erase(next);
+        older = newer;
     }
     return order;
 }
@@ -73,36 +70,27 @@ inline std::vector<std::int64_t> Played(const Records& records) {
 inline std::string NaiveFile(CaptureBuilder file, std::int64_t unit, const std::vector<Records>& inputs,
                              bool isSquish) {
     constexpr std::int64_t kSecond = 1'000'000'000;
-    std::vector<std::vector<std::int64_t>> keys;
+    std::vector<std::deque<std::pair<std::int64_t, const capture::OwnedRecord*>>> queues;
     std::optional<std::int64_t> base;
     for (const Records& records : inputs) {
-        keys.emplace_back();
-        std::ranges::transform(records, std::back_inserter(keys.back()), &capture::OwnedRecord::time);
-        if (isSquish) {
-            keys.back() = Played(records);
-            base = base || records.empty() ? base : records[0].time;
+        const std::vector<std::int64_t> played = Played(records);
+        queues.emplace_back();
+        for (std::size_t at = 0; at < records.size(); ++at) {
+            queues.back().emplace_back(isSquish ? played[at] : records[at].time, &records[at]);
         }
+        base = base || records.empty() ? base : records[0].time;
     }
-    std::vector<std::size_t> next(inputs.size(), 0);
-    while (true) {
-        std::optional<std::size_t> first;
-        for (std::size_t input = 0; input < inputs.size(); ++input) {
-            if (next[input] < inputs[input].size() &&
-                (!first || keys[input][next[input]] < keys[*first][next[*first]])) {
-                first = input;
-            }
-        }
-        if (!first) {
-            return file.Bytes();
-        }
-        const capture::OwnedRecord& record = inputs[*first][next[*first]];
-        const std::int64_t end = kSecond << 32U;
-        const std::int64_t time = static_cast<std::int64_t>(
-            std::clamp<Wide>(Wide{keys[*first][next[*first]]} + base.value_or(0), 0, end - 1));
+    const auto isEmpty = [](const auto& queue) { return queue.empty(); };
+    for (std::erase_if(queues, isEmpty); !queues.empty(); std::erase_if(queues, isEmpty)) {
+        auto& first = *std::ranges::min_element(queues, {}, [](const auto& queue) { return queue.front().first; });
+        const auto [key, record] = first.front();
+        const Wide wide = std::clamp<Wide>(Wide{key} + (isSquish ? *base : 0), 0, (kSecond << 32U) - 1);
+        const auto time = static_cast<std::int64_t>(wide);
         file.Record(static_cast<std::int32_t>(time / kSecond), static_cast<std::int32_t>(time % kSecond / unit),
-                    static_cast<std::uint32_t>(record.data.size()), record.originalLength, record.data);
-        next[*first] += 1;
+                    static_cast<std::uint32_t>(record->data.size()), record->originalLength, record->data);
+        first.pop_front();
     }
+    return file.Bytes();
 }
 
 }  // namespace velora::merge

@@ -30,8 +30,7 @@ TEST(BlockWriterTest, GivesAllBytesInOrder) {
             rest.remove_prefix(piece.size());
         }
         EXPECT_TRUE(writer.Finish().IsGood());
-        EXPECT_TRUE(sink.content == content);
-        EXPECT_TRUE(sink.isFinished);
+        EXPECT_TRUE(sink.content == content && sink.isFinished);
     }
 }
 
@@ -72,8 +71,7 @@ TEST(BlockWriterTest, GivesOnWhatTheSinkThrows) {
 TEST(BlockWriterTest, IsDroppedWithoutBeingFinished) {
     codec::StringSink sink;
     EXPECT_TRUE(BlockWriter(sink).Append(codec::BytesOf("never handed over")));
-    EXPECT_EQ(sink.calls, 0);
-    EXPECT_FALSE(sink.isFinished);
+    EXPECT_TRUE(sink.calls == 0 && !sink.isFinished);
 }
 
 }  // namespace

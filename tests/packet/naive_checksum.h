@@ -1,5 +1,4 @@
-// The plainest Internet checksum (RFC 1071): all words of what it covers, as numbers modulo 65535. Shares
-// nothing with what it is to test.
+// The plainest Internet checksum (RFC 1071): all words of what it covers, as numbers modulo 65535.
 
 #pragma once
 
@@ -10,8 +9,7 @@
 inline std::uint64_t SumOfWords(std::string_view bytes) {
     std::uint64_t sum = 0;
     for (std::size_t at = 0; at < bytes.size(); ++at) {
-        const auto value = static_cast<std::uint8_t>(bytes[at]);
-        sum += at % 2 == 0 ? value * 256U : value;
+        sum += static_cast<std::uint8_t>(bytes[at]) * (at % 2 == 0 ? 256U : 1U);
     }
     return sum;
 }
