@@ -3,8 +3,8 @@
 
 #include <csignal>
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "tests/support/capture_builder.h"
@@ -37,11 +37,9 @@ class ExactFaultSweepTest : public testing::TestWithParam<std::string> {
             // A pipe that holds all there is to read, and is at its end.
             int ends[2];
             const std::string content = TempDir::ReadPath("0");
-            static_cast<void>(!pipe(ends));
+            static_cast<void>(!pipe2(ends, O_CLOEXEC));
             static_cast<void>(!write(ends[1], content.data(), content.size()));
             dup2(ends[0], STDIN_FILENO);
-            close(ends[0]);
-            close(ends[1]);
         };
         EXPECT_EQ(RunWith("none 1").exitStatus, 0);
         m_Whole = m_Run.directory.Read("x");

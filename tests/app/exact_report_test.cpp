@@ -12,7 +12,7 @@ using Row = ExactRow;
 
 TEST(ExactReportTest, RefusesAPathThatItCannotFillBeforeAnythingIsRead) {
     const std::string kinds = "'--report' does not take 'r.txt', only a name that ends in .json or .html";
-    const std::string noReport = "none/r.json: No such file or directory";
+    const std::string noFile = ": No such file or directory";
     const Row rows[] = {
         {.line = "--report=r.txt gone", .status = 255, .errors = {kinds}},
         {.line = "--report= gone", .status = 255, .errors = {"'--report' needs a value: '--report=FILE'"}},
@@ -21,14 +21,12 @@ TEST(ExactReportTest, RefusesAPathThatItCannotFillBeforeAnythingIsRead) {
         {.line = "--report=dangling.json gone", .status = 254, .errors = {"dangling.json: exists already"}},
         {.line = "--report=x.html gone -out ./x.html", .status = 254, .errors = {"x.html: it is the output as well"}},
         {.line = "--report=fifo.json gone fifo.json", .status = 254, .errors = {"fifo.json: it is one of the inputs"}},
-        {.line = "--report=none/r.json gone", .status = 253, .errors = {noReport}},
+        {.line = "--report=none/r.json gone", .status = 253, .errors = {"none/r.json" + noFile}},
         {.line = "--report=there.json gone -out none/x", .status = 254, .errors = {"there.json: exists already"}},
         {.line = "--report=none/r.json gone -out there.json", .status = 254, .errors = {"there.json: exists already"}},
-        {.line = "--report=none/r.json gone -out none/x",
-         .status = 253,
-         .errors = {"none/x: No such file or directory"}},
+        {.line = "--report=none/r.json gone -out none/x", .status = 253, .errors = {"none/x" + noFile}},
     };
-    std::ranges::for_each(rows, [](const Row& row) { Check(row); });
+    Check(rows);
 }
 
 TEST(ExactReportTest, IsWrittenWhateverBecomesOfTheRecords) {

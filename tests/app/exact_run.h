@@ -49,10 +49,9 @@ inline void Send(int fifo, const std::string& bytes) {
 struct ExactRun : ToolRun {
     ExactRun() {
         std::filesystem::create_directory(directory / "folder");
-        for (const std::string place : {"", "folder/"}) {
-            directory.Write(place + "odd", At("13"));
-            directory.Write(place + "even", Gzip(At("24")));
-        }
+        directory.Write("folder/odd", At("13"));
+        directory.Write("odd", At("13"));
+        directory.Write("even", Gzip(At("24")));
         directory.Write("cut", At("5") + "cut");
         directory.Write("cooked", At("5", CaptureBuilder().LinkType(0x1C000071)));
         directory.Write("no-records", CaptureBuilder().Nanoseconds().SnapLen(300000).LinkType(0x10000001).Bytes());
@@ -93,18 +92,15 @@ struct ExactRun : ToolRun {
 // What a standard stream of the tool may be.
 using Stream = std::function<void(int)>;
 
-inline void AsItIs(int /*descriptor*/) {}
-
-inline void Closed(int descriptor) {
-    close(descriptor);
-}
+inline const Stream kAsItIs = [](int /*descriptor*/) {};
+inline const Stream kClosed = [](int descriptor) { close(descriptor); };
 
 // A run, and what is expected of it.
 struct ExactRow {
     std::string line;  // the arguments; "-out x" if it names no output
-    Stream input = AsItIs;
-    Stream output = AsItIs;
-    Stream errorOutput = AsItIs;
+    Stream input = kAsItIs;
+    Stream output = kAsItIs;
+    Stream errorOutput = kAsItIs;
     int status = 0;              // or minus a signal
     Lines errors = {};           // without the "seamtool: " in front
     std::string piped = "none";  // the records that standard output holds
@@ -113,8 +109,10 @@ struct ExactRow {
     std::string form = "pcap";
 };
 
+using Files = std::map<std::string, std::string>;
+
 // Runs a row, among `files` besides those of every run.
-inline void Check(const ExactRow& row, const std::map<std::string, std::string>& files = {}) {
+inline void Check(const ExactRow& row, const Files& files = {}) {
     ExactRun run;
     run.prepare = [&] { row.input(STDIN_FILENO), row.output(STDOUT_FILENO), row.errorOutput(STDERR_FILENO); };
     for (const auto& [name, content] : files) {
@@ -132,4 +130,8 @@ inline void Check(const ExactRow& row, const std::map<std::string, std::string>&
     EXPECT_EQ(TextOf(result.output), row.piped) << result;
     EXPECT_EQ(TextOf(file), row.records) << result;
     EXPECT_TRUE(file.empty() || FormOf(file) == row.form) << result << FormOf(file);
+}
+
+inline void Check(std::span<const ExactRow> rows, const Files& files = {}) {
+    std::ranges::for_each(rows, [&](const ExactRow& row) { Check(row, files); });
 }

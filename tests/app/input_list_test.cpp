@@ -7,19 +7,13 @@ namespace {
 using namespace std::string_literals;
 using Row = ExactRow;
 
-constexpr std::uintmax_t kMostBytes = std::uintmax_t{64} << 20;
-
-// Lengthens a file by zero bytes before the tool starts.
-Stream Padded(const char* path, std::uintmax_t bytes) {
-    return [=](int /*descriptor*/) { std::filesystem::resize_file(path, bytes); };
-}
+constexpr std::size_t kMostBytes = std::size_t{64} << 20U;
 
 TEST(InputListTest, NamesAnInputALineOrBetweenZeroBytes) {
     const struct {
         const char* about;
         std::string list;
         std::string inputs;
-        Stream prepare = AsItIs;
     } rows[] = {
         {"lines", "one\ntwo\n", "12"},
         {"no end behind the last", "one\ntwo", "12"},
@@ -31,17 +25,17 @@ TEST(InputListTest, NamesAnInputALineOrBetweenZeroBytes) {
         {"several zero bytes in a row", "\0\0one\0\0two"s, "12"},
         {"line ends belong to names once there is a zero byte", "fo\nur\0"s, "4"},
         {"a name that would be standard input", "-\n", "5"},
-        {"as long as can be", "one\0"s, "1", Padded("list", kMostBytes)},
+        {"as long as can be", "one" + std::string(kMostBytes - 3, '\0'), "1"},
     };
     const auto one = [](const char* data) { return CaptureBuilder().Record(1, 0, data).Bytes(); };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.about);
-        Check({.line = "--files-from=list", .input = row.prepare, .records = row.inputs}, {{"list", row.list},
-                                                                                           {"one", one("1")},
-                                                                                           {"two", one("2")},
-                                                                                           {"t hree", one("3")},
-                                                                                           {"fo\nur", one("4")},
-                                                                                           {"-", one("5")}});
+        Check({.line = "--files-from=list", .records = row.inputs}, {{"list", row.list},
+                                                                     {"one", one("1")},
+                                                                     {"two", one("2")},
+                                                                     {"t hree", one("3")},
+                                                                     {"fo\nur", one("4")},
+                                                                     {"-", one("5")}});
     }
 }
 
@@ -55,12 +49,10 @@ TEST(InputListTest, IsAWrongCommandLineWhenItNamesNothingOrCannotBeRead) {
         {"a-byte-too-long", "is longer than 64 MiB"},
         {"/dev/zero", "is longer than 64 MiB"},  // without end
     };
+    const std::string tooLong(kMostBytes + 1, '\0');
     for (const auto& [list, error] : rows) {
-        Check({.line = "--files-from=" + list + " odd",
-               .input = Padded("a-byte-too-long", kMostBytes + 1),
-               .status = 255,
-               .errors = {"the list " + list + " " + error}},
-              {{"empty", ""}, {"empty-lines", "\n\n"}, {"zero-bytes", "\0\0"s}, {"a-byte-too-long", ""}});
+        Check({.line = "--files-from=" + list + " odd", .status = 255, .errors = {"the list " + list + " " + error}},
+              {{"empty", ""}, {"empty-lines", "\n\n"}, {"zero-bytes", "\0\0"s}, {"a-byte-too-long", tooLong}});
     }
 }
 
