@@ -39,8 +39,8 @@ struct Told {
         for (InputReport& input : run.inputs) {
             input.isCapture = true;
             input.problems.Add({velora::capture::ProblemKind::kDamage, text, 1, 2});
-            input.tally.timeline = std::make_unique<Timeline>();
-            input.tally.timeline->captured.Add(5);
+            input.counts.timeline = std::make_unique<Timeline>();
+            input.counts.timeline->captured.Add(5);
         }
     }
     ExactJob job;

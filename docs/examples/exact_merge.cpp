@@ -35,7 +35,7 @@ int main(int argc, char** argv) {
     output::RunProgress progress;  // another thread may look at it meanwhile
     const exact::RunReport report = exact::Run(job, teller, progress);
     for (std::size_t input = 0; input < job.inputs.size(); ++input) {
-        std::cout << job.inputs[input].path << ": " << report.inputs[input].tally.recordsWritten
+        std::cout << job.inputs[input].path << ": " << report.inputs[input].counts.recordsWritten
                   << " records\n";
     }
     std::cout << "status " << static_cast<int>(report.status) << ", " << report.recordsWritten

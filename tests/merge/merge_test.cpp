@@ -69,10 +69,10 @@ void ExpectAsTheModel(const std::vector<std::string>& files, bool isSquish, cons
     for (const std::string& file : files) {
         const capture::ReadCapture read = capture::ReadWhole(file, {.blockSize = plan.blockSize});
         const NaiveOrder order = isSquish ? NaiveOrder{read.Records()} : Mended(read.blocks);
-        const output::SourceCounts& tally = ledger.Of(static_cast<std::uint32_t>(orders.size()));
-        ASSERT_EQ(tally.outOfPlace, order.outOfPlace);
-        ASSERT_EQ(tally.largestStep, order.largestStep);
-        ASSERT_EQ(tally.recordsWritten, order.records.size());
+        const output::SourceCounts& counts = ledger.Of(static_cast<std::uint32_t>(orders.size()));
+        ASSERT_EQ(counts.outOfPlace, order.outOfPlace);
+        ASSERT_EQ(counts.largestStep, order.largestStep);
+        ASSERT_EQ(counts.recordsWritten, order.records.size());
         orders.push_back(order.records);
     }
     ASSERT_TRUE(bytes.content == NaiveFile(CaptureBuilder().Nanoseconds(), 1, orders, isSquish));

@@ -107,8 +107,8 @@ struct Told {
         run.inputs[0].problems.Add({capture::ProblemKind::kDamage, text, 7, 4096});
         for (exact::InputReport& input : run.inputs | std::views::take(exact::RunReport::kMostTimelines)) {
             input.isCapture = true;
-            input.tally.timeline = std::make_unique<output::Timeline>();
-            input.tally.timeline->captured.Add(0);
+            input.counts.timeline = std::make_unique<output::Timeline>();
+            input.counts.timeline->captured.Add(0);
         }
     }
     exact::ExactJob job;

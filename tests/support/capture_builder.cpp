@@ -18,38 +18,12 @@ std::string Raw(const Value& value, bool isReversed = false) {
     return isReversed ? std::string(bytes.rbegin(), bytes.rend()) : bytes;
 }
 
+// What a compression has left in `out`.
+std::string Whole(const std::string& out, std::size_t length, bool isWhole) {
+    return isWhole ? out.substr(0, length) : throw std::runtime_error("no room, or no memory");
+}
+
 }  // namespace
-
-CaptureBuilder& CaptureBuilder::BigEndian(bool isBig) {
-    m_IsBig = isBig;
-    return *this;
-}
-
-CaptureBuilder& CaptureBuilder::LinkType(std::uint32_t linkType) {
-    m_LinkType = linkType;
-    return *this;
-}
-
-CaptureBuilder& CaptureBuilder::Nanoseconds() {
-    m_Magic = 0xA1B23C4D;
-    return *this;
-}
-
-CaptureBuilder& CaptureBuilder::Modified() {
-    m_Magic = 0xA1B2CD34;
-    return *this;
-}
-
-CaptureBuilder& CaptureBuilder::Version(std::uint16_t major, std::uint16_t minor) {
-    m_Major = major;
-    m_Minor = minor;
-    return *this;
-}
-
-CaptureBuilder& CaptureBuilder::SnapLen(std::uint32_t snapLen) {
-    m_SnapLen = snapLen;
-    return *this;
-}
 
 CaptureBuilder& CaptureBuilder::Record(std::int32_t sec, std::int32_t usec, std::string_view data) {
     const auto length = static_cast<std::uint32_t>(data.size());
@@ -84,23 +58,17 @@ PcapNgBuilder& PcapNgBuilder::Interface(std::uint16_t linkType, std::uint32_t sn
     return Block(1, ::Raw(linkType, m_IsBig) + std::string(2, '\0') + Number(snapLen) + options);
 }
 
-PcapNgBuilder& PcapNgBuilder::Packet(std::uint64_t ticks, std::string_view data, std::uint32_t length) {
-    return PacketOf(0, ticks, data, "", length);
-}
-
 PcapNgBuilder& PcapNgBuilder::PacketOf(std::uint32_t interface, std::uint64_t ticks, std::string_view data,
                                        const std::string& options, std::uint32_t length) {
     const auto captured = static_cast<std::uint32_t>(data.size());
     const std::string padding((4 - captured % 4) % 4, '\0');
-    return Block(6, Number(interface) + Number(static_cast<std::uint32_t>(ticks >> 32)) +
-                        Number(static_cast<std::uint32_t>(ticks)) + Number(captured) +
-                        Number(std::max(captured, length)) + std::string(data) + padding + options);
+    return Block(6, Number(interface) + Time(ticks) + Number(captured) + Number(std::max(captured, length)) +
+                        std::string(data) + padding + options);
 }
 
 PcapNgBuilder& PcapNgBuilder::ObsoletePacket(std::uint16_t interface, std::uint64_t ticks, std::string_view data) {
     const auto captured = static_cast<std::uint32_t>(data.size());
-    return Block(2, ::Raw(interface, m_IsBig) + "\x12\x34" + Number(static_cast<std::uint32_t>(ticks >> 32)) +
-                        Number(static_cast<std::uint32_t>(ticks)) + Number(captured) + Number(captured) +
+    return Block(2, ::Raw(interface, m_IsBig) + "\x12\x34" + Time(ticks) + Number(captured) + Number(captured) +
                         std::string(data));
 }
 
@@ -110,7 +78,7 @@ PcapNgBuilder& PcapNgBuilder::SimplePacket(std::uint32_t length, std::string_vie
 
 PcapNgBuilder& PcapNgBuilder::Block(std::uint32_t type, std::string body) {
     body.resize((body.size() + 3) / 4 * 4);
-    const std::string total = Number(static_cast<std::uint32_t>(body.size() + 12));
+    const std::string total = Number(body.size() + 12);
     return Raw(Number(type) + total + body + total);
 }
 
@@ -125,8 +93,8 @@ std::string PcapNgBuilder::Option(std::uint16_t code, const std::string& value) 
     return option;
 }
 
-std::string PcapNgBuilder::Number(std::uint32_t value) const {
-    return ::Raw(value, m_IsBig);
+std::string PcapNgBuilder::Number(std::uint64_t value) const {
+    return ::Raw(static_cast<std::uint32_t>(value), m_IsBig);
 }
 
 std::string Gzip(std::string_view bytes) {
@@ -136,24 +104,18 @@ std::string Gzip(std::string_view bytes) {
     stream.avail_in = static_cast<uInt>(bytes.size());
     stream.next_out = reinterpret_cast<Bytef*>(out.data());
     stream.avail_out = static_cast<uInt>(out.size());
-    if (deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY) != Z_OK ||
-        deflate(&stream, Z_FINISH) != Z_STREAM_END) {
-        throw std::runtime_error("deflate");
-    }
-    out.resize(stream.total_out);
+    deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY);
+    const bool isWhole = deflate(&stream, Z_FINISH) == Z_STREAM_END;
     deflateEnd(&stream);
-    return out;
+    return Whole(out, stream.total_out, isWhole);
 }
 
 std::string Bzip2(std::string_view bytes, int blockSize) {
     auto length = static_cast<unsigned>(bytes.size() + bytes.size() / 50 + 1024);
     std::string out(length, '\0');
-    if (BZ2_bzBuffToBuffCompress(out.data(), &length, const_cast<char*>(bytes.data()),
-                                 static_cast<unsigned>(bytes.size()), blockSize, 0, 0) != BZ_OK) {
-        throw std::runtime_error("BZ2_bzBuffToBuffCompress");
-    }
-    out.resize(length);
-    return out;
+    const int status = BZ2_bzBuffToBuffCompress(out.data(), &length, const_cast<char*>(bytes.data()),
+                                                static_cast<unsigned>(bytes.size()), blockSize, 0, 0);
+    return Whole(out, length, status == BZ_OK);
 }
 
 std::string Xz(std::string_view bytes) {
@@ -165,12 +127,8 @@ std::string Xz(std::string_view bytes) {
     stream.avail_out = out.size();
     const bool isWhole = lzma_easy_encoder(&stream, 0, LZMA_CHECK_CRC64) == LZMA_OK &&
                          lzma_code(&stream, LZMA_FINISH) == LZMA_STREAM_END;
-    out.resize(stream.total_out);
     lzma_end(&stream);
-    if (!isWhole) {
-        throw std::runtime_error("lzma_code");
-    }
-    return out;
+    return Whole(out, stream.total_out, isWhole);
 }
 
 std::string Zstd(std::string_view bytes) {
@@ -178,11 +136,7 @@ std::string Zstd(std::string_view bytes) {
     ZSTD_CCtx_setParameter(context.get(), ZSTD_c_checksumFlag, 1);
     std::string out(ZSTD_compressBound(bytes.size()), '\0');
     const std::size_t length = ZSTD_compress2(context.get(), out.data(), out.size(), bytes.data(), bytes.size());
-    if (ZSTD_isError(length) != 0) {
-        throw std::runtime_error("ZSTD_compress2");
-    }
-    out.resize(length);
-    return out;
+    return Whole(out, length, ZSTD_isError(length) == 0);
 }
 
 std::string Lz4(std::string_view bytes, bool hasBlockChecksums) {
@@ -192,11 +146,7 @@ std::string Lz4(std::string_view bytes, bool hasBlockChecksums) {
     preferences.frameInfo.blockChecksumFlag = hasBlockChecksums ? LZ4F_blockChecksumEnabled : LZ4F_noBlockChecksum;
     std::string out(LZ4F_compressFrameBound(bytes.size(), &preferences), '\0');
     const std::size_t length = LZ4F_compressFrame(out.data(), out.size(), bytes.data(), bytes.size(), &preferences);
-    if (LZ4F_isError(length) != 0) {
-        throw std::runtime_error("LZ4F_compressFrame");
-    }
-    out.resize(length);
-    return out;
+    return Whole(out, length, LZ4F_isError(length) == 0);
 }
 
 std::string Frame(std::uint16_t type, std::uint32_t source, std::uint32_t destination, std::size_t size, char fill) {

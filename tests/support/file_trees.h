@@ -11,8 +11,7 @@
 
 #include "tests/support/temp_dir.h"
 
-// A tree in words: "file=text", "directory/", "link>target", "fifo!", "socket%". Sorted, so that a
-// directory comes before what it holds.
+// A tree in words: "file=text", "directory/", "link>target", "fifo!", "socket%"; directories before what they hold.
 using Tree = std::set<std::string>;
 
 inline Tree Words(const std::string& text) {
@@ -60,12 +59,11 @@ struct ScratchDir : TempDir, DescriptorWatch {};
 
 // A directory to write to on another file system than that of TempDir; empty where there is none.
 inline std::string AnotherFileSystem() {
-    const std::string path = "/dev/shm";
     struct stat here = {};
     struct stat there = {};
-    const bool differs = stat(std::filesystem::temp_directory_path().c_str(), &here) == 0 &&
-                         stat(path.c_str(), &there) == 0 && here.st_dev != there.st_dev;
-    return differs && access(path.c_str(), W_OK) == 0 ? path : "";
+    stat(std::filesystem::temp_directory_path().c_str(), &here);
+    const bool isOther = stat("/dev/shm", &there) == 0 && here.st_dev != there.st_dev;
+    return isOther && access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "";
 }
 
 // The text of the Error that the call throws; "no error" when it returns.

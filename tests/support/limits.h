@@ -9,9 +9,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-// Lowers a soft limit. RLIMIT_FSIZE stands for a full disk: a write across the limit is cut short
-// and the next one fails with EFBIG (the signal that goes with it is ignored). Keep the scope to
-// the call under test: it holds for the test's own output as well.
+// Lowers a soft limit. RLIMIT_FSIZE stands for a full disk: a write across the limit is cut short and the next one
+// fails with EFBIG (its signal is ignored). It holds for the test's own output as well: keep the scope to the call
+// under test.
 class ScopedLimit {
  public:
     ScopedLimit(__rlimit_resource_t resource, rlim_t limit) : resource_(resource) {

@@ -45,6 +45,7 @@ ToolResult ToolRun::operator()(const std::string& arguments) const {
     if (child == 0) {
         dup2(open(streams.Path("output").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600), STDOUT_FILENO);
         dup2(open(streams.Path("errors").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600), STDERR_FILENO);
+        std::signal(SIGPIPE, SIG_DFL);  // which a test may ignore
         clearenv();
         for (const auto& [name, value] : environment) {
             setenv(name.c_str(), value.c_str(), 1);
@@ -75,12 +76,13 @@ ToolResult ToolRun::operator()(const std::string& arguments) const {
             .command = "seamtool " + arguments};
 }
 
+bool ToolRun::Signal(int signal) const {
+    WaitUntil([this] { return m_Child != 0; });
+    return m_Child > 0 && kill(m_Child, signal) == 0;  // 0 would mean all of the test
+}
+
 void ToolRun::EndBy(int signal) const {
-    WaitUntil([this] { return m_Child > 0; });
-    const pid_t child = m_Child;
-    if (child > 0) {  // else all of the test would be meant
-        kill(child, signal);
-        WaitUntil([&] { return kill(child, 0) != 0; });
-        kill(child, SIGKILL);
-    }
+    Signal(signal);
+    WaitUntil([this] { return !Signal(0); });
+    Signal(SIGKILL);
 }

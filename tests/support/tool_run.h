@@ -47,8 +47,9 @@ struct ToolRun {
     // Runs seamtool with `arguments`, which blanks separate ('' is an empty one), and waits for its end.
     [[nodiscard]] ToolResult operator()(const std::string& arguments) const;
 
-    // For another thread, while a run is under way: sends the tool a signal that it should end by, and
-    // after ten seconds one that it cannot help but end by.
+    // For another thread, while a run is under way: sends the tool a signal, false where it is gone; the second, one
+    // that it should end by, and after ten seconds one that it cannot help but end by.
+    bool Signal(int signal) const;
     void EndBy(int signal) const;
 
  private:

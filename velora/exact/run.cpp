@@ -131,7 +131,7 @@ void ExactRun::CloseLedger(output::Ledger& ledger) {
     m_Report.earliest = counts.earliest;
     m_Report.latest = counts.latest;
     for (std::uint32_t source = 0; source < m_Inputs.inputOf.size(); ++source) {
-        m_Report.inputs[m_Inputs.inputOf[source]].tally = std::move(ledger.Of(source));
+        m_Report.inputs[m_Inputs.inputOf[source]].counts = std::move(ledger.Of(source));
     }
 }
 
@@ -142,7 +142,7 @@ void ExactRun::AddCountProblems() noexcept {
         for (std::uint32_t source = 0; source < m_Inputs.inputOf.size(); ++source) {
             const std::size_t input = m_Inputs.inputOf[source];
             const InputReport& report = m_Report.inputs[input];
-            for (const auto& problem : ProblemsOf(report.tally, report.traits, m_Form)) {
+            for (const auto& problem : ProblemsOf(report.counts, report.traits, m_Form)) {
                 m_Findings.AddProblem(input, problem);
             }
             if (const auto change = m_Inputs.set->Change(source)) {

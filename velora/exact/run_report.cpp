@@ -14,7 +14,7 @@ std::size_t ProblemList::CountWithoutNotes() const {
 std::uint64_t RunReport::Sum(std::uint64_t output::SourceCounts::*count) const {
     std::uint64_t sum = 0;
     for (const InputReport& input : inputs) {
-        sum += input.tally.*count;
+        sum += input.counts.*count;
     }
     return sum;
 }

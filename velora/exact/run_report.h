@@ -42,7 +42,7 @@ struct InputReport {
     ProblemList problems;           // what was told of it
     bool isCapture = false;         // else nothing below is known
     capture::CaptureTraits traits;  // what it says of itself
-    output::SourceCounts tally;     // what became of its records
+    output::SourceCounts counts;    // what became of its records
 };
 
 struct RunReport {

@@ -96,7 +96,7 @@ void AddFigure(Markup& html, const TimeBars& bars, const Literal& caption) {
 
 bool HasRecords(const exact::RunReport& report) {
     return std::ranges::any_of(report.inputs, [](const exact::InputReport& input) {
-        return input.tally.timeline != nullptr && input.tally.timeline->captured.Total() > 0;
+        return input.counts.timeline != nullptr && input.counts.timeline->captured.Total() > 0;
     });
 }
 

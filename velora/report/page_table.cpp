@@ -30,19 +30,20 @@ class Table {
 
     void AddInput(std::size_t number) {
         const exact::InputReport& input = m_Report.inputs[number];
-        const SourceCounts& tally = input.tally;
+        const SourceCounts& counts = input.counts;
         const bool isKnown = input.isCapture;
         AddName("Input", NameText(m_Setting.job.inputs[number]),
                 isKnown ? FormatText(input.traits.format, input.traits.compression,
                                      input.traits.linkType)
                         : "not read");
         AddCell("On disk", input.isRegular ? SizeText(input.bytesOnDisk) : kNothing);
-        AddCell("Read", CountOr(isKnown, tally.recordsRead));
-        AddCell("Written", CountOr(isKnown, tally.recordsWritten),
-                [&] { AddMore(tally.copies, tally.copies == 1 ? "copy" : "copies"); });
-        AddLeftOut(CountOr(isKnown, tally.recordsLeftOut), tally.duplicates, tally.recordsOutside);
-        AddCell("Steps back", CountOr(isKnown, tally.stepsBack));
-        AddTimes(tally.earliest, tally.latest);
+        AddCell("Read", CountOr(isKnown, counts.recordsRead));
+        AddCell("Written", CountOr(isKnown, counts.recordsWritten),
+                [&] { AddMore(counts.copies, counts.copies == 1 ? "copy" : "copies"); });
+        AddLeftOut(CountOr(isKnown, counts.recordsLeftOut), counts.duplicates,
+                   counts.recordsOutside);
+        AddCell("Steps back", CountOr(isKnown, counts.stepsBack));
+        AddTimes(counts.earliest, counts.latest);
         const std::size_t problems = input.problems.CountWithoutNotes();
         AddProblemCount(problems, [&] {
             m_Html.AddLink(ProblemsId(number),

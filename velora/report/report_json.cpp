@@ -72,7 +72,7 @@ Json ProblemsOf(const exact::ProblemList& problems) {
 
 Json InputOf(const exact::InputName& name, const exact::InputReport& report) {
     const bool isCapture = report.isCapture;
-    const SourceCounts& tally = report.tally;
+    const SourceCounts& counts = report.counts;
     Json input = Json::object();
     PutText(input, "path", name.path);
     input["isStandardInput"] = name.isStandardInput;
@@ -81,17 +81,17 @@ Json InputOf(const exact::InputName& name, const exact::InputReport& report) {
     input["compression"] = isCapture ? Json(NameOf(report.traits.compression)) : Json(nullptr);
     PutLinkType(input, isCapture ? report.traits.linkType : std::nullopt);
     input["bytesOnDisk"] = report.isRegular ? Json(report.bytesOnDisk) : Json(nullptr);
-    input["recordsRead"] = tally.recordsRead;
-    input["recordsWritten"] = tally.recordsWritten;
-    input["recordsLeftOut"] = tally.recordsLeftOut;
-    input["recordsOutside"] = tally.recordsOutside;
-    input["duplicatesDropped"] = tally.duplicates;
-    input["copiesWritten"] = tally.copies;
-    input["firstTime"] = TimeOf(tally.earliest);
-    input["lastTime"] = TimeOf(tally.latest);
-    input["stepsBack"] = tally.stepsBack;
-    input["outOfPlace"] = tally.outOfPlace;
-    input["largestStepSeconds"] = SecondsOf(tally.largestStep);
+    input["recordsRead"] = counts.recordsRead;
+    input["recordsWritten"] = counts.recordsWritten;
+    input["recordsLeftOut"] = counts.recordsLeftOut;
+    input["recordsOutside"] = counts.recordsOutside;
+    input["duplicatesDropped"] = counts.duplicates;
+    input["copiesWritten"] = counts.copies;
+    input["firstTime"] = TimeOf(counts.earliest);
+    input["lastTime"] = TimeOf(counts.latest);
+    input["stepsBack"] = counts.stepsBack;
+    input["outOfPlace"] = counts.outOfPlace;
+    input["largestStepSeconds"] = SecondsOf(counts.largestStep);
     input["problems"] = ProblemsOf(report.problems);
     input["moreProblems"] = Json::object();  // all stand above; a reader may still ask
     return input;

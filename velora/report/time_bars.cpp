@@ -16,10 +16,10 @@ TimeAxis AxisOf(const exact::RunReport& report, TimeBars::Times times) {
     std::int64_t from = 0;
     std::int64_t to = 0;
     for (const exact::InputReport& input : report.inputs) {
-        if (input.tally.timeline == nullptr) {
+        if (input.counts.timeline == nullptr) {
             continue;
         }
-        const utils::TimeHistogram& histogram = (*input.tally.timeline).*times;
+        const utils::TimeHistogram& histogram = (*input.counts.timeline).*times;
         if (histogram.Total() > 0) {
             from = isFirst ? histogram.Earliest() : std::min(from, histogram.Earliest());
             to = isFirst ? histogram.Latest() : std::max(to, histogram.Latest());
@@ -73,8 +73,8 @@ TimeBars::Bar TimeBars::InputBar(const exact::InputName& name, const exact::Inpu
     bar.name = NameText(name);
     bar.isCapture = input.isCapture;
     bar.problems = &input.problems;
-    if (input.tally.timeline != nullptr) {
-        Fill(bar, (*input.tally.timeline).*times);
+    if (input.counts.timeline != nullptr) {
+        Fill(bar, (*input.counts.timeline).*times);
     }
     return bar;
 }
