@@ -187,18 +187,18 @@ TEST(ExactCommandLineTest, NamesWhatItHasChangedOnceAndInNoCopy) {
     PcapNgBuilder mixed = PcapNgBuilder(1, 6).Block(4, "").Interface(113, 0);
     mixed.Interface(1, 0, mixed.Option(14, std::string(8, '\xFF'))).PacketOf(2, 1, Frame(0x0800, 0xC0A80102, 0));
     mixed.Interface(1, 0, mixed.Option(9, "\x09")).PacketOf(3, 999, "f").PacketOf(1, 7, "k");
-    mixed.Packet(std::uint64_t{1} << 63U, "b");
+    mixed.Packet(std::uint64_t{1} << 63U, "b").Packet(std::uint64_t{1} << 63U, "b");
     for (const std::string mode : {"", "-squish10 "}) {
         const ExactRun run;
         run.directory.Write("in", mixed.Bytes());
         const ToolResult result = run.Exact(mode + "in -out x");
         EXPECT_EQ(result.exitStatus, 252) << result;
-        EXPECT_TRUE(TextOf(run.directory.Read("x")).ends_with("fb")) << result;
+        EXPECT_TRUE(TextOf(run.directory.Read("x")).ends_with("fbb")) << result;
         EXPECT_EQ(result.errors,
                   "seamtool: in: 1 record left out: link type 113 (Linux cooked) does not fit the output's, "
                   "1 (Ethernet)\n"
                   "seamtool: in: 1 record from before 1970: written with time 0\n"
-                  "seamtool: in: 1 record from 2106 or later: written with the last time that the output can hold\n"
+                  "seamtool: in: 2 records from 2106 or later: written with the last time that the output can hold\n"
                   "seamtool: in: 1 record with times finer than the output's microseconds: rounded down\n"
                   "seamtool: in: names, secrets or comments in it are not taken over\n");
     }
