@@ -43,6 +43,7 @@ TEST(ChooseForm, FollowsFromAllSourcesTogether) {
     CaptureTraits fine = Source(1, false);
     fine.isFinerThanMicroseconds = true;
     fine.snapLen = 300000;
+    fine.fcsBits = 0x24000000;
     const struct {
         const char* about;
         std::vector<CaptureTraits> in;
@@ -57,6 +58,10 @@ TEST(ChooseForm, FollowsFromAllSourcesTogether) {
          .format = capture::Format::kClassicNanoseconds,
          .linkType = 101,
          .snapLen = 300000},
+        {.about = "no record: nothing to say of frame check sequences",
+         .in = {fine},
+         .format = capture::Format::kClassicNanoseconds,
+         .snapLen = 300000},
         {.about = "short records were asked for", .in = {Source(1)}, .asked = 64, .snapLen = 64},
     };
     for (const auto& row : rows) {
@@ -66,6 +71,7 @@ TEST(ChooseForm, FollowsFromAllSourcesTogether) {
         const output::OutputForm form = ChooseForm(row.in, job);
         EXPECT_EQ(form.format, row.format);
         EXPECT_EQ(form.linkType, row.linkType);
+        EXPECT_EQ(form.fcsBits, 0U);
         EXPECT_EQ(form.snapLen, row.snapLen);
         EXPECT_EQ(form.mostBytes, row.asked > 0 ? row.asked : output::OutputForm().mostBytes);
     }
