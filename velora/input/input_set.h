@@ -34,7 +34,7 @@ class InputSet {
  public:
     // An input that is a capture.
     struct Source {
-        std::size_t file = 0;  // counts the files that were given
+        std::size_t file = 0;           // counts the files that were given
         capture::CaptureTraits traits;  // what it says of itself
     };
 
