@@ -19,6 +19,7 @@ namespace velora::capture {
 // What an interface description block says, as far as records depend on it. Small, since a section
 // may have 65536 different ones.
 struct InterfaceDescription {
+    // As the length of frame check sequences: it is not told.
     static constexpr std::uint8_t kNoFcsLength = 0xFF;
 
     std::uint64_t hash = 0;                 // of the whole of it, as Interface has it
