@@ -4,9 +4,8 @@
 // A source knows nothing of other sources or of the output. What its input has among the records
 // that is none (descriptions of interfaces) it gives out in between.
 //
-//     while (source.Advance() == RecordSource::Step::kRecord) {  // and kCarried, where that
-//     matters
-//         Use(source.Current());
+//     for (auto step = source.Advance(); step != Step::kEnd; step = source.Advance()) {
+//         step == Step::kRecord ? Use(source.Current()) : Note(source.Carried());
 //     }
 //
 // Records lie in runs, in blocks, in order for the most part: going on in a run costs a comparison,
