@@ -2,9 +2,7 @@
 // sources, numbered in the order of the inputs.
 //
 // Example:
-//     InputSet inputs(std::move(files), plan, options, bytesRead, [](std::size_t file, bool
-//     isSource,
-//                     const capture::Problem& problem) { … });
+//     InputSet inputs(std::move(files), plan, options, bytesRead, onProblem);
 //     for (std::uint32_t source = 0; source < inputs.Sources().size(); ++source) {
 //         while (const capture::RecordBlock* block = inputs.Take(source)) {
 //             Use(*block);
