@@ -34,18 +34,22 @@ RecordSource::Step ReorderWindow::Choose() {
         m_Older = TakeBlock();
         TakeNewer();
     }
-    while (m_Older.isThere && m_Older.cursor.AtEnd()) {
+    for (;;) {
+        // At once, block for block: a file may describe any number of interfaces.
+        if (m_Carried = m_Blocks.TakeDescribed(); !m_Carried.empty()) {
+            return Step::kCarried;
+        }
+        if (!m_Older.isThere) {
+            return Step::kEnd;
+        }
+        if (!m_Older.cursor.AtEnd()) {
+            break;
+        }
         m_Blocks.GiveBack();
         m_Older = std::exchange(m_Newer, {});
         if (m_Older.isThere) {
             TakeNewer();
         }
-    }
-    if (m_Carried = m_Blocks.TakeDescribed(); !m_Carried.empty()) {
-        return Step::kCarried;
-    }
-    if (!m_Older.isThere) {
-        return Step::kEnd;
     }
     const bool isNewerFirst = !m_IsAlone && !m_Newer.cursor.AtEnd() &&
                               m_Newer.cursor.Current().time < m_Older.cursor.Current().time;
