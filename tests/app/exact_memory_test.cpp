@@ -32,6 +32,9 @@ std::string EmptyPackets(bool areSimpleToo) {
 }
 
 TEST(ExactMemoryTest, IsBoundWhateverTheInputsHold) {
+    if (IS_SANITIZED) {
+        GTEST_SKIP() << "the sanitizers take memory of their own";
+    }
     std::string interfaces = PcapNgBuilder::Empty().Section().Bytes();
     interfaces += Repeated(PcapNgBuilder::Empty().Section().Interface(1, 0).Bytes().substr(interfaces.size()), 65536);
     const std::string packet = PcapNgBuilder().Packet(1, "x").Bytes();
@@ -69,8 +72,7 @@ TEST(ExactMemoryTest, IsBoundWhateverTheInputsHold) {
         const ToolResult result =
             run("--exact --quiet " + std::string(row.options) + Repeated("in ", row.times) + "-out /dev/null");
         EXPECT_TRUE(result.exitStatus == 0 || result.exitStatus == 252) << row.about << result;
-        EXPECT_TRUE(IS_SANITIZED || result.peakKilobytes <= row.mostMebibytes * 1024)
-            << row.about << ": " << result.peakKilobytes << " KiB";
+        EXPECT_LE(result.peakKilobytes, row.mostMebibytes * 1024) << row.about;
     }
 }
 

@@ -26,11 +26,13 @@ using Kind = codec::OutputOutcome::Kind;
 const std::string kContent = codec::Noise(3'300'000);  // space ahead is asked for twice
 
 // Writes the content in pieces to a new output, and finishes even after a failure, which has to be told again.
-// Threads that run meanwhile meet the faults, too.
+// Threads that run meanwhile meet the faults, too: where there are some, none is armed.
 codec::OutputOutcome Produce(
     const std::string& path, const char* faults = nullptr, const std::function<void()>& meanwhile = [] {}) {
     OutputFile output;
-    ArmFault(faults);
+    if (faults != nullptr) {
+        ArmFault(faults);
+    }
     codec::OutputOutcome outcome = output.Prepare(path);
     if (outcome.IsGood()) {
         meanwhile();
@@ -43,7 +45,7 @@ codec::OutputOutcome Produce(
         EXPECT_TRUE(outcome.IsGood() || outcome.text == finished.text);
         outcome = finished;
     }
-    EXPECT_EQ(ArmFault(nullptr) > 0, faults != nullptr) << "a fault is to be met";
+    EXPECT_TRUE(faults == nullptr || ArmFault(nullptr) > 0) << "a fault is to be met";
     return outcome;
 }
 
@@ -170,11 +172,15 @@ TEST(OutputFileTest, IsGoneWhenItIsGivenUp) {
 }
 
 // Reads to the end, or `most` bytes.
+// Not by a stream: under the thread sanitizer the opening of a FIFO by fopen waits for ever.
 std::string ReadUpTo(const std::string& path, std::size_t most) {
+    const MiscUtils::UniqueFd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     std::string got(most, '\0');
-    std::ifstream file(path, std::ios::binary);
-    file.read(got.data(), static_cast<std::streamsize>(most));
-    return got.substr(0, static_cast<std::size_t>(file.gcount()));
+    ssize_t count = 0;
+    for (ssize_t now = 1; now > 0 && count < std::ssize(got); count += std::max<ssize_t>(now, 0)) {
+        now = read(fd.Get(), got.data() + count, most - static_cast<std::size_t>(count));
+    }
+    return got.substr(0, static_cast<std::size_t>(count));
 }
 
 TEST(OutputFileTest, WritesAllToPipesAndSeesTheirReaderLeave) {
