@@ -7,7 +7,7 @@
 // out where it would have to wait for one that nobody has begun with.
 //
 // Example:
-//     ReadAhead ahead(std::move(files), options);
+//     ReadAhead ahead(std::move(files), plan, options, bytesRead);
 //     while (const RecordBlock* block = ahead.Take(0)) {
 //         Use(*block);
 //         ahead.GiveBack(0);
