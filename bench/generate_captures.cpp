@@ -21,6 +21,8 @@
 
 namespace {
 
+namespace classic = velora::formats::classic;
+
 constexpr std::array<std::uint32_t, 12> kFrameSizes = {64,  594, 64, 64,  1514, 64,
                                                        594, 64,  64, 594, 64,   594};
 
@@ -63,16 +65,16 @@ bool WriteCapture(const std::string& path, std::uint32_t records, std::uint32_t 
     std::mt19937 random(
         seed);  // its sequence is fixed by the standard, unlike that of distributions
     const std::string content = MakeContent(random);
-    const ClassicFormat::FileHeader header{ClassicFormat::kMagic, 2, 4, 0, 0, 65535, 1};
+    const classic::FileHeader header{classic::kMagic, 2, 4, 0, 0, 65535, 1};
     std::fwrite(&header, sizeof header, 1, file);
     std::uint64_t microseconds = 1'700'000'000'000'000 + random() % 40;
     std::array<char, 1514> frame{};
     for (std::uint32_t count = 0; count < records; ++count) {
         const std::uint32_t size = kFrameSizes[random() % kFrameSizes.size()];
         FillFrame(frame, size, content, random);
-        const ClassicFormat::RecordHeader record{
-            static_cast<std::int32_t>(microseconds / 1'000'000),
-            static_cast<std::int32_t>(microseconds % 1'000'000), size, size};
+        const classic::RecordHeader record{static_cast<std::int32_t>(microseconds / 1'000'000),
+                                           static_cast<std::int32_t>(microseconds % 1'000'000),
+                                           size, size};
         std::fwrite(&record, sizeof record, 1, file);
         std::fwrite(frame.data(), size, 1, file);
         microseconds += random() % 41;

@@ -15,6 +15,8 @@
 
 namespace {
 
+namespace classic = velora::formats::classic;
+
 std::array<char, 65536> payload;
 
 void WriteOrStop(int output, const void* bytes, std::size_t count) {
@@ -26,8 +28,8 @@ void WriteOrStop(int output, const void* bytes, std::size_t count) {
 
 template <typename Read>
 void Copy(Read read, int output) {
-    ClassicFormat::FileHeader skipped{};
-    ClassicFormat::RecordHeader header{};
+    classic::FileHeader skipped{};
+    classic::RecordHeader header{};
     read(&skipped, sizeof skipped);
     while (read(&header, sizeof header) && read(payload.data(), header.inclLen)) {
         WriteOrStop(output, &header, sizeof header);
@@ -39,7 +41,7 @@ void Copy(Read read, int output) {
 
 int main(int argc, char** argv) {
     const int output = open(argv[argc - 1], O_RDWR | O_CREAT | O_TRUNC, 0600);
-    const ClassicFormat::FileHeader header{ClassicFormat::kMagic, 2, 4, 0, 0, 65535, 1};
+    const classic::FileHeader header{classic::kMagic, 2, 4, 0, 0, 65535, 1};
     WriteOrStop(output, &header, sizeof header);
     for (int input = 1; input < argc - 1; ++input) {
         if (std::string_view(argv[input]).ends_with(".gz")) {

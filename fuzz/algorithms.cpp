@@ -20,7 +20,7 @@ using fuzz::Check;
 namespace {
 
 constexpr std::size_t kPrefix = 3;
-constexpr std::size_t kLibpcapLimit = ClassicFormat::kSnapLen;  // it cuts longer records
+constexpr std::size_t kLibpcapLimit = velora::formats::classic::kSnapLen;  // it cuts longer records
 
 void CheckRun(MergeJob& job, const std::vector<ModelInput>& inputs, Algorithm algorithm) {
     const bool isMerge = algorithm == Algorithm::Merge;

@@ -13,8 +13,8 @@
 #include "fuzz/fuzz_support.h"
 #include "tests/support/capture_builder.h"
 
-using ClassicFormat::FileHeader;
 using fuzz::Check;
+using velora::formats::classic::FileHeader;
 
 namespace {
 
@@ -31,23 +31,25 @@ Header HeaderAt(std::string_view bytes, std::size_t offset) {
 
 // The records are those that stand in the classic file `bytes`, up to the first that is not whole.
 void CheckClassic(const ModelInput& records, std::string_view bytes) {
-    const bool swap = HeaderAt<FileHeader>(bytes, 0).magic == ClassicFormat::kMagicSwapped;
+    const bool swap =
+        HeaderAt<FileHeader>(bytes, 0).magic == velora::formats::classic::kMagicSwapped;
     std::size_t offset = sizeof(FileHeader);
     const auto next = [&] {
-        const auto header = HeaderAt<ClassicFormat::RecordHeader>(bytes, offset);
+        const auto header = HeaderAt<velora::formats::classic::RecordHeader>(bytes, offset);
         offset += sizeof header;
         return swap ? Swapped(header) : header;
     };
     for (const ModelRecord& record : records) {
-        Check(bytes.size() - offset >= sizeof(ClassicFormat::RecordHeader), "a header was there");
-        const ClassicFormat::RecordHeader header = next();
+        Check(bytes.size() - offset >= sizeof(velora::formats::classic::RecordHeader),
+              "a header was there");
+        const velora::formats::classic::RecordHeader header = next();
         Check(header.tsSec == record.sec && header.tsUsec == record.usec &&
                   header.origLen == record.origLen && header.inclLen == record.data.size(),
               "a record's header is the file's");
         Check(bytes.substr(offset, header.inclLen) == record.data, "its bytes are the file's");
         offset += header.inclLen;
     }
-    if (bytes.size() - offset < sizeof(ClassicFormat::RecordHeader)) {
+    if (bytes.size() - offset < sizeof(velora::formats::classic::RecordHeader)) {
         return;
     }
     const std::size_t length = next().inclLen;
@@ -95,7 +97,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const ModelInput records = fuzz::ReadRecords(input);
     static_cast<void>(input.ReadRecordTimestamp());
     if (bytes.size() >= sizeof(FileHeader) && (isCompressed || !(kGzip || kBzip2))) {
-        if (HeaderAt<FileHeader>(bytes, 0).magic == ClassicFormat::kMagicPcapNg) {
+        if (HeaderAt<FileHeader>(bytes, 0).magic == velora::formats::classic::kMagicPcapNg) {
             CheckPcapNg(records, path);
         } else {
             CheckClassic(records, bytes);

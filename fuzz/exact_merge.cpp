@@ -64,7 +64,9 @@ Expectation Expect(const std::vector<std::string>& files, bool isSquish) {
         if (!read.isCapture) {
             continue;
         }
-        declared = hasCapture ? declared : read.traits.linkType.value_or(LinkType::kEthernet);
+        declared = hasCapture
+                       ? declared
+                       : read.traits.linkType.value_or(velora::formats::link_type::kEthernet);
         hasCapture = true;
         snapLen = std::max(snapLen, read.traits.snapLen);
         expected.unit = read.traits.isFinerThanMicroseconds ? 1 : expected.unit;

@@ -73,8 +73,8 @@ ModelInput ReadRecords(CImpex_Libpcap& input) {
     PacketHeader* header = nullptr;
     std::uint8_t* data = nullptr;
     while (input.ReadNext(&header, &data)) {
-        const HeaderBlock ownedHeader(header);
-        const DataBlock ownedData(data);
+        const velora::impex::HeaderBlock ownedHeader(header);
+        const velora::impex::DataBlock ownedData(data);
         records.push_back({static_cast<std::int32_t>(header->ts.tv_sec),
                            static_cast<std::int32_t>(header->ts.tv_usec), header->len,
                            std::string(reinterpret_cast<const char*>(data), header->caplen)});

@@ -16,8 +16,9 @@ int main(int argc, char** argv) {
     PacketHeader* nextHeader = nullptr;
     std::uint8_t* nextData = nullptr;
     while (input.ReadNext(&nextHeader, &nextData)) {
-        const HeaderBlock header(nextHeader);  // both blocks are released with these owners
-        const DataBlock data(nextData);
+        const velora::impex::HeaderBlock header(
+            nextHeader);  // both blocks are released with these owners
+        const velora::impex::DataBlock data(nextData);
         if (header->len > 100) {
             output.WriteRecord(header.get(), sizeof *header, data.get(), header->caplen);
         }

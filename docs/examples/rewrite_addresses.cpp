@@ -25,7 +25,8 @@ int main() {
     std::vector<std::uint8_t> packet(captured.begin(), captured.end());
     Show(packet);
 
-    const auto rewrite = velora::packet::AddressRewrite::Plan(LinkType::kRawIp, packet);
+    const auto rewrite =
+        velora::packet::AddressRewrite::Plan(velora::formats::link_type::kRawIp, packet);
     if (!rewrite) {
         return 1;  // no IPv4
     }

@@ -26,8 +26,8 @@ std::vector<PacketHeader> ReadAll(CImpex_Libpcap& input) {
             EXPECT_TRUE(header == &keptHeader && data == &keptByte);
             return headers;
         }
-        const HeaderBlock ownedHeader(header);
-        const DataBlock ownedData(data);
+        const velora::impex::HeaderBlock ownedHeader(header);
+        const velora::impex::DataBlock ownedData(data);
         headers.push_back(*header);
     }
 }
@@ -55,7 +55,8 @@ void CheckInput(const std::string& file, const std::string& bytes, std::size_t r
 
 // Cuts a capture of either byte order behind the header of its first record. `refusal` is what is logged of it, if
 // it is not taken for one that can be read.
-void CheckFirst(std::uint32_t linkType, const ClassicFormat::RecordHeader& first, const std::string& refusal) {
+void CheckFirst(std::uint32_t linkType, const velora::formats::classic::RecordHeader& first,
+                const std::string& refusal) {
     SCOPED_TRACE(testing::Message() << "link type " << linkType << ", record " << first.tsSec << "." << first.tsUsec
                                     << " " << first.inclLen << "/" << first.origLen);
     for (const bool isBig : {false, true}) {
@@ -68,7 +69,7 @@ void CheckFirst(std::uint32_t linkType, const ClassicFormat::RecordHeader& first
 
 TEST(OpenInputTest, ChecksTheFirstRecord) {
     // Columns: seconds, microseconds, captured and original length; and the code of the refusal, 0 for none.
-    const std::pair<ClassicFormat::RecordHeader, int> rows[] = {
+    const std::pair<velora::formats::classic::RecordHeader, int> rows[] = {
         {{0, 0, 60, 60}, 0},       {{0, 0, 61, 60}, 1},         {{0, 0, ~0U, 60}, 1},      {{0, 0, 96, 1514}, 0},
         {{-1, 0, 60, 60}, 2},      {{INT32_MIN, 0, 60, 60}, 2}, {{INT32_MAX, 0, 1, 1}, 0}, {{0, 1000000, 60, 60}, 0},
         {{0, 1000001, 60, 60}, 2}, {{0, -1, 60, 60}, 0},        {{0, 0, 65535, 65535}, 4}, {{0, 0, 65536, 65536}, 3},
@@ -86,7 +87,7 @@ TEST(OpenInputTest, AcceptsFiveLinkTypes) {
     for (const std::uint32_t type :
          {2U, 11U, 13U, 100U, 102U, 105U, 112U, 114U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
         const std::string shown = std::to_string(static_cast<std::int32_t>(type));
-        const ClassicFormat::RecordHeader corrupted{-1, 0, 61, 60};  // and not looked at
+        const velora::formats::classic::RecordHeader corrupted{-1, 0, 61, 60};  // and not looked at
         CheckFirst(type, corrupted, "Unsupported link type found " + shown + " (must be ip,ethernet,linuxsll)");
     }
 }

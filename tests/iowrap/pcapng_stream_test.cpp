@@ -39,7 +39,7 @@ TEST(PcapNgStreamTest, DeliversEachPacketOnceAsAClassicRecordInMicroseconds) {
         EXPECT_TRUE(stream.IsEOF());
         EXPECT_FALSE(stream.Read(buffer.data(), 1)) << "a packet is delivered once";
         EXPECT_GE(stream.Prefetch(), 0);
-        ClassicFormat::RecordHeader header{};
+        velora::formats::classic::RecordHeader header{};
         EXPECT_TRUE(stream.Read(&header, sizeof header));
         EXPECT_FALSE(stream.IsEOF()) << "a payload is pending, be it empty";
         buffer.fill('-');

@@ -160,7 +160,7 @@ std::optional<Problem> BlockReader::ChooseFramer(const RecordBlock& block) {
     if (bytes.size() >= kMagicSize) {
         std::memcpy(&magic, bytes.data(), sizeof magic);
     }
-    if (magic == PcapNgFormat::kSectionHeader) {
+    if (magic == formats::pcapng::kSectionHeader) {
         m_Framer = std::make_unique<PcapNgFramer>(m_Options.keepsAllLinkTypes);
     } else if (ClassicFramer::IsMagic(magic)) {
         m_Framer = std::make_unique<ClassicFramer>();

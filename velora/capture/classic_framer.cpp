@@ -10,9 +10,7 @@
 namespace velora::capture {
 namespace {
 
-using ClassicFormat::FileHeader;
-using ClassicFormat::RecordHeader;
-using ClassicFormat::Swapped;
+using namespace formats::classic;
 using utils::kNanosecondsPerSecond;
 
 constexpr std::size_t kModifiedHeaderSize = 24;
@@ -20,8 +18,7 @@ constexpr std::size_t kModifiedHeaderSize = 24;
 }  // namespace
 
 bool ClassicFramer::IsMagic(std::uint32_t magic) {
-    for (const std::uint32_t known :
-         {ClassicFormat::kMagic, ClassicFormat::kMagicNanoseconds, ClassicFormat::kMagicModified}) {
+    for (const std::uint32_t known : {kMagic, kMagicNanoseconds, kMagicModified}) {
         if (magic == known || magic == Swapped(known)) {
             return true;
         }
@@ -37,10 +34,10 @@ void ClassicFramer::ReadFileHeader(const std::uint8_t* bytes) {
         header = Swapped(header);
     }
     m_Traits.format = Format::kClassicMicroseconds;
-    if (header.magic == ClassicFormat::kMagicNanoseconds) {
+    if (header.magic == kMagicNanoseconds) {
         m_Traits.format = Format::kClassicNanoseconds;
         m_NanosecondsPerUnit = 1;
-    } else if (header.magic == ClassicFormat::kMagicModified) {
+    } else if (header.magic == kMagicModified) {
         m_Traits.format = Format::kClassicModified;
         m_HeaderSize = kModifiedHeaderSize;
     }
@@ -50,12 +47,13 @@ void ClassicFramer::ReadFileHeader(const std::uint8_t* bytes) {
         m_Lengths = Lengths::kSmallerIsCaptured;
     }
     m_Interface.snapLen = header.snapLen;
-    m_Interface.linkType = LinkType::Canonical(header.linkType & LinkType::kTypeMask);
-    m_Interface.fcsLength = LinkType::FcsLengthOf(header.linkType);
+    m_Interface.linkType =
+        formats::link_type::Canonical(header.linkType & formats::link_type::kTypeMask);
+    m_Interface.fcsLength = formats::link_type::FcsLengthOf(header.linkType);
     m_Interface.isFinerThanMicroseconds = m_NanosecondsPerUnit == 1;
     m_LargestLength = LargestLength(m_Interface.snapLen, m_Interface.linkType);
     m_Traits.linkType = m_Interface.linkType;
-    m_Traits.fcsBits = header.linkType & LinkType::kFcsMask;
+    m_Traits.fcsBits = header.linkType & formats::link_type::kFcsMask;
     m_Traits.tellsFcsLength = m_Interface.fcsLength.has_value();
     m_Traits.snapLen = m_Interface.snapLen;
     m_Traits.isFinerThanMicroseconds = m_Interface.isFinerThanMicroseconds;

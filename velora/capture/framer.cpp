@@ -28,7 +28,8 @@ const char* NameOf(Format format) {
 }
 
 std::uint32_t Framer::LargestLength(std::uint32_t snapLen, std::uint32_t linkType) {
-    const bool isLong = linkType == LinkType::kDbus || linkType == LinkType::kUsbPcap;
+    const bool isLong =
+        linkType == formats::link_type::kDbus || linkType == formats::link_type::kUsbPcap;
     return isLong ? kLargest : std::min(std::max(kUsualLargest, snapLen), kLargest);
 }
 

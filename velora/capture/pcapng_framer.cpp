@@ -14,7 +14,7 @@
 namespace velora::capture {
 namespace {
 
-using namespace PcapNgFormat;
+using namespace formats::pcapng;
 
 constexpr std::size_t kBlockStart = 8;      // type and length
 constexpr std::size_t kSectionStart = 12;   // and the byte-order magic
@@ -201,7 +201,7 @@ std::string PcapNgFramer::ReadInterface(const BlockAt& at, RecordBlock& block) {
         }
     }
     description.linkType = static_cast<std::uint16_t>(
-        LinkType::Canonical(Get<std::uint16_t>(at.start + kLinkTypeOffset)));
+        formats::link_type::Canonical(Get<std::uint16_t>(at.start + kLinkTypeOffset)));
     description.snapLen = Get<std::uint32_t>(at.start + kSnapLenOffset);
     description.hash =
         XXH3_64bits_withSeed(at.start + kBlockStart, at.length - kSmallestBlock, utils::HashSeed());
@@ -218,7 +218,7 @@ void PcapNgFramer::NoteTraits(const Interface& described) {
         return;
     }
     const bool isFirst = !m_Traits.linkType;
-    const std::uint32_t fcsBits = LinkType::FcsBitsOf(described.fcsLength);
+    const std::uint32_t fcsBits = formats::link_type::FcsBitsOf(described.fcsLength);
     m_Traits.fcsBits = isFirst || m_Traits.fcsBits == fcsBits ? fcsBits : 0;
     m_Traits.tellsFcsLength |= described.fcsLength.has_value();
     m_Traits.linkType = m_Traits.linkType.value_or(described.linkType);

@@ -49,7 +49,8 @@ output::OutputForm ChooseForm(std::span<const CaptureTraits> sources, const Exac
     output::OutputForm form;
     form.format = FormatFor(sources, job.format);
     form.cutsFinerTimes = job.format == OutputFormat::kPcap;
-    form.linkType = sources[LeadingSource(sources)].linkType.value_or(LinkType::kEthernet);
+    form.linkType =
+        sources[LeadingSource(sources)].linkType.value_or(formats::link_type::kEthernet);
     form.fcsBits = CommonFcsBits(sources);
     form.snapLen = kLeastSnapLen;
     for (const CaptureTraits& source : sources) {

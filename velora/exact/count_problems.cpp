@@ -25,8 +25,8 @@ std::vector<Problem> ProblemsOf(const output::SourceCounts& counts,
         }
     };
     add(ProblemKind::kLeftOut, counts.recordsLeftOut,
-        "left out: link type " + LinkType::Shown(counts.leftOutLinkType) +
-            " does not fit the output's, " + LinkType::Shown(form.linkType));
+        "left out: link type " + formats::link_type::Shown(counts.leftOutLinkType) +
+            " does not fit the output's, " + formats::link_type::Shown(form.linkType));
     add(ProblemKind::kOutOfPlace, counts.outOfPlace,
         "out of place: written behind records that are later by up to " +
             utils::SecondsText(counts.largestStep));

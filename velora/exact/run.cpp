@@ -78,11 +78,11 @@ bool ExactRun::FitIntoForm() {
     if (!misfit) {
         return true;
     }
-    std::string text = "its link type is " + LinkType::Shown(*traits[*misfit].linkType);
+    std::string text = "its link type is " + formats::link_type::Shown(*traits[*misfit].linkType);
     if (!m_Form.IsPcapNg()) {
         const std::size_t leading = m_Inputs.inputOf[LeadingSource(traits)];
         text += ", that of " + NameOf(m_Job.inputs[leading]) + " is " +
-                LinkType::Shown(m_Form.linkType);
+                formats::link_type::Shown(m_Form.linkType);
     }
     m_Findings.AddProblem(m_Inputs.inputOf[*misfit], {ProblemKind::kLeftOut, text, 0, 0});
     m_Findings.AddNothingToWrite(

@@ -13,7 +13,7 @@
 
 #include "velora/formats/byte_order.h"
 
-namespace ClassicFormat {
+namespace velora::formats::classic {
 
 // The magic number as a little-endian machine reads it.
 inline constexpr std::uint32_t kMagic = 0xA1B2C3D4;
@@ -52,7 +52,7 @@ struct RecordHeader {
 };
 static_assert(sizeof(RecordHeader) == 16);
 
-using velora::formats::Swapped;
+using formats::Swapped;
 
 // A header of the other byte order, each field reversed within itself.
 constexpr FileHeader Swapped(const FileHeader& header) {
@@ -67,4 +67,4 @@ constexpr RecordHeader Swapped(const RecordHeader& header) {
             Swapped(header.origLen)};
 }
 
-}  // namespace ClassicFormat
+}  // namespace velora::formats::classic

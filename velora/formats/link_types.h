@@ -9,7 +9,7 @@
 #include <string>
 #include <utility>
 
-namespace LinkType {
+namespace velora::formats::link_type {
 
 inline constexpr std::uint32_t kBsdLoopback = 0;  // address family (4 bytes, writer's byte order)
 inline constexpr std::uint32_t kEthernet = 1;     // a MAC header
@@ -88,4 +88,4 @@ constexpr std::uint32_t Canonical(std::uint32_t linkType) {
     return std::to_string(linkType);
 }
 
-}  // namespace LinkType
+}  // namespace velora::formats::link_type

@@ -10,7 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace PcapNgFormat {
+namespace velora::formats::pcapng {
 
 // Block types.
 inline constexpr std::uint32_t kSectionHeader = 0x0A0D0D0A;  // the same in both byte orders
@@ -45,4 +45,4 @@ inline constexpr std::uint16_t kFcsLength = 13;
 inline constexpr std::uint16_t kTimestampOffset = 14;           // 8 bytes, seconds, signed
 inline constexpr std::uint8_t kDefaultTimestampResolution = 6;  // microseconds
 
-}  // namespace PcapNgFormat
+}  // namespace velora::formats::pcapng

@@ -14,10 +14,11 @@
 #include "velora/logging/logger.h"
 #include "velora/utils/errno_text.h"
 
-using ClassicFormat::FileHeader;
 using MiscUtils::ErrnoText;
 using VeloLogger::GlobalLogger;
 namespace Level = VeloLogger::Level;
+namespace classic = velora::formats::classic;
+using classic::FileHeader;
 
 namespace {
 
@@ -77,19 +78,19 @@ bool CImpex_Libpcap::OpenInput(const std::string& path) {
         return false;
     }
     switch (header.magic) {
-        case ClassicFormat::kMagic:
+        case classic::kMagic:
             GlobalLogger.Info("Playing Little Endian (Most common type)  TCP Dump file");
             m_Swap = false;
             break;
-        case ClassicFormat::kMagicSwapped:
+        case classic::kMagicSwapped:
             GlobalLogger.Info("Playing Big Endian TCP Dump file");
             m_Swap = true;
             header = Swapped(header);
             break;
-        case ClassicFormat::kMagicPcapNg:
+        case classic::kMagicPcapNg:
             GlobalLogger.Info("Found a PCAP NG file - Switching IOWrap to PCAPNG");
             m_Swap = false;
-            header.linkType = ClassicFormat::kLinkTypeEthernet;  // whatever the file declares
+            header.linkType = classic::kLinkTypeEthernet;  // whatever the file declares
             if (!OpenPcapNg(path)) {
                 return false;
             }
@@ -133,7 +134,7 @@ bool CImpex_Libpcap::CheckLinkType() const {
 
 bool CImpex_Libpcap::CheckFirstRecord() {
     m_pIOWrap->Prefetch();
-    ClassicFormat::RecordHeader first{};
+    classic::RecordHeader first{};
     if (!ReadRecordHeader(first)) {
         return true;  // no record to be found implausible
     }
@@ -162,7 +163,7 @@ void CImpex_Libpcap::Rewind(const std::string& path) {
     }
 }
 
-bool CImpex_Libpcap::ReadRecordHeader(ClassicFormat::RecordHeader& header) {
+bool CImpex_Libpcap::ReadRecordHeader(classic::RecordHeader& header) {
     if (!m_pIOWrap->Read(&header, sizeof header)) {
         return false;
     }
@@ -172,7 +173,7 @@ bool CImpex_Libpcap::ReadRecordHeader(ClassicFormat::RecordHeader& header) {
     return true;
 }
 
-bool CImpex_Libpcap::ReadPayload(DataBlock& data, std::uint32_t length) {
+bool CImpex_Libpcap::ReadPayload(velora::impex::DataBlock& data, std::uint32_t length) {
     data.reset(static_cast<std::uint8_t*>(scalable_malloc(length)));
     int error = ENOMEM;
     if (data) {
@@ -194,7 +195,7 @@ bool CImpex_Libpcap::ReadNext(PacketHeader** header, std::uint8_t** data) {
         return false;
     }
     m_pIOWrap->Prefetch();
-    ClassicFormat::RecordHeader record{};
+    classic::RecordHeader record{};
     if (!ReadRecordHeader(record)) {
         if (m_pIOWrap->IsEOF()) {
             *GlobalLogger.Stream(Level::kInfo) << "Reached EOF for this IOW "
@@ -204,7 +205,7 @@ bool CImpex_Libpcap::ReadNext(PacketHeader** header, std::uint8_t** data) {
         }
         return false;
     }
-    DataBlock payload;
+    velora::impex::DataBlock payload;
     if (!ReadPayload(payload, record.inclLen)) {
         return false;
     }
@@ -224,7 +225,7 @@ bool CImpex_Libpcap::ReadNext(PacketHeader** header, std::uint8_t** data) {
 }
 
 std::uint64_t CImpex_Libpcap::ReadRecordTimestamp() {
-    ClassicFormat::RecordHeader record{};
+    classic::RecordHeader record{};
     if (!m_pIOWrap || !ReadRecordHeader(record)) {
         return kNoTimestamp;
     }

@@ -11,6 +11,7 @@
 
 using VeloLogger::GlobalLogger;
 namespace Level = VeloLogger::Level;
+namespace classic = velora::formats::classic;
 
 bool CImpex_Libpcap::OpenOutput(const std::string& path) {
     const int descriptor = open64(path.c_str(), O_RDWR | O_CREAT | O_TRUNC, S_IRUSR | S_IWUSR);
@@ -20,13 +21,13 @@ bool CImpex_Libpcap::OpenOutput(const std::string& path) {
                            path.c_str(), error);
         return false;
     }
-    const ClassicFormat::FileHeader header{.magic = ClassicFormat::kMagic,
-                                           .versionMajor = ClassicFormat::kVersionMajor,
-                                           .versionMinor = ClassicFormat::kVersionMinor,
-                                           .thisZone = 0,
-                                           .sigFigs = 0,
-                                           .snapLen = ClassicFormat::kSnapLen,
-                                           .linkType = static_cast<std::uint32_t>(m_LinkType)};
+    const classic::FileHeader header{.magic = classic::kMagic,
+                                     .versionMajor = classic::kVersionMajor,
+                                     .versionMinor = classic::kVersionMinor,
+                                     .thisZone = 0,
+                                     .sigFigs = 0,
+                                     .snapLen = classic::kSnapLen,
+                                     .linkType = static_cast<std::uint32_t>(m_LinkType)};
     if (write(descriptor, &header, sizeof header) != ssize_t{sizeof header}) {
         GlobalLogger.Error("Cant write pcap file header");
         close(descriptor);
@@ -38,11 +39,10 @@ bool CImpex_Libpcap::OpenOutput(const std::string& path) {
 
 bool CImpex_Libpcap::WriteRecord(const PacketHeader* header, std::uint32_t /*headerSize*/,
                                  const std::uint8_t* data, std::uint32_t dataLength) {
-    const ClassicFormat::RecordHeader record{
-        .tsSec = static_cast<std::int32_t>(header->ts.tv_sec),
-        .tsUsec = static_cast<std::int32_t>(header->ts.tv_usec),
-        .inclLen = header->caplen,
-        .origLen = header->len};
+    const classic::RecordHeader record{.tsSec = static_cast<std::int32_t>(header->ts.tv_sec),
+                                       .tsUsec = static_cast<std::int32_t>(header->ts.tv_usec),
+                                       .inclLen = header->caplen,
+                                       .origLen = header->len};
     if (!WriteOnce(&record, sizeof record) || !WriteOnce(data, dataLength)) {
         return false;
     }

@@ -9,8 +9,8 @@
 //         PacketHeader* header;
 //         std::uint8_t* data;
 //         while (input.ReadNext(&header, &data)) {
-//             HeaderBlock ownedHeader(header);
-//             DataBlock ownedData(data);
+//             velora::impex::HeaderBlock ownedHeader(header);
+//             velora::impex::DataBlock ownedData(data);
 //             ...
 //
 // Every failure is a false result and a line of VeloLogger::GlobalLogger; nothing is thrown but
@@ -30,7 +30,7 @@
 class CImpex_Libpcap {
  public:
     // For reading, or for an output that declares Ethernet.
-    CImpex_Libpcap() : CImpex_Libpcap(ClassicFormat::kLinkTypeEthernet) {}
+    CImpex_Libpcap() : CImpex_Libpcap(velora::formats::classic::kLinkTypeEthernet) {}
     // For an output that declares `linkType`.
     explicit CImpex_Libpcap(std::uint32_t linkType);
     // Closes the input and the output.
@@ -85,8 +85,8 @@ class CImpex_Libpcap {
     bool CheckLinkType() const;
     bool CheckFirstRecord();
     void Rewind(const std::string& path);
-    bool ReadRecordHeader(ClassicFormat::RecordHeader& header);
-    bool ReadPayload(DataBlock& data, std::uint32_t length);
+    bool ReadRecordHeader(velora::formats::classic::RecordHeader& header);
+    bool ReadPayload(velora::impex::DataBlock& data, std::uint32_t length);
     bool WriteOnce(const void* bytes, std::uint32_t count) const;
 
     std::int32_t m_LinkType;

@@ -23,6 +23,8 @@ bool InputCursor::Advance() {
     return true;
 }
 
+namespace velora::impex {
+
 MiscUtils::TournamentTree OrderOf(const std::vector<InputCursor>& cursors,
                                   std::int64_t (*key)(const InputCursor& cursor)) {
     std::vector<std::optional<std::int64_t>> keys;
@@ -61,3 +63,5 @@ void LogDone(const MergeJob& job) {
     *GlobalLogger.Stream(Level::kDebug) << "Impex(PCAP) Merger: Done pkts=" << job.packetsWritten
                                         << " bytes=" << job.bytesWritten << " f=" << job.outputPath;
 }
+
+}  // namespace velora::impex

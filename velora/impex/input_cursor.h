@@ -20,8 +20,8 @@
 
 struct InputCursor {
     std::unique_ptr<CImpex_Libpcap> reader;  // open
-    HeaderBlock header;                      // of the next record to write
-    DataBlock data;                          // its header->caplen captured bytes
+    velora::impex::HeaderBlock header;       // of the next record to write
+    velora::impex::DataBlock data;           // its header->caplen captured bytes
     std::string path;                        // as the command line has it
 
     // The squish's own; zero in a merge.
@@ -36,6 +36,8 @@ struct InputCursor {
     void Close() { reader.reset(); }
 };
 
+namespace velora::impex {
+
 // The tree of the cursors' next records: `key` gives the number that orders them.
 [[nodiscard]] MiscUtils::TournamentTree OrderOf(const std::vector<InputCursor>& cursors,
                                                 std::int64_t (*key)(const InputCursor& cursor));
@@ -49,3 +51,5 @@ struct InputCursor {
 // The log lines for a finished input and for a finished run. The squish uses the merger's wording.
 void LogEndOfInput(const InputCursor& cursor);
 void LogDone(const MergeJob& job);
+
+}  // namespace velora::impex

@@ -2,6 +2,6 @@
 
 #include <tbb/scalable_allocator.h>
 
-void ScalableFree::operator()(void* block) const noexcept {
+void velora::impex::ScalableFree::operator()(void* block) const noexcept {
     scalable_free(block);
 }

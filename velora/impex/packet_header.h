@@ -19,6 +19,8 @@ struct PacketHeader {
 };
 static_assert(sizeof(PacketHeader) == 24);
 
+namespace velora::impex {
+
 // Gives a block back to the scalable allocator.
 struct ScalableFree {
     // `block` is not null.
@@ -28,3 +30,5 @@ struct ScalableFree {
 // The owners of a record's two blocks.
 using HeaderBlock = std::unique_ptr<PacketHeader, ScalableFree>;
 using DataBlock = std::unique_ptr<std::uint8_t[], ScalableFree>;
+
+}  // namespace velora::impex

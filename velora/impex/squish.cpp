@@ -105,17 +105,18 @@ bool Squish(MergeJob& job, int extraCopies) {
             << "Impex(PCAP) Squisher: Unable to open output file " << job.outputPath;
         return false;
     }
-    std::vector<InputCursor> cursors = OpenInputs(job.inputPaths, [](const std::string& path) {
-        *GlobalLogger.Stream(Level::kInfo)
-            << "Impex(PCAP) Squisher: Skipping empty PCAP - file header only " << path;
-    });
+    std::vector<InputCursor> cursors =
+        velora::impex::OpenInputs(job.inputPaths, [](const std::string& path) {
+            *GlobalLogger.Stream(Level::kInfo)
+                << "Impex(PCAP) Squisher: Skipping empty PCAP - file header only " << path;
+        });
     for (InputCursor& cursor : cursors) {
         cursor.currentTime = cursor.startTime = RawTime(*cursor.header);
     }
     // Without a usable input there is no time to start from: at() throws, and nobody catches.
     const TimeVal32 baseTime = cursors.at(0).startTime;
 
-    MiscUtils::TournamentTree heads = OrderOf(cursors, Key);
+    MiscUtils::TournamentTree heads = velora::impex::OrderOf(cursors, Key);
     while (!heads.Empty()) {
         InputCursor& chosen = cursors[heads.Winner()];
         WriteSquished(writer, chosen, baseTime, extraCopies, job);
@@ -123,12 +124,12 @@ bool Squish(MergeJob& job, int extraCopies) {
             AdvanceTime(chosen, RawTime(*chosen.header));
             heads.Replace(Key(chosen));
         } else {
-            LogEndOfInput(chosen);
+            velora::impex::LogEndOfInput(chosen);
             std::printf("EOF on %s, bye ! \n", chosen.path.c_str());
             chosen.Close();
             heads.Remove();
         }
     }
-    LogDone(job);
+    velora::impex::LogDone(job);
     return true;
 }

@@ -20,9 +20,9 @@ bool Merge(MergeJob& job) {
             << "Impex(PCAP) Merger: Unable to open output file " << job.outputPath;
         return false;
     }
-    std::vector<InputCursor> cursors = OpenInputs(job.inputPaths, nullptr);
+    std::vector<InputCursor> cursors = velora::impex::OpenInputs(job.inputPaths, nullptr);
 
-    MiscUtils::TournamentTree heads = OrderOf(cursors, Key);
+    MiscUtils::TournamentTree heads = velora::impex::OrderOf(cursors, Key);
     while (!heads.Empty()) {
         InputCursor& chosen = cursors[heads.Winner()];
         const std::uint32_t capturedLength = chosen.header->caplen;
@@ -33,11 +33,11 @@ bool Merge(MergeJob& job) {
         if (chosen.Advance()) {
             heads.Replace(Key(chosen));
         } else {
-            LogEndOfInput(chosen);
+            velora::impex::LogEndOfInput(chosen);
             chosen.Close();
             heads.Remove();
         }
     }
-    LogDone(job);
+    velora::impex::LogDone(job);
     return true;
 }

@@ -43,7 +43,7 @@ class CIOWrap_PcapNG : public CIOWrap {
  private:
     pcap_t* m_pPcap = nullptr;
     pcap_pkthdr* m_pHeader = nullptr;  // the mark of a pending header; libpcap's memory
-    ClassicFormat::RecordHeader m_Header{};
+    velora::formats::classic::RecordHeader m_Header{};
     const unsigned char* m_pData = nullptr;  // the mark of a pending payload; libpcap's memory
     std::uint32_t m_Available = 0;           // bytes at m_pData: 0 once libpcap has freed them
 };

@@ -8,6 +8,7 @@ namespace velora::output {
 
 namespace {
 
+namespace pcapng = formats::pcapng;
 using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::uint8_t kNanoseconds = 9;  // powers of ten
@@ -28,7 +29,7 @@ void PutOption(Bytes& bytes, std::uint16_t code, std::string_view value) {
 }
 
 Bytes Block(std::uint32_t type, const Bytes& body) {
-    const auto length = static_cast<std::uint32_t>(PcapNgFormat::kSmallestBlock + body.size());
+    const auto length = static_cast<std::uint32_t>(pcapng::kSmallestBlock + body.size());
     Bytes block;
     Put(block, type);
     Put(block, length);
@@ -41,11 +42,11 @@ Bytes Block(std::uint32_t type, const Bytes& body) {
 
 Bytes PcapNgEncoder::SectionHeader() {
     Bytes body;
-    Put(body, PcapNgFormat::kByteOrderMagic);
-    Put(body, PcapNgFormat::kVersionMajor);
+    Put(body, pcapng::kByteOrderMagic);
+    Put(body, pcapng::kVersionMajor);
     Put(body, std::uint16_t{0});
     body.resize(body.size() + 8, 0xFF);  // the section's length is not told
-    return Block(PcapNgFormat::kSectionHeader, body);
+    return Block(pcapng::kSectionHeader, body);
 }
 
 std::optional<Bytes> PcapNgEncoder::InterfaceDescription(std::uint32_t linkType,
@@ -60,16 +61,16 @@ std::optional<Bytes> PcapNgEncoder::InterfaceDescription(std::uint32_t linkType,
     Put(body, std::uint16_t{0});
     Put(body, snapLen);
     if (!name.empty()) {
-        PutOption(body, PcapNgFormat::kInterfaceName, name.substr(0, kMost16));
+        PutOption(body, pcapng::kInterfaceName, name.substr(0, kMost16));
     }
     const char resolution = kNanoseconds;
-    PutOption(body, PcapNgFormat::kTimestampResolution, {&resolution, 1});
+    PutOption(body, pcapng::kTimestampResolution, {&resolution, 1});
     if (fcsLength) {
         const auto length = static_cast<char>(*fcsLength);
-        PutOption(body, PcapNgFormat::kFcsLength, {&length, 1});
+        PutOption(body, pcapng::kFcsLength, {&length, 1});
     }
-    PutOption(body, PcapNgFormat::kEndOfOptions, {});
-    return Block(PcapNgFormat::kInterfaceDescription, body);
+    PutOption(body, pcapng::kEndOfOptions, {});
+    return Block(pcapng::kInterfaceDescription, body);
 }
 
 }  // namespace velora::output

@@ -28,7 +28,7 @@ using formats::LittleEndian;
 class PcapNgEncoder {
  public:
     // What stands in front of the captured bytes of a record, and the most that stands behind.
-    static constexpr std::size_t kHeadSize = PcapNgFormat::kPacketDataOffset;
+    static constexpr std::size_t kHeadSize = formats::pcapng::kPacketDataOffset;
     static constexpr std::size_t kMostTail = 3 + sizeof(std::uint32_t);
 
     // What the file begins with.
@@ -54,7 +54,7 @@ class PcapNgEncoder {
                                                std::uint32_t originalLength) {
         const auto held = static_cast<std::uint64_t>(time < 0 ? 0 : time);
         const std::array<std::uint32_t, 7> fields{
-            LittleEndian(PcapNgFormat::kEnhancedPacket),
+            LittleEndian(formats::pcapng::kEnhancedPacket),
             LittleEndian(BlockLength(capturedLength)),
             LittleEndian(interface),
             LittleEndian(static_cast<std::uint32_t>(held >> 32)),
@@ -77,7 +77,8 @@ class PcapNgEncoder {
 
  private:
     static constexpr std::uint32_t BlockLength(std::uint32_t capturedLength) {
-        return static_cast<std::uint32_t>(PcapNgFormat::kPacketSize) + ((capturedLength + 3) & ~3U);
+        return static_cast<std::uint32_t>(formats::pcapng::kPacketSize) +
+               ((capturedLength + 3) & ~3U);
     }
 };
 

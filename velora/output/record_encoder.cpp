@@ -6,12 +6,12 @@ namespace velora::output {
 
 RecordEncoder::FileHeader RecordEncoder::EncodeFileHeader(std::uint32_t snapLen,
                                                           std::uint32_t linkTypeField) const {
-    const ClassicFormat::FileHeader header{
+    const formats::classic::FileHeader header{
         .magic =
-            formats::LittleEndian(m_Unit == Unit::kNanoseconds ? ClassicFormat::kMagicNanoseconds
-                                                               : ClassicFormat::kMagic),
-        .versionMajor = formats::LittleEndian(ClassicFormat::kVersionMajor),
-        .versionMinor = formats::LittleEndian(ClassicFormat::kVersionMinor),
+            formats::LittleEndian(m_Unit == Unit::kNanoseconds ? formats::classic::kMagicNanoseconds
+                                                               : formats::classic::kMagic),
+        .versionMajor = formats::LittleEndian(formats::classic::kVersionMajor),
+        .versionMinor = formats::LittleEndian(formats::classic::kVersionMinor),
         .thisZone = 0,
         .sigFigs = 0,
         .snapLen = formats::LittleEndian(snapLen),

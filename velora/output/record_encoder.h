@@ -23,10 +23,10 @@ class RecordEncoder {
     // What the fractions of seconds count.
     enum class Unit : std::uint8_t { kMicroseconds, kNanoseconds };
     // The 24 bytes that a file begins with.
-    using FileHeader = std::array<std::uint8_t, sizeof(ClassicFormat::FileHeader)>;
+    using FileHeader = std::array<std::uint8_t, sizeof(formats::classic::FileHeader)>;
 
     // Bytes in front of the captured bytes of a record.
-    static constexpr std::size_t kHeaderSize = sizeof(ClassicFormat::RecordHeader);
+    static constexpr std::size_t kHeaderSize = sizeof(formats::classic::RecordHeader);
 
     // For a file whose times are in that unit.
     explicit RecordEncoder(Unit unit) : m_Unit(unit) {}

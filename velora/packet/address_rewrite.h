@@ -21,7 +21,7 @@
 // A plain value that points to nothing; one object may serve several threads.
 //
 // Example, see docs/examples/rewrite_addresses.cpp:
-//     if (const auto rewrite = AddressRewrite::Plan(LinkType::kEthernet, frame)) {
+//     if (const auto rewrite = AddressRewrite::Plan(formats::link_type::kEthernet, frame)) {
 //         rewrite->Apply(0x0A000001, rewrite->Destination(), frame);  // now from 10.0.0.1
 //     }
 

@@ -7,6 +7,7 @@ namespace velora::packet {
 
 namespace {
 
+namespace link_type = formats::link_type;
 using formats::LoadBig;
 using Bytes = std::span<const std::uint8_t>;
 using Place = std::optional<std::size_t>;
@@ -73,18 +74,18 @@ Place BehindLoopback(Bytes captured) {
 }
 
 Place BehindLinkHeader(std::uint32_t linkType, Bytes captured) {
-    switch (LinkType::Canonical(linkType)) {
-        case LinkType::kEthernet:
+    switch (link_type::Canonical(linkType)) {
+        case link_type::kEthernet:
             return BehindEthernet(captured);
-        case LinkType::kLinuxCooked:
+        case link_type::kLinuxCooked:
             return BehindCooked(captured, kCookedSize, kCookedType, kCookedDevice);
-        case LinkType::kLinuxCooked2:
+        case link_type::kLinuxCooked2:
             return BehindCooked(captured, kCooked2Size, kCooked2Type, kCooked2Device);
-        case LinkType::kBsdLoopback:
-        case LinkType::kOpenBsdLoopback:
+        case link_type::kBsdLoopback:
+        case link_type::kOpenBsdLoopback:
             return BehindLoopback(captured);
-        case LinkType::kRawIp:
-        case LinkType::kIpv4:
+        case link_type::kRawIp:
+        case link_type::kIpv4:
             return 0;
         default:
             return std::nullopt;

@@ -20,7 +20,7 @@ std::string FormatText(capture::Format format, codec::Compression compression,
     if (compression != codec::Compression::kNone) {
         text += std::string(" in ") + NameOf(compression);
     }
-    return text + (linkType ? " \u00B7 link type " + LinkType::Shown(*linkType) : "");
+    return text + (linkType ? " \u00B7 link type " + formats::link_type::Shown(*linkType) : "");
 }
 
 class Table {

@@ -53,7 +53,7 @@ Json SecondsOf(std::int64_t nanoseconds) {
 
 void PutLinkType(Json& object, std::optional<std::uint32_t> linkType) {
     object["linkType"] = linkType ? Json(*linkType) : Json(nullptr);
-    object["linkTypeText"] = linkType ? Json(LinkType::Shown(*linkType)) : Json(nullptr);
+    object["linkTypeText"] = linkType ? Json(formats::link_type::Shown(*linkType)) : Json(nullptr);
 }
 
 Json ProblemOf(const capture::Problem& problem) {
