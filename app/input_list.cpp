@@ -38,7 +38,7 @@ std::variant<std::vector<std::string>, ListFault> ReadInputList(const std::strin
     std::array<std::uint8_t, 65536> part{};
     ssize_t count = fd ? 1 : -errno;
     while (count > 0 && bytes.size() <= kMostBytes) {
-        count = velora::capture::ReadSome(fd.Get(), part.data(), part.size());
+        count = velora::capture::ReadSome(fd.Get(), part);
         bytes.append(part.begin(), part.begin() + std::max<ssize_t>(count, 0));
     }
     if (count < 0) {

@@ -63,7 +63,7 @@ TEST(ReadAheadTest, EndsWhereverItIs) {
     const auto descriptors = EntriesOf("/proc/self/fd");
     for (int taken = 0; taken < 40; ++taken) {
         std::vector<capture::InputFile> inputs;
-        inputs.push_back(std::get<capture::InputFile>(capture::OpenInputFile(path)));
+        inputs.push_back(std::get<capture::InputFile>(capture::OpenInput(path)));
         MiscUtils::UniqueFd endless, half, silent;
         for (MiscUtils::UniqueFd* writing : {&endless, &half, &silent}) {
             int ends[2] = {};

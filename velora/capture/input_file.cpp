@@ -43,18 +43,19 @@ Outcome Accept(MiscUtils::UniqueFd fd) {
         return std::move(*fault);
     }
     if (!S_ISREG(status.st_mode)) {
-        return InputFile{std::move(fd), false};
+        return InputFile{.fd = std::move(fd)};
     }
     // A hint for files that are not in memory yet; a refusal changes nothing.
     static_cast<void>(posix_fadvise(fd.Get(), 0, 0, POSIX_FADV_SEQUENTIAL));
     const off_t begin = std::clamp<off_t>(lseek(fd.Get(), 0, SEEK_CUR), 0, status.st_size);
-    return InputFile{std::move(fd), true, static_cast<std::uint64_t>(begin),
-                     static_cast<std::uint64_t>(status.st_size - begin), status.st_mtim};
+    return InputFile{.fd = std::move(fd),
+                     .isRegular = true,
+                     .begin = static_cast<std::uint64_t>(begin),
+                     .size = static_cast<std::uint64_t>(status.st_size - begin),
+                     .modified = status.st_mtim};
 }
 
-}  // namespace
-
-Outcome OpenInputFile(const std::string& path) {
+Outcome OpenPath(const std::string& path) {
     // Looked at first: opening a block device may do something, such as closing a drive's door.
     struct stat status {};
     if (stat(path.c_str(), &status) != 0) {
@@ -70,12 +71,48 @@ Outcome OpenInputFile(const std::string& path) {
     return Accept(std::move(fd));
 }
 
-Outcome OpenStandardInput() {
-    MiscUtils::UniqueFd fd(fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+Outcome OpenDescriptor(int descriptor) {
+    MiscUtils::UniqueFd fd(fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
     if (!fd) {
         return CannotOpen(errno);
     }
     return Accept(std::move(fd));
+}
+
+ByteSource::ReadFunction ReaderOf(std::span<const std::uint8_t> memory) {
+    return [left = memory](std::span<std::uint8_t> room) mutable {
+        const std::span<const std::uint8_t> now = left.first(std::min(left.size(), room.size()));
+        std::ranges::copy(now, room.begin());
+        left = left.subspan(now.size());
+        return static_cast<std::ptrdiff_t>(now.size());
+    };
+}
+
+}  // namespace
+
+Outcome OpenInput(const ByteSource& source) {
+    if (const auto* const path = std::get_if<std::string>(&source.m_What)) {
+        return OpenPath(*path);
+    }
+    if (const auto* const descriptor = std::get_if<int>(&source.m_What)) {
+        return OpenDescriptor(*descriptor);
+    }
+    if (const auto* const memory = std::get_if<std::span<const std::uint8_t>>(&source.m_What)) {
+        return InputFile{.read = ReaderOf(*memory)};
+    }
+    return InputFile{.read = std::get<ByteSource::ReadFunction>(source.m_What)};
+}
+
+ssize_t InputFile::Read(std::span<std::uint8_t> place) const {
+    if (!read) {
+        return ReadSome(fd.Get(), place);
+    }
+    try {
+        const std::ptrdiff_t count = read(place);
+        return count <= static_cast<std::ptrdiff_t>(place.size()) ? count : -EIO;
+    } catch (...) {
+        return -EIO;
+    }
 }
 
 std::optional<Problem> FileChange::AsProblem() const {
@@ -104,9 +141,9 @@ FileChange ChangeOf(const InputFile& file, bool isCutShort) noexcept {
             status.st_mtim.tv_nsec != file.modified.tv_nsec};
 }
 
-ssize_t ReadSome(int fd, std::uint8_t* place, std::size_t size) {
+ssize_t ReadSome(int fd, std::span<std::uint8_t> place) {
     for (;;) {
-        const ssize_t count = read(fd, place, size);
+        const ssize_t count = ::read(fd, place.data(), place.size());
         if (count >= 0) {
             return count;
         }

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string_view>
 
 namespace velora::capture {
 
@@ -23,6 +24,10 @@ struct Interface {
     std::uint64_t descriptionHash = 0;
     std::uint32_t ordinal = 0;
 
+    // What a pcap-ng capture calls it (if_name), where the reader keeps names; lives as long as the
+    // interface.
+    std::string_view name{};
+
     // Whether both are one, of one capture.
     [[nodiscard]] bool IsSameAs(const Interface& other) const {
         return descriptionHash == other.descriptionHash && ordinal == other.ordinal;
@@ -38,6 +43,14 @@ struct Record {
 
     // The captured bytes, which live as long as what the record came from says.
     [[nodiscard]] std::span<const std::uint8_t> Bytes() const { return {data, capturedLength}; }
+
+    // The same record with other captured bytes, fewer than 2^32, which are borrowed.
+    [[nodiscard]] Record WithBytes(std::span<const std::uint8_t> bytes) const {
+        Record changed = *this;
+        changed.data = bytes.data();
+        changed.capturedLength = static_cast<std::uint32_t>(bytes.size());
+        return changed;
+    }
 };
 
 }  // namespace velora::capture

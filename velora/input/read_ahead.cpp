@@ -17,13 +17,13 @@ constexpr std::size_t kLargestBlock = std::size_t{1} << 20U;
 constexpr std::size_t kSmallestBlock = std::size_t{16} << 10U;
 
 // Reads what is there, though another process that shares the description may have been quicker.
-ssize_t ReadWithoutWaiting(int fd, std::uint8_t* place, std::size_t size) {
-    iovec part{place, size};
+ssize_t ReadWithoutWaiting(int fd, std::span<std::uint8_t> place) {
+    iovec part{place.data(), place.size()};
     const ssize_t count = preadv2(fd, &part, 1, -1, RWF_NOWAIT);
     if (count >= 0 || errno == EAGAIN) {
         return count >= 0 ? count : -EAGAIN;
     }
-    return capture::ReadSome(fd, place, size);  // it knows of no such reading
+    return capture::ReadSome(fd, place);  // it knows of no such reading
 }
 
 // At most one task of an input is under way.
@@ -65,7 +65,7 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
     }
 
     bool Readable() override {
-        const ssize_t count = ReadWithoutWaiting(m_File.fd.Get(), m_Wanted.data(), m_Wanted.size());
+        const ssize_t count = ReadWithoutWaiting(m_File.fd.Get(), m_Wanted);
         if (count == -EAGAIN) {
             return false;
         }
@@ -85,7 +85,7 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
                 m_IsUnderWay = true;
                 m_Owner.m_Pool->Submit(*this);
             }
-            if (m_File.isRegular) {
+            if (!m_File.IsToBeAwaited()) {
                 lock.unlock();
                 m_Owner.m_Pool->RunNow(*this);
                 lock.lock();
@@ -137,7 +137,7 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
         capture::RecordBlock& block = Filling();
         while (m_Reader.Read(block) == capture::BlockReader::State::kNeedsBytes) {
             m_Wanted = m_Reader.Wanted(block);
-            if (!m_File.isRegular) {
+            if (m_File.IsToBeAwaited()) {
                 m_Owner.m_Pump->Await(m_File.fd.Get(), *this);
                 return;
             }
@@ -150,13 +150,13 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
     // some files (those of /proc) the system says that they are empty.
     ssize_t ReadOnDisk() {
         if (m_File.size == 0) {
-            return capture::ReadSome(m_File.fd.Get(), m_Wanted.data(), m_Wanted.size());
+            return m_File.Read(m_Wanted);
         }
         const std::size_t most = std::min<std::uint64_t>(m_Wanted.size(), m_Left);
         if (most == 0) {
             return 0;
         }
-        const ssize_t count = capture::ReadSome(m_File.fd.Get(), m_Wanted.data(), most);
+        const ssize_t count = m_File.Read(m_Wanted.first(most));
         m_IsCutShort = count == 0;
         m_Left -= static_cast<std::uint64_t>(std::max<ssize_t>(count, 0));
         return count;
@@ -256,7 +256,7 @@ ReadAhead::ReadAhead(std::vector<capture::InputFile> inputs, const BlockPlan& pl
     std::size_t pipes = 0;
     m_Feeds.reserve(inputs.size());
     for (capture::InputFile& input : inputs) {
-        pipes += input.isRegular ? 0 : 1;
+        pipes += input.IsToBeAwaited() ? 1 : 0;
         m_Feeds.push_back(std::make_unique<Feed>(*this, std::move(input), plan, planned));
     }
     if (pipes > 0) {
