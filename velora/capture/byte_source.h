@@ -1,12 +1,13 @@
-// ByteSource: where the bytes of a capture come from: a file, an open descriptor, memory, or whatever
-// a function of the caller's reads. It is a name, nothing more: what it names is opened with the
-// capture.
+// ByteSource: where the bytes of a capture come from: a file, an open descriptor, memory, or
+// whatever a function of the caller's reads. It is a name, nothing more: what it names is opened
+// with the capture.
 //
 // Example:
 //     reader.Open("web.pcap.gz");
 //     reader.Open(ByteSource::Memory(bytes));
 //     reader.Open(ByteSource::Descriptor(socket));
-//     reader.Open(ByteSource::Function([&](std::span<std::uint8_t> room) { return Receive(room); }));
+//     reader.Open(ByteSource::Function([&](std::span<std::uint8_t> room) { return Receive(room);
+//     }));
 
 #pragma once
 
@@ -25,17 +26,17 @@ struct Problem;
 
 class ByteSource {
  public:
-    // Reads at most room.size() bytes, which is not 0, into `room`: gives how many came, 0 at the end,
-    // or minus an errno value. It may wait, and whoever reads the capture waits with it; it is called
-    // by one thread at a time, which need not be the one that opened the capture. An exception counts
-    // as EIO.
+    // Reads at most room.size() bytes, which is not 0, into `room`: gives how many came, 0 at the
+    // end, or minus an errno value. It may wait, and whoever reads the capture waits with it; it is
+    // called by one thread at a time, which need not be the one that opened the capture. An
+    // exception counts as EIO.
     using ReadFunction = std::function<std::ptrdiff_t(std::span<std::uint8_t> room)>;
 
     // The file at `path`, relative to the working directory: regular, a FIFO or a character device.
-    ByteSource(std::string path) : m_What(std::move(path)) {}  // NOLINT: a path is what is meant
+    ByteSource(std::string path) : m_What(std::move(path)) {}    // NOLINT: a path is what is meant
     ByteSource(const char* path) : m_What(std::string(path)) {}  // NOLINT: so is this
-    // An open descriptor of a file, pipe, device or stream socket. It is duplicated when the capture
-    // is opened, and stays the caller's, who may close it then.
+    // An open descriptor of a file, pipe, device or stream socket. It is duplicated when the
+    // capture is opened, and stays the caller's, who may close it then.
     [[nodiscard]] static ByteSource Descriptor(int fd) { return ByteSource(What(fd)); }
     [[nodiscard]] static ByteSource StandardInput() { return Descriptor(0); }
     // Bytes that stay where they are, and as they are, until the capture is read.

@@ -9,7 +9,7 @@
 namespace velora::capture {
 
 CaptureReader::CaptureReader(const std::string& path) : m_Reader({.keepsAllLinkTypes = true}) {
-    std::variant<InputFile, Problem> opened = OpenInputFile(path);
+    std::variant<InputFile, Problem> opened = OpenInput(path);
     if (auto* const problem = std::get_if<Problem>(&opened)) {
         m_Problem = std::move(*problem);
         m_IsLast = true;
@@ -46,7 +46,7 @@ void CaptureReader::Fill() {
                 pollfd ready{m_File.fd.Get(), POLLIN, 0};
                 static_cast<void>(poll(&ready, 1, -1));
             }
-            count = ReadSome(m_File.fd.Get(), place.data(), place.size());
+            count = m_File.Read(place);
         }
         m_Reader.Take(count);
     }

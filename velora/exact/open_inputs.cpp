@@ -43,8 +43,8 @@ std::optional<OpenFiles> OpenAll(const ExactJob& job, RunReport& report, Finding
     OpenFiles opened;
     for (std::size_t input = 0; input < job.inputs.size(); ++input) {
         const InputName& name = job.inputs[input];
-        auto result =
-            capture::OpenInput(name.isStandardInput ? capture::ByteSource::StandardInput() : capture::ByteSource(name.path));
+        auto result = capture::OpenInput(name.isStandardInput ? capture::ByteSource::StandardInput()
+                                                              : capture::ByteSource(name.path));
         if (const auto* const problem = std::get_if<Problem>(&result)) {
             if (problem->error == EMFILE) {
                 findings.AddNothingToWrite("there are " + std::to_string(job.inputs.size()) +
