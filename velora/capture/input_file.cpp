@@ -98,9 +98,9 @@ Outcome OpenInput(const ByteSource& source) {
         return OpenDescriptor(*descriptor);
     }
     if (const auto* const memory = std::get_if<std::span<const std::uint8_t>>(&source.m_What)) {
-        return InputFile{.read = ReaderOf(*memory)};
+        return InputFile{.fd = {}, .read = ReaderOf(*memory)};
     }
-    return InputFile{.read = std::get<ByteSource::ReadFunction>(source.m_What)};
+    return InputFile{.fd = {}, .read = std::get<ByteSource::ReadFunction>(source.m_What)};
 }
 
 ssize_t InputFile::Read(std::span<std::uint8_t> place) const {

@@ -256,7 +256,7 @@ ReadAhead::ReadAhead(std::vector<capture::InputFile> inputs, const BlockPlan& pl
     std::size_t pipes = 0;
     m_Feeds.reserve(inputs.size());
     for (capture::InputFile& input : inputs) {
-        pipes += input.IsToBeAwaited() ? 1 : 0;
+        pipes += input.IsToBeAwaited() ? 1U : 0U;
         m_Feeds.push_back(std::make_unique<Feed>(*this, std::move(input), plan, planned));
     }
     if (pipes > 0) {
