@@ -3,8 +3,6 @@
 #include <random>
 
 #include <gtest/gtest.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include "tests/codec/string_sink.h"
 #include "tests/merge/naive_order.h"
@@ -43,8 +41,7 @@ struct RandomInputs {
 void ExpectAsTheModel(const std::vector<std::string>& files, bool isSquish, const input::BlockPlan& plan) {
     std::vector<capture::InputFile> opened;
     for (const std::string& file : files) {
-        opened.push_back({MiscUtils::UniqueFd(memfd_create("input", MFD_CLOEXEC)), true, file.size()});
-        ASSERT_EQ(pwrite(opened.back().fd.Get(), file.data(), file.size(), 0), static_cast<ssize_t>(file.size()));
+        opened.push_back(std::get<capture::InputFile>(capture::OpenInput(capture::ByteSource::Memory(file))));
     }
     output::RunProgress progress;
     input::InputSet inputs(std::move(opened), plan, {.ordersBlocks = !isSquish}, progress.bytesRead,

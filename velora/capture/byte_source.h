@@ -16,6 +16,7 @@
 #include <functional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <variant>
 
@@ -42,6 +43,9 @@ class ByteSource {
     // Bytes that stay where they are, and as they are, until the capture is read.
     [[nodiscard]] static ByteSource Memory(std::span<const std::uint8_t> bytes) {
         return ByteSource(What(bytes));
+    }
+    [[nodiscard]] static ByteSource Memory(std::string_view bytes) {
+        return Memory({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
     }
     // Whatever that function reads.
     [[nodiscard]] static ByteSource Function(ReadFunction read) {
