@@ -107,13 +107,14 @@ void ExactReadRecord(benchmark::State& state, Form form) {
     const TempDir directory;
     const std::string path = MakeCapture(form, directory);
     for (auto _ : state) {
-        velora::capture::CaptureReader reader(path);
+        velora::capture::CaptureReader reader;
+        bool isGood = !reader.Open(path);
         int count = 0;
-        while (const velora::capture::Record* record = reader.Next()) {
-            benchmark::DoNotOptimize(*record);
+        for (const velora::capture::Record& record : reader) {
+            benchmark::DoNotOptimize(record);
             count += 1;
         }
-        if (count != kRecords || reader.GetProblem()) {
+        if (!isGood || count != kRecords || reader.GetProblem()) {
             state.SkipWithError("not all was read");
         }
     }

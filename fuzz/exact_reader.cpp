@@ -52,11 +52,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string file = Packed(data[0], {reinterpret_cast<const char*>(data) + 3, size - 3});
     const ReadCapture whole = ReadWhole(file);
     const ReadCapture parts =
-        ReadWhole(file, {.blockSize = std::size_t{64} + data[1]}, std::size_t{1} + data[2]);
+        ReadWhole(file, {.blockSize = std::size_t{64} + data[1], .givesAtOnce = data[1] % 3 == 0},
+                  std::size_t{1} + data[2]);
     Check(whole.isCapture == parts.isCapture, "both are captures, or neither is");
     Check(whole.Records() == parts.Records(), "the records are the same");
     Check(whole.recordsRead == parts.recordsRead && whole.recordsLeftOut == parts.recordsLeftOut &&
-              whole.stepsBack == parts.stepsBack && whole.hasExtras == parts.hasExtras,
+              whole.stepsBack == parts.stepsBack && whole.extras == parts.extras,
           "they are counted alike");
     Check(AreEqual(whole.traits, parts.traits), "so is what stands before them");
     Check(whole.problem.has_value() == parts.problem.has_value(),

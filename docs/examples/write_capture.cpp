@@ -48,7 +48,8 @@ OutputOutcome CopyBeginnings(const std::string& from, const std::string& to) {
         outcome = output.Open();
     }
     if (outcome.IsGood()) {
-        CaptureReader reader(from);
+        CaptureReader reader;
+        static_cast<void>(reader.Open(from));
         outcome = WriteBeginnings(reader, output);
     }
     return outcome;
@@ -66,7 +67,9 @@ int main(int argc, char** argv) {
         std::cout << round << ": " << (outcome.IsGood() ? "written" : outcome.text) << "\n";
     }
     std::uint64_t records = 0;
-    for (CaptureReader reader(argv[2]); reader.Next() != nullptr;) {
+    CaptureReader reader;
+    static_cast<void>(reader.Open(argv[2]));
+    for ([[maybe_unused]] const Record& record : reader) {
         records += 1;
     }
     std::cout << records << " records\n";

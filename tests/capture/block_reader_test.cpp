@@ -8,8 +8,6 @@
 
 #include "tests/capture/read_whole.h"
 #include "tests/support/capture_builder.h"
-#include "tests/support/temp_dir.h"
-#include "velora/capture/capture_reader.h"
 #include "velora/capture/tick_time.h"
 
 namespace velora::capture {
@@ -160,19 +158,19 @@ TEST(BlockReaderTest, NotesWhatHasNoPlaceInARecord) {
     const std::string overrunning = comment.substr(0, 2) + "\xFF\xFF" + comment.substr(4);
     const auto section = [](const std::string& options) { return PcapNgBuilder::Empty().Section(false, options); };
     const auto packet = [](const std::string& options) { return PcapNgBuilder().PacketOf(0, 1, "abc", options); };
-    const auto isNoted = [](const PcapNgBuilder& file) {
+    const auto extrasOf = [](const PcapNgBuilder& file) {
         const ReadCapture read = ReadWhole(file.Bytes());
         EXPECT_EQ(ProblemOf(read), "");
-        return read.hasExtras;
+        return read.extras;
     };
-    EXPECT_TRUE(isNoted(PcapNgBuilder().Block(4, ""))) << "names";
-    EXPECT_TRUE(isNoted(PcapNgBuilder().Block(10, ""))) << "secrets";
-    EXPECT_FALSE(isNoted(PcapNgBuilder().Block(5, "12345678"))) << "statistics";
-    EXPECT_TRUE(isNoted(section(any.Option(2, "box") + comment)));
-    EXPECT_TRUE(isNoted(section("").Interface(1, 0, comment)));
-    EXPECT_TRUE(isNoted(packet(comment)));
-    EXPECT_FALSE(isNoted(packet(kEndOfOptions + comment)));
-    EXPECT_FALSE(isNoted(packet(overrunning)));
+    EXPECT_EQ(extrasOf(PcapNgBuilder().Block(4, "")), Extras{.nameBlocks = 1});
+    EXPECT_EQ(extrasOf(PcapNgBuilder().Block(10, "").Block(10, "")), Extras{.secretBlocks = 2});
+    EXPECT_EQ(extrasOf(PcapNgBuilder().Block(5, "12345678")), Extras{.otherBlocks = 1});
+    EXPECT_EQ(extrasOf(section(any.Option(2, "box") + comment)), Extras{.comments = 1});
+    EXPECT_EQ(extrasOf(section("").Interface(1, 0, comment)), Extras{.comments = 1});
+    EXPECT_EQ(extrasOf(packet(comment + comment)), Extras{.comments = 2});
+    EXPECT_EQ(extrasOf(packet(kEndOfOptions + comment)), Extras{});
+    EXPECT_EQ(extrasOf(packet(overrunning)), Extras{});
 }
 
 TEST(BlockReaderTest, NamesThePlaceAndTheReasonOfDamageInPcapNg) {
@@ -387,21 +385,6 @@ TEST(TickTimeTest, KnowsWhatMicrosecondsDoNotHold) {
     EXPECT_TRUE(TickTime(7).IsFinerThanMicroseconds());
     EXPECT_FALSE(TickTime(0x80 | 6).IsFinerThanMicroseconds());
     EXPECT_TRUE(TickTime(0x80 | 7).IsFinerThanMicroseconds());
-}
-
-TEST(CaptureReaderTest, GivesOneRecordAfterTheOther) {
-    const TempDir directory;
-    const std::string path =
-        directory.Write("file", Zstd(CaptureBuilder().Record(1, 2, "abc").Record(3, 4, "d").Bytes() + "x"));
-    CaptureReader reader(path);
-    std::string seen;
-    while (const Record* const record = reader.Next()) {
-        seen += std::to_string(record->time) + std::string(record->Bytes().begin(), record->Bytes().end()) + ' ';
-    }
-    EXPECT_EQ(seen, "1000002000abc 3000004000d ");
-    EXPECT_EQ(reader.Traits().compression, codec::Compression::kZstd);
-    EXPECT_EQ(reader.GetProblem()->text, "2 records read, then at byte 60: the file ends inside a record");
-    EXPECT_EQ(reader.Next(), nullptr) << "still";
 }
 
 }  // namespace

@@ -26,7 +26,7 @@ struct ReadCapture {
     std::uint64_t recordsRead = 0;
     std::uint64_t recordsLeftOut = 0;
     std::uint64_t stepsBack = 0;
-    bool hasExtras = false;
+    Extras extras;
     std::size_t interfaces = 0;
     std::optional<Problem> problem;
     std::size_t largestRoom = 0;  // bytes that a block took
@@ -64,7 +64,7 @@ inline ReadCapture ReadWhole(std::string_view file, const BlockReader::Options& 
         read.recordsRead += block.recordsRead;
         read.recordsLeftOut += block.recordsLeftOut;
         read.stepsBack += block.stepsBack;
-        read.hasExtras |= block.hasExtras;
+        read.extras += block.extras;
         for (const DescribedInterfaces& one : block.described) {
             read.interfaces += one.count;
         }

@@ -38,6 +38,12 @@ struct InterfacesTest : testing::Test {
         return job.output;
     }
 
+    static capture::CaptureReader Read(const std::string& path) {
+        capture::CaptureReader reader;
+        EXPECT_FALSE(reader.Open(path));
+        return reader;
+    }
+
     TempDir directory;
     int files = 0;
 };
@@ -52,11 +58,11 @@ TEST_F(InterfacesTest, OfMoreSectionsThanOneHasRoomForAllHaveTheirPackets) {
     }
     const std::string note =
         "more interfaces than a section of the output holds: those that no packet names may be missing";
-    capture::CaptureReader reader(Merge({builder.Bytes()}, OutputFormat::kPcapNg, note));
+    capture::CaptureReader reader = Read(Merge({builder.Bytes()}, OutputFormat::kPcapNg, note));
     int records = 0;
-    while (const capture::Record* record = reader.Next()) {
-        ASSERT_EQ(record->time, std::int64_t{records} * 1000);
-        ASSERT_EQ(record->interface->linkType, records % 2 == 0 ? 1U : 101U);
+    for (const capture::Record& record : reader) {
+        ASSERT_EQ(record.time, std::int64_t{records} * 1000);
+        ASSERT_EQ(record.interface->linkType, records % 2 == 0 ? 1U : 101U);
         ++records;
     }
     EXPECT_EQ(records, kSections);
@@ -85,10 +91,10 @@ TEST_F(InterfacesTest, WithEqualDescriptionsAreOneInDifferentSectionsAndTwoInOne
             }
             builder.PacketOf(static_cast<std::uint32_t>(interfaces.size() - 1), 1, "x");
         }
-        capture::CaptureReader reader(Merge({builder.Bytes()}, OutputFormat::kPcapNg));
+        capture::CaptureReader reader = Read(Merge({builder.Bytes()}, OutputFormat::kPcapNg));
         std::uint32_t last = 99;
-        while (const capture::Record* record = reader.Next()) {
-            last = record->interface->number;
+        for (const capture::Record& record : reader) {
+            last = record.interface->number;
         }
         EXPECT_EQ(last, row.last) << row.about;
     }
@@ -122,13 +128,11 @@ TEST_F(InterfacesTest, KeepTheLengthOfTheirFrameCheckSequences) {
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.about);
-        capture::CaptureReader plain(Merge(row.in, OutputFormat::kFitting, row.notes));
-        ASSERT_NE(plain.Next(), nullptr);
-        EXPECT_EQ(plain.Traits().fcsBits, row.bits);
-        capture::CaptureReader rich(Merge(row.in, OutputFormat::kPcapNg));
+        EXPECT_EQ(Read(Merge(row.in, OutputFormat::kFitting, row.notes)).Traits().fcsBits, row.bits);
+        capture::CaptureReader rich = Read(Merge(row.in, OutputFormat::kPcapNg));
         std::vector<int> lengths(row.lengths.size(), -2);
-        while (const capture::Record* record = rich.Next()) {
-            const capture::Interface& interface = *record->interface;
+        for (const capture::Record& record : rich) {
+            const capture::Interface& interface = *record.interface;
             lengths.at(interface.number) = interface.fcsLength ? int{*interface.fcsLength} : -1;
         }
         EXPECT_EQ(lengths, row.lengths);

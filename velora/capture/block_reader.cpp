@@ -57,6 +57,7 @@ void BlockReader::Begin(RecordBlock& block) {
     std::ranges::copy(m_Rest, block.Room().begin());
     m_Filled = m_Rest.size();
     m_Used = 0;
+    m_Seen = 0;
     m_FrontOffset = m_Stream.GivenBytes() - m_Filled;
     m_Rest = {};
     m_IsFilling = true;
@@ -69,7 +70,8 @@ BlockReader::State BlockReader::Read(RecordBlock& block) {
     for (;;) {
         const codec::ByteStream::Step step = m_Stream.Read(block.Room().subspan(m_Filled));
         m_Filled += step.given;
-        if (step.state == codec::ByteStream::State::kNeedsBytes) {
+        const bool needsBytes = step.state == codec::ByteStream::State::kNeedsBytes;
+        if (needsBytes && !IsToLookAtOnce()) {
             return State::kNeedsBytes;
         }
         const Progress progress =
@@ -79,6 +81,15 @@ BlockReader::State BlockReader::Read(RecordBlock& block) {
             return State::kBlock;
         }
     }
+}
+
+bool BlockReader::IsToLookAtOnce() const {
+    return m_Options.givesAtOnce && !m_FramingFault && m_Filled > m_Seen &&
+           (m_Framer || m_Filled >= kMagicSize);
+}
+
+bool BlockReader::IsToBeGivenEmpty() const {
+    return m_Options.givesAtOnce && !m_HasDelivered && HasHeader() && m_Framer->Traits().linkType;
 }
 
 std::span<std::uint8_t> BlockReader::Wanted(RecordBlock& block) {
@@ -114,7 +125,8 @@ void BlockReader::Take(std::ptrdiff_t count) {
 // Looks at a block that is full, or at what there is when nothing further comes. One that has
 // brought no record must be filled on.
 BlockReader::Progress BlockReader::Frame(RecordBlock& block, codec::ByteStream::State state) {
-    const bool isOver = state != codec::ByteStream::State::kFull;
+    const bool isOver =
+        state == codec::ByteStream::State::kEnd || state == codec::ByteStream::State::kBroken;
     if (!m_Framer) {
         if (std::optional<Problem> problem = ChooseFramer(block)) {
             if (state == codec::ByteStream::State::kBroken) {
@@ -127,6 +139,7 @@ BlockReader::Progress BlockReader::Frame(RecordBlock& block, codec::ByteStream::
     const Framer::Result result =
         m_Framer->Frame(block, {m_Filled, m_FrontOffset, m_Stream.VerifiedBytes()});
     m_Used = result.used;
+    m_Seen = m_Filled;
     if (!result.fault.empty()) {
         m_FramingFault =
             Describe(HasHeader() ? ProblemKind::kDamage : ProblemKind::kNoCapture, result.fault);
@@ -136,7 +149,7 @@ BlockReader::Progress BlockReader::Frame(RecordBlock& block, codec::ByteStream::
         Conclude(block, ProblemOfEnd(state));
         return Progress::kBlockDone;
     }
-    if (block.HasRecords() || result.isBlockFull) {
+    if (block.HasRecords() || result.isBlockFull || IsToBeGivenEmpty()) {
         m_Rest = std::span<const std::uint8_t>(block.Room()).subspan(m_Used, m_Filled - m_Used);
         Deliver(block);
         return Progress::kBlockDone;
@@ -147,6 +160,7 @@ BlockReader::Progress BlockReader::Frame(RecordBlock& block, codec::ByteStream::
     std::memmove(room, room + m_Used, m_Filled - m_Used);
     m_Filled -= m_Used;
     m_FrontOffset += m_Used;
+    m_Seen -= m_Used;
     m_Used = 0;
     if (m_Filled == block.Room().size()) {
         block.Grow(std::min(std::max(result.wanted, m_Filled + 1), 2 * m_Filled));
@@ -161,7 +175,8 @@ std::optional<Problem> BlockReader::ChooseFramer(const RecordBlock& block) {
         std::memcpy(&magic, bytes.data(), sizeof magic);
     }
     if (magic == formats::pcapng::kSectionHeader) {
-        m_Framer = std::make_unique<PcapNgFramer>(m_Options.keepsAllLinkTypes);
+        m_Framer = std::make_unique<PcapNgFramer>(m_Options.keepsAllLinkTypes,
+                                                  m_Options.keepsInterfaceNames);
     } else if (ClassicFramer::IsMagic(magic)) {
         m_Framer = std::make_unique<ClassicFramer>();
     } else {
@@ -234,7 +249,7 @@ Problem BlockReader::DescribeAt(ProblemKind kind, std::uint64_t offset,
 }
 
 void BlockReader::Deliver(RecordBlock& block) {
-    if (!m_HasDelivered) {
+    if (!m_HasDelivered || (m_Options.givesAtOnce && !m_Traits.hasRecord)) {
         m_IsCapture = HasHeader();
         m_Traits = m_Framer->Traits();
         m_Traits.compression = m_Stream.GetCompression();

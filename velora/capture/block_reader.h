@@ -2,7 +2,8 @@
 //
 // Like the ByteStream in it, it makes no system call and never waits: its owner brings the bytes. A
 // block is filled to its size before it is looked at, so what stands in a block depends on the file
-// and on the size of the blocks alone. What a block's end cuts is taken over into the next.
+// and on the size of the blocks alone; unless it is asked to give at once, when it depends on how
+// the bytes arrive. What a block's end cuts is taken over into the next.
 //
 // An object belongs to one thread at a time.
 
@@ -35,6 +36,11 @@ class BlockReader {
         bool ordersBlocks = false;
         // Records of other link types than the first are not left out.
         bool keepsAllLinkTypes = false;
+        // Interfaces are given out with their names.
+        bool keepsInterfaceNames = false;
+        // A block is given out as soon as it has a record, and the first one as soon as it is known
+        // what the capture is like (it may have none then), before it is filled.
+        bool givesAtOnce = false;
         // Records outside of these times do not appear in a block, but are counted as read.
         std::int64_t earliest = std::numeric_limits<std::int64_t>::min();
         std::int64_t latest = std::numeric_limits<std::int64_t>::max();
@@ -78,6 +84,10 @@ class BlockReader {
     enum class Progress : std::uint8_t { kBlockDone, kFillOn };
 
     void Begin(RecordBlock& block);
+    // What is there is looked at, although the block is not filled and more can come.
+    [[nodiscard]] bool IsToLookAtOnce() const;
+    // The first block, of which so much is known that it need not wait for a record.
+    [[nodiscard]] bool IsToBeGivenEmpty() const;
     [[nodiscard]] Progress Frame(RecordBlock& block, codec::ByteStream::State state);
     [[nodiscard]] Progress Verify(RecordBlock& block, codec::ByteStream::State state);
     [[nodiscard]] std::optional<Problem> ChooseFramer(const RecordBlock& block);
@@ -100,6 +110,7 @@ class BlockReader {
     bool m_IsFilling = false;
     std::size_t m_Filled = 0;              // bytes at the front of the block that is being filled
     std::size_t m_Used = 0;                // of these, those that the framer is done with
+    std::size_t m_Seen = 0;                // of these, those that were there when it last looked
     std::uint64_t m_FrontOffset = 0;       // of the block's first byte in the decompressed capture
     std::span<const std::uint8_t> m_Rest;  // what the last block's end has cut
 };

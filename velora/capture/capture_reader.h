@@ -1,56 +1,134 @@
 // CaptureReader: one capture of any format, record by record.
 //
 // Example:
-//     CaptureReader reader("web.pcap.gz");
-//     while (const Record* record = reader.Next()) {
-//         Use(record->time, record->Bytes(), record->interface->linkType);
+//     CaptureReader reader;
+//     if (const auto problem = reader.Open("web.pcap.gz")) {
+//         return Complain(problem->text);
+//     }
+//     for (const Record& record : reader) {
+//         Use(record.time, record.Bytes(), record.interface->linkType);
 //     }
 //     if (reader.GetProblem()) {
-//         std::cerr << reader.GetProblem()->text << '\n';
+//         Complain(reader.GetProblem()->text);  // and nothing behind it was read
 //     }
 //
 // Reads pcap of microseconds and nanoseconds and pcap-ng, of either byte order, as they are or in
-// gzip, bzip2, xz, zstd or lz4, told by content. Records come in the order of the file. Whatever is
-// wrong with the file, all whole records before it are given.
+// gzip, bzip2, xz, zstd or lz4, told by content, from a file, a descriptor, memory or a function
+// (velora/capture/byte_source.h). Records come in the order of the file. Whatever is wrong with the
+// bytes, all whole records before it are given.
 //
-// An object belongs to one thread at a time. A read waits for its bytes.
+// A reader may be moved. It belongs to one thread at a time. A read waits for its bytes. Open, it
+// takes a descriptor and two blocks of ReadOptions::blockSize, as far as there is something in
+// them; at the end of the capture it gives these back.
 
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <memory>
 #include <optional>
-#include <string>
+#include <span>
+#include <utility>
 
-#include "velora/capture/block_reader.h"
-#include "velora/capture/input_file.h"
+#include "velora/capture/byte_source.h"
+#include "velora/capture/capture_traits.h"
+#include "velora/capture/extras.h"
+#include "velora/capture/problem.h"
+#include "velora/capture/record.h"
+#include "velora/capture/record_block.h"
 
 namespace velora::capture {
 
+struct ReadOptions {
+    // Gives each record as soon as its last byte has come, for a pipe or socket that fills slowly.
+    // Else a block is filled first, which costs less.
+    bool givesAtOnce = false;
+    std::size_t blockSize = std::size_t{128} << 10U;  // bytes; at least 64, at most 2^30
+};
+
 class CaptureReader {
  public:
-    // Opens the file at `path`: regular, a FIFO or a character device.
-    explicit CaptureReader(const std::string& path);
+    // Nothing is open: there are no records.
+    CaptureReader();
+    ~CaptureReader();
+    // The other is as if it had never been opened. A record that it gave is good no longer.
+    CaptureReader(CaptureReader&& other) noexcept;
+    CaptureReader& operator=(CaptureReader&& other) noexcept;
+    CaptureReader(const CaptureReader&) = delete;
+    CaptureReader& operator=(const CaptureReader&) = delete;
+
+    // Opens the source and reads the beginning of it, in place of what was open. Nothing where it
+    // is a capture; else why not: kCannotRead or kNoCapture. Throws std::bad_alloc, and then
+    // nothing is open.
+    [[nodiscard]] std::optional<Problem> Open(const ByteSource& source,
+                                              const ReadOptions& options = {});
 
     // The next record, of any link type, which lives until the call after, or null: there is none
     // further. Throws std::bad_alloc, after which there is none further either.
-    [[nodiscard]] const Record* Next();
+    [[nodiscard]] const Record* Next() {
+        if (m_HasCurrent) [[likely]] {
+            m_Cursor.Advance();
+            if (!m_Cursor.AtEnd()) [[likely]] {
+                return &m_Cursor.Current();
+            }
+        }
+        return NextBlock();
+    }
 
-    // What the capture says of itself. Settled with the first call of Next.
-    [[nodiscard]] const CaptureTraits& Traits() const { return m_Reader.Traits(); }
+    // What the capture says of itself, once it is open. What an empty one says where none is.
+    [[nodiscard]] const CaptureTraits& Traits() const;
 
-    // Once there is no further record: what is wrong with the file, or nothing.
-    [[nodiscard]] const std::optional<Problem>& GetProblem() const { return m_Problem; }
+    // The interfaces that were described so far, with their names and frame check sequences,
+    // records or not; a classic capture has one. Of a pcap-ng capture one that several sections
+    // describe stands there once, as a rule; beyond 65536, or 1 MiB of names, no further one does.
+    [[nodiscard]] std::span<const DescribedInterfaces> Interfaces() const;
+
+    // What was met so far and is not given out: comments, names, secrets, other blocks.
+    [[nodiscard]] const Extras& NotGiven() const;
+
+    // Once there is no further record: what is wrong with the capture, or nothing; also why it was
+    // not opened.
+    [[nodiscard]] const std::optional<Problem>& GetProblem() const;
+
+    // The records from the next one on, once: begin() takes it.
+    class Iterator {
+     public:
+        // As std::input_iterator has them.
+        using value_type = Record;
+        using difference_type = std::ptrdiff_t;
+
+        // The record at hand. Not at the end.
+        const Record& operator*() const { return *m_Record; }
+        const Record* operator->() const { return m_Record; }
+        // On to the next one.
+        Iterator& operator++() {
+            m_Record = m_Reader->Next();
+            return *this;
+        }
+        void operator++(int) { ++*this; }
+        // There is none any more.
+        bool operator==(std::default_sentinel_t /*end*/) const { return m_Record == nullptr; }
+
+     private:
+        friend class CaptureReader;
+        explicit Iterator(CaptureReader& reader) : m_Reader(&reader), m_Record(reader.Next()) {}
+
+        CaptureReader* m_Reader;
+        const Record* m_Record;
+    };
+    [[nodiscard]] Iterator begin() { return Iterator(*this); }
+    [[nodiscard]] std::default_sentinel_t end() const { return {}; }
 
  private:
+    struct Reading;
+
+    const Record* NextBlock();
     void Fill();
 
-    BlockReader m_Reader;
-    InputFile m_File;
-    RecordBlock m_Blocks[2];  // the one behind still has what its end cut
-    int m_Filled = 0;
-    BlockCursor m_Cursor;
-    bool m_HasCurrent = false;
-    bool m_IsLast = false;
-    std::optional<Problem> m_Problem;
+    std::unique_ptr<Reading> m_Reading;  // null: nothing is open
+    BlockCursor m_Cursor;                // in one of its blocks
+    bool m_HasCurrent = false;           // the record there was given
 };
 
 }  // namespace velora::capture

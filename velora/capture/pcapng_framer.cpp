@@ -86,7 +86,9 @@ Framer::Result PcapNgFramer::Frame(RecordBlock& block, const Bytes& bytes) {
             return {position, 0, std::move(fault)};
         }
         if (LeastSize(at.type) == 0) {
-            block.hasExtras |= at.type == kNameResolution || at.type == kDecryptionSecrets;
+            (at.type == kNameResolution      ? block.extras.nameBlocks
+             : at.type == kDecryptionSecrets ? block.extras.secretBlocks
+                                             : block.extras.otherBlocks) += 1;
             m_SkippedSince = bytes.offset + position;
             m_SkippedLength = at.length;
             m_ToSkip = at.length - kTrailer;
@@ -174,7 +176,7 @@ std::string PcapNgFramer::ReadSectionHeader(const BlockAt& at, RecordBlock& bloc
     if (version != kVersionMajor) {
         return "a section of version " + std::to_string(version) + ", which is not known";
     }
-    block.hasExtras |= HasComment(OptionsOf(at, kSectionHeaderSize - kTrailer));
+    block.extras.comments += CountComments(OptionsOf(at, kSectionHeaderSize - kTrailer));
     m_Interfaces.BeginSection();
     m_Traits.format = Format::kPcapNg;
     m_IsCapture = true;
@@ -187,6 +189,7 @@ std::string PcapNgFramer::ReadInterface(const BlockAt& at, RecordBlock& block) {
     }
     InterfaceDescription description;
     description.resolution = kDefaultTimestampResolution;
+    std::string_view name;
     auto options = OptionsOf(at, kInterfaceDescriptionSize - kTrailer);
     while (const std::optional<Option> option = TakeOption(options)) {
         if (option->code == kTimestampResolution && option->value.size() == 1) {
@@ -196,8 +199,10 @@ std::string PcapNgFramer::ReadInterface(const BlockAt& at, RecordBlock& block) {
         } else if (option->code == kFcsLength && option->value.size() == 1) {
             const std::uint8_t length = option->value.front();
             description.fcsLength = length < 8 ? static_cast<std::uint8_t>(8 * length) : length;
+        } else if (option->code == kInterfaceName && m_KeepsNames) {
+            name = {reinterpret_cast<const char*>(option->value.data()), option->value.size()};
         } else if (option->code == kComment) {
-            block.hasExtras = true;
+            block.extras.comments += 1;
         }
     }
     description.linkType = static_cast<std::uint16_t>(
@@ -205,7 +210,8 @@ std::string PcapNgFramer::ReadInterface(const BlockAt& at, RecordBlock& block) {
     description.snapLen = Get<std::uint32_t>(at.start + kSnapLenOffset);
     description.hash =
         XXH3_64bits_withSeed(at.start + kBlockStart, at.length - kSmallestBlock, utils::HashSeed());
-    const Interface described = m_Interfaces.Add(description);
+    block.extras.interfaceNames += m_Interfaces.KeepsName(name) ? 0U : 1U;
+    const Interface described = m_Interfaces.Add(description, name);
     NoteTraits(described);
     if (m_KeepsAllLinkTypes) {
         m_Interfaces.GiveOut(described, block);
@@ -248,8 +254,7 @@ std::string PcapNgFramer::ReadPacket(const BlockAt& at, RecordBlock& block, cons
     const std::int64_t time = m_Interfaces.TimeOf(from, ticks);
     const auto captured = Get<std::uint32_t>(at.start + 20);
     const auto original = Get<std::uint32_t>(at.start + 24);
-    block.hasExtras =
-        block.hasExtras || HasComment(OptionsOf(at, kPacketDataOffset + Padded(captured)));
+    block.extras.comments += CountComments(OptionsOf(at, kPacketDataOffset + Padded(captured)));
     CountRecord(block, bytes, at.position + at.length, time);
     if (Admit(block, from.linkType)) {
         block.AddPacketBlock(at.position, time, captured, original,
@@ -299,13 +304,12 @@ std::optional<PcapNgFramer::Option> PcapNgFramer::TakeOption(
     return option;
 }
 
-bool PcapNgFramer::HasComment(std::span<const std::uint8_t> options) const {
+std::uint64_t PcapNgFramer::CountComments(std::span<const std::uint8_t> options) const {
+    std::uint64_t comments = 0;
     while (const std::optional<Option> option = TakeOption(options)) {
-        if (option->code == kComment) {
-            return true;
-        }
+        comments += option->code == kComment ? 1U : 0U;
     }
-    return false;
+    return comments;
 }
 
 const char* PcapNgFramer::InsideWhat() const {

@@ -17,8 +17,10 @@ namespace velora::capture {
 
 class PcapNgFramer final : public Framer {
  public:
-    // With `keepsAllLinkTypes` no record is left out for having another link type than the first.
-    explicit PcapNgFramer(bool keepsAllLinkTypes) : m_KeepsAllLinkTypes(keepsAllLinkTypes) {}
+    // With `keepsAllLinkTypes` no record is left out for having another link type than the first;
+    // `keepsNames`: interfaces are given out with their names.
+    PcapNgFramer(bool keepsAllLinkTypes, bool keepsNames)
+        : m_KeepsAllLinkTypes(keepsAllLinkTypes), m_KeepsNames(keepsNames) {}
 
     [[nodiscard]] Result Frame(RecordBlock& block, const Bytes& bytes) override;
     [[nodiscard]] bool IsInside() const override { return m_ToSkip > 0 || m_SkippedLength > 0; }
@@ -63,13 +65,14 @@ class PcapNgFramer final : public Framer {
                                                                  std::size_t start);
     // Takes the first of them; none at their end, or where one is longer than what is left.
     [[nodiscard]] std::optional<Option> TakeOption(std::span<const std::uint8_t>& options) const;
-    [[nodiscard]] bool HasComment(std::span<const std::uint8_t> options) const;
+    [[nodiscard]] std::uint64_t CountComments(std::span<const std::uint8_t> options) const;
 
     void NoteTraits(const Interface& described);
     // Whether the record counts for the output, else it is left out.
     [[nodiscard]] bool Admit(RecordBlock& block, std::uint32_t linkType);
 
     const bool m_KeepsAllLinkTypes;
+    const bool m_KeepsNames;
     bool m_IsSwapped = false;
 
     PcapNgInterfaces m_Interfaces;

@@ -15,14 +15,21 @@ void PcapNgInterfaces::BeginSection() {
     m_CountBefore += m_Count;
     m_Count = 0;
     m_Runs.clear();
+    m_Names.clear();
+    m_NameBytes = 0;
     m_Block += 1;
 }
 
-Interface PcapNgInterfaces::Add(const InterfaceDescription& description) {
+Interface PcapNgInterfaces::Add(const InterfaceDescription& description, std::string_view name) {
     Run added{description, static_cast<std::uint16_t>(m_Count), 0};
     const bool isNewRun = IsNewRun(added);
     if (isNewRun) {
         m_Runs.push_back(added);
+        if (!name.empty() && KeepsName(name)) {
+            m_Names.resize(m_Runs.size() - 1);
+            m_Names.push_back(std::make_shared<const std::string>(name));
+            m_NameBytes += name.size();
+        }
     }
     m_Count += 1;
     return InterfaceOf(added, added.first);
@@ -46,6 +53,12 @@ const PcapNgInterfaces::Run& PcapNgInterfaces::FindRun(std::uint32_t number) con
     return *std::prev(std::ranges::upper_bound(m_Runs, number, {}, &Run::first));
 }
 
+const InterfaceName& PcapNgInterfaces::NameOf(const Run& run) const {
+    static const InterfaceName kNone;
+    const auto number = static_cast<std::size_t>(&run - m_Runs.data());
+    return number < m_Names.size() ? m_Names[number] : kNone;
+}
+
 Interface PcapNgInterfaces::InterfaceOf(const Run& run, std::uint32_t number) const {
     const InterfaceDescription& description = run.description;
     Interface interface;
@@ -62,7 +75,8 @@ Interface PcapNgInterfaces::InterfaceOf(const Run& run, std::uint32_t number) co
 }
 
 std::uint32_t PcapNgInterfaces::AddToBlock(std::uint32_t number, RecordBlock& block) {
-    const std::uint32_t inBlock = block.AddInterface(InterfaceOf(RunOf(number), number));
+    const Run& run = RunOf(number);
+    const std::uint32_t inBlock = block.AddInterface(InterfaceOf(run, number), NameOf(run));
     m_InBlock[number % kNamedLately] = {m_Block, number, inBlock};
     return inBlock;
 }
@@ -84,6 +98,9 @@ void PcapNgInterfaces::GiveOut(const Interface& described, RecordBlock& block) {
         }
     }
     block.described.push_back({described});
+    const InterfaceName& name = NameOf(m_Runs.back());  // it was added last
+    block.Keep(name);
+    block.described.back().first.name = name ? std::string_view(*name) : std::string_view();
 }
 
 }  // namespace velora::capture

@@ -34,17 +34,24 @@ class PcapNgInterfaces {
  public:
     // As many can be told apart in a section.
     static constexpr std::uint32_t kMost = 65536;
+    static constexpr std::size_t kMostNameBytes = std::size_t{1} << 20U;
 
     // A section begins, whose interfaces count from 0 again.
     void BeginSection();
     // A block begins, or goes on, that has no record yet.
     void BeginBlock() { m_Block += 1; }
 
+    // Names take 1 MiB a section at most.
+    [[nodiscard]] bool KeepsName(std::string_view name) const {
+        return name.size() <= kMostNameBytes - m_NameBytes;
+    }
+
     // Those of the section so far.
     [[nodiscard]] std::uint32_t Count() const { return m_Count; }
 
-    // A further one of the section, which has fewer than kMost: gives it as records will have it.
-    Interface Add(const InterfaceDescription& description);
+    // A further one of the section, which has fewer than kMost: gives it as records will have it. A
+    // name is kept where there is one and KeepsName says so.
+    Interface Add(const InterfaceDescription& description, std::string_view name = {});
 
     // The section's interface of that number, below Count.
     [[nodiscard]] const InterfaceDescription& At(std::uint32_t number) const {
@@ -67,8 +74,9 @@ class PcapNgInterfaces {
                                                                 : AddToBlock(number, block);
     }
 
-    // Lets the block give an interface out as described. Sections often describe what the one
-    // before has described: that is told once. (Where there are many, now and then again.)
+    // Lets the block give the interface that was added last out as described. Sections often
+    // describe what the one before has described: that is told once. (Where there are many, now and
+    // then again.)
     void GiveOut(const Interface& described, RecordBlock& block);
 
  private:
@@ -83,12 +91,15 @@ class PcapNgInterfaces {
     }
     [[nodiscard]] const Run& FindRun(std::uint32_t number) const;
     [[nodiscard]] std::uint32_t AddToBlock(std::uint32_t number, RecordBlock& block);
+    [[nodiscard]] const InterfaceName& NameOf(const Run& run) const;
     [[nodiscard]] Interface InterfaceOf(const Run& run, std::uint32_t number) const;
     [[nodiscard]] bool IsNewRun(Run& added) const;
 
-    std::vector<Run> m_Runs;          // of the section
-    std::uint32_t m_Count = 0;        // of its interfaces
-    std::uint32_t m_CountBefore = 0;  // of those of the sections before it
+    std::vector<Run> m_Runs;             // of the section
+    std::vector<InterfaceName> m_Names;  // of the first runs, as far as there are names
+    std::size_t m_NameBytes = 0;         // of these
+    std::uint32_t m_Count = 0;           // of its interfaces
+    std::uint32_t m_CountBefore = 0;     // of those of the sections before it
 
     // The interfaces that records have named lately, and their numbers in the block at hand.
     struct InBlock {

@@ -24,7 +24,7 @@ namespace velora::capture {
 void RecordBlock::Clear(std::size_t size) {
     recordsRead = recordsLeftOut = stepsBack = 0;
     leftOutLinkType = 0;
-    hasExtras = false;
+    extras = {};
     described.clear();
     problem.reset();
     isLast = false;
@@ -34,6 +34,7 @@ void RecordBlock::Clear(std::size_t size) {
     m_Index.clear();
     m_Simple.clear();
     m_Interfaces.clear();
+    m_Names.clear();
     if (m_Size != size) {
         m_Size = 0;
         m_Bytes.reset();
@@ -55,7 +56,15 @@ void RecordBlock::Grow(std::size_t size) {
     m_Size = size;
 }
 
-std::uint32_t RecordBlock::AddInterface(const Interface& interface) {
+void RecordBlock::Keep(const InterfaceName& name) {
+    if (name) {
+        m_Names.push_back(name);
+    }
+}
+
+std::uint32_t RecordBlock::AddInterface(Interface interface, const InterfaceName& name) {
+    Keep(name);
+    interface.name = name ? std::string_view(*name) : std::string_view();
     m_Interfaces.push_back(interface);
     return static_cast<std::uint32_t>(m_Interfaces.size() - 1);
 }

@@ -18,10 +18,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
+#include "velora/capture/extras.h"
 #include "velora/capture/problem.h"
 #include "velora/capture/record.h"
 #include "velora/utils/scope_guards.h"
@@ -34,6 +37,9 @@ struct DescribedInterfaces {
     Interface first;          // the one described first
     std::uint32_t count = 1;  // all of them
 };
+
+// Shared by all blocks with something from the interface; null where it has no name.
+using InterfaceName = std::shared_ptr<const std::string>;
 
 class RecordBlock {
  public:
@@ -51,7 +57,7 @@ class RecordBlock {
     std::uint64_t recordsLeftOut = 0;   // of these, those of another link type than the first
     std::uint32_t leftOutLinkType = 0;  // the link type of one of them
     std::uint64_t stepsBack = 0;        // of these, those earlier than the one before in the file
-    bool hasExtras = false;  // names, secrets or comments, which have no place in a record
+    Extras extras;  // what stands between or in them and has no place in a record
     // Interfaces that this block describes, whether or not a record of it comes from them; of
     // pcap-ng only where all link types are kept. One that was described not long before may be
     // missing.
@@ -72,13 +78,17 @@ class RecordBlock {
     [[nodiscard]] std::span<const std::uint8_t> Bytes() const { return {m_Bytes.get(), m_Size}; }
     [[nodiscard]] std::span<std::uint8_t> Room() { return {m_Bytes.get(), m_Size}; }
 
-    // An interface that records added from now on come from: gives its number in this block.
-    std::uint32_t AddInterface(const Interface& interface);
+    // An interface that records added from now on come from: gives its number in this block. The
+    // name, or null, becomes its own.
+    std::uint32_t AddInterface(Interface interface, const InterfaceName& name = nullptr);
+    // Keeps the name as long as the content, for whatever points to it.
+    void Keep(const InterfaceName& name);
     [[nodiscard]] bool HasInterface() const { return !m_Interfaces.empty(); }
     // Memory that the block takes beside its room, bytes.
     [[nodiscard]] std::size_t BytesBeside() const {
         return described.size() * sizeof(DescribedInterfaces) +
-               m_Simple.size() * sizeof(SimplePacket) + m_Interfaces.size() * sizeof(Interface);
+               m_Simple.size() * sizeof(SimplePacket) + m_Interfaces.size() * sizeof(Interface) +
+               m_Names.size() * sizeof(InterfaceName);
     }
 
     // Notes the record whose header begins at `offset`, behind all others. Of a packet block (of
@@ -175,6 +185,7 @@ class RecordBlock {
     std::vector<std::uint32_t> m_Index;  // offsets; none when all are taken as they stand
     std::vector<SimplePacket> m_Simple;
     std::vector<Interface> m_Interfaces;  // that the records come from; some twice, perhaps
+    std::vector<InterfaceName> m_Names;   // of interfaces
 };
 
 // Goes through the records of a block, in the order to take them.
