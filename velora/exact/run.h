@@ -34,7 +34,7 @@ class RunListener {
 };
 
 // Runs the job. Throws std::bad_alloc and std::system_error when memory or threads run out, and
-// leaves no output then. The process ignores SIGPIPE and SIGXFSZ (see velora/output/output_file.h).
+// leaves no output then.
 //
 // A job that asks for a report comes with a file for it, as it was made. The file is prepared
 // together with the output, so that whatever speaks against it ends the run before anything is

@@ -240,6 +240,7 @@ int OutputFile::WriteSome(std::span<const std::uint8_t>& bytes) {
 }
 
 codec::OutputOutcome OutputFile::Write(std::span<const std::uint8_t> bytes) {
+    const MiscUtils::ScopedWriteSignals noSignals;
     AskForSpace(bytes.size());
     while (!bytes.empty() && m_Failure.IsGood()) {
         if (const int error = WriteSome(bytes); error != 0) {
@@ -254,6 +255,7 @@ codec::OutputOutcome OutputFile::Finish() {
         return m_Failure;
     }
     if (m_Asked > m_Size) {
+        const MiscUtils::ScopedWriteSignals noSignals;
         if (const int error = Truncate(m_File.Get(), m_Size); error != 0) {
             return Fail(error);
         }

@@ -15,9 +15,10 @@
 //     if (outcome.IsGood()) outcome = output.Write(bytes); // and so on
 //     if (outcome.IsGood()) outcome = output.Finish();     // now the file is there
 //
-// The process ignores SIGPIPE and SIGXFSZ. Nothing is synced. An object belongs to one thread at a
-// time; it is made, finished and destroyed in the thread that handles the signals that end the
-// process (see RemoveUnfinished).
+// Whatever the process does with SIGPIPE and SIGXFSZ, a pipe without a reader and a file that may
+// not grow show as outcomes, and as no signal. Nothing is synced. An object belongs to one thread
+// at a time; it is made, finished and destroyed in the thread that handles the signals that end the
+// process, where it has such a handler (see RemoveUnfinished).
 
 #pragma once
 
