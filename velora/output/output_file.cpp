@@ -305,7 +305,7 @@ int OutputFile::Replace() {
             return error;
         }
     }
-    return renameat(directory, m_Temporary.Get(), directory, m_Name.c_str()) == 0 ? 0 : errno;
+    return renameat2(directory, m_Temporary.Get(), directory, m_Name.c_str(), 0) == 0 ? 0 : errno;
 }
 
 codec::OutputOutcome OutputFile::Appear() {
