@@ -201,7 +201,7 @@ class CaptureWriter::State {
             kept = kept.first(m_Form.mostBytes);
         }
         if (kept.size() > kMostBytes) {
-            return Refuse(TooLong(kept.size(), "readers take", kMostBytes));
+            return Refuse(TooLong(kept.size(), " bytes, and readers take at most ", kMostBytes));
         }
         if (!m_Chain && !Begin(interface, kept.size())) {
             return false;
@@ -222,7 +222,8 @@ class CaptureWriter::State {
                           ": pcap-ng holds both");
         }
         if (kept.size() > m_Form.snapLen) {
-            return Refuse(TooLong(kept.size(), "the file declares", m_Form.snapLen));
+            return Refuse(
+                TooLong(kept.size(), " bytes, and the file declares at most ", m_Form.snapLen));
         }
         if (interface.fcsLength != link_type::FcsLengthOf(m_Form.fcsBits)) {
             m_OtherFcsLength += 1;
@@ -249,9 +250,8 @@ class CaptureWriter::State {
         return true;
     }
 
-    static std::string TooLong(std::size_t length, const char* whoTakes, std::uint32_t most) {
-        return " has " + std::to_string(length) + " bytes, and " + whoTakes + " at most " +
-               std::to_string(most);
+    static std::string TooLong(std::size_t length, const char* butAtMost, std::uint32_t most) {
+        return " has " + std::to_string(length) + butAtMost + std::to_string(most);
     }
 
     const WriterOptions m_Options;
