@@ -11,7 +11,7 @@
 
 #include "fuzz/fuzz_support.h"
 #include "tests/packet/naive_checksum.h"
-#include "velora/packet/ipv4_place.h"
+#include "velora/packet/ip_place.h"
 
 using fuzz::Check;
 using velora::packet::AddressCopies;

@@ -2,7 +2,7 @@
 
 #include "velora/formats/byte_order.h"
 #include "velora/packet/checksum_update.h"
-#include "velora/packet/ipv4_place.h"
+#include "velora/packet/ip_place.h"
 
 namespace velora::packet {
 

@@ -37,7 +37,7 @@ namespace velora::packet {
 class AddressRewrite {
  public:
     // Looks once at a record: at its captured bytes, any bytes, and its link type, as FindIpv4
-    // (velora/packet/ipv4_place.h) takes them. Nothing when that finds no IPv4 header.
+    // (velora/packet/ip_place.h) takes them. Nothing when that finds no IPv4 header.
     [[nodiscard]] static std::optional<AddressRewrite> Plan(std::uint32_t linkType,
                                                             std::span<const std::uint8_t> captured);
 
