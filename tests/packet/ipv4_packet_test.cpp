@@ -18,7 +18,7 @@ namespace {
 constexpr std::uint32_t kInside = 0xC0A80000;  // 192.168.0.0, the first of those that are copied
 constexpr std::uint32_t kLast = 0xC0A8FFFF;
 constexpr std::uint32_t kOutside = 0xCB007109;  // 203.0.113.9
-enum : std::uint8_t { kIcmp = 1, kTcp = 6, kUdp = 17, kDccp = 33, kUdpLite = 136 };
+enum : std::uint8_t { kIcmp = 1, kTcp = 6, kUdp = 17, kDccp = 33, kIcmpv6 = 58, kUdpLite = 136 };
 
 // What stands in front of the IPv4 header.
 const struct Link {
@@ -64,12 +64,18 @@ const struct Body {
 } kBodies[] = {
     {.about = "TCP", .protocol = kTcp},
     {.about = "a protocol without such a sum", .protocol = kIcmp, .isSumKept = true},
+    {.about = "IPv6's ICMP", .protocol = kIcmpv6, .isSumKept = true},
     {.about = "wrong by the most", .protocol = kUdp, .wrongBy = 65534},
     {.about = "the most options", .protocol = kUdp, .options = "0727" + std::string(76, '0')},
     {.about = "a fragment far behind", .protocol = kTcp, .isSumKept = true, .fragment = 0x1000},
     {.about = "length 0", .protocol = kTcp, .totalLength = 0},
     {.about = "length ends within TCP's sum", .protocol = kTcp, .isSumKept = true, .totalLength = 37},
     {.about = "length ends behind TCP's sum", .protocol = kTcp, .totalLength = 38},
+    {.about = "length ends within the options",
+     .protocol = kTcp,
+     .isSumKept = true,
+     .options = "0101010101010101",
+     .totalLength = 22},
     {.about = "length beyond the packet", .protocol = kDccp, .totalLength = 65535},
     {.about = "route ahead", .protocol = kTcp, .options = "01830704C0A80507", .isRouteAhead = true},
     {.about = "strict, last stop", .protocol = kUdp, .options = "890B0801020304C0A8050700", .isRouteAhead = true},
@@ -138,14 +144,14 @@ TEST(PacketViewTest, OfIpv4HasTheCapturedPayload) {
         for (const Body& body : kBodies) {
             const std::string whole = front + Packet(body, kInside, kOutside, kInside, kOutside);
             const bool isLater = body.fragment != 0;
+            const bool hasPorts = body.protocol != kIcmp && body.protocol != kIcmpv6 && !isLater;
             const std::string head = "192.168.0.0 > 203.0.113.9, protocol " + std::to_string(body.protocol) +
                                      (isLater ? ", later fragment" : "");
             for (std::size_t cut = 0; cut <= whole.size(); ++cut) {
                 const std::vector<std::uint8_t> captured(whole.data(), whole.data() + cut);
                 const bool isViewed = link.isFound && cut >= front.size() + 20;
                 const std::string payload =
-                    PayloadText(body.protocol != kIcmp && !isLater, front.size() + body.HeaderLength(),
-                                front.size() + body.End(), cut);
+                    PayloadText(hasPorts, front.size() + body.HeaderLength(), front.size() + body.End(), cut);
                 ASSERT_EQ(ViewText(link.type, captured), isViewed ? head + payload : "none")
                     << link.about << ", " << body.about << ", cut to " << cut;
             }
