@@ -39,7 +39,6 @@ class RunListener {
 // taken. What cannot be interrupted is waited for: a write that the system holds (a full pipe that
 // nobody reads), and the opening of a FIFO as the output until somebody reads it. Throws
 // std::bad_alloc and std::system_error when memory or threads run out, and leaves no output then.
-// The process ignores SIGPIPE and SIGXFSZ (see velora/output/output_file.h).
 //
 // A job that asks for a report comes with a file for it, as it was made. The file is prepared
 // together with the output, so that whatever speaks against it ends the run before anything is

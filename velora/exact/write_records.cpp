@@ -5,16 +5,13 @@
 #include <thread>
 #include <utility>
 
-#include "velora/codec/compressed_sink.h"
 #include "velora/merge/address_copier.h"
 #include "velora/merge/duplicate_filter.h"
 #include "velora/merge/file_order.h"
 #include "velora/merge/k_way_merge.h"
 #include "velora/merge/reorder_window.h"
 #include "velora/merge/squish.h"
-#include "velora/output/block_writer.h"
-#include "velora/output/classic_sink.h"
-#include "velora/output/pcapng_sink.h"
+#include "velora/output/form_writer.h"
 
 namespace velora::exact {
 namespace {
@@ -33,15 +30,6 @@ std::vector<std::unique_ptr<merge::RecordSource>> MakeSources(const ExactJob& jo
         }
     }
     return sources;
-}
-
-std::unique_ptr<RecordSink> MakeFormSink(output::BlockWriter& writer,
-                                         const output::OutputForm& form,
-                                         std::vector<std::string> names, output::Ledger& ledger) {
-    if (form.IsPcapNg()) {
-        return std::make_unique<output::PcapNgSink>(writer, form, std::move(names), ledger);
-    }
-    return std::make_unique<output::ClassicSink>(writer, form, ledger);
 }
 
 // What stands in front of the form, or nothing.
@@ -96,12 +84,11 @@ std::optional<codec::OutputOutcome> WriteRecords(const ExactJob& job,
                                                  std::vector<std::string> names,
                                                  output::OutputFile& file, output::Ledger& ledger,
                                                  const std::stop_token& stop) {
-    const std::unique_ptr<codec::ByteSink> compressed = codec::MakeCompressedSink(
-        job.compression, file, std::max(1U, std::thread::hardware_concurrency()));
-    output::BlockWriter writer(compressed ? *compressed : file);
-    const auto formSink = MakeFormSink(writer, form, std::move(names), ledger);
-    const auto filterSink = MakeFilterSink(job, *formSink, ledger);
-    RecordSink& unstopped = filterSink ? *filterSink : *formSink;
+    output::FormWriter writer(file,
+                              {job.compression, std::max(1U, std::thread::hardware_concurrency())},
+                              form, std::move(names), ledger);
+    const auto filterSink = MakeFilterSink(job, writer.Sink(), ledger);
+    RecordSink& unstopped = filterSink ? *filterSink : writer.Sink();
     StopSink stopSink(stop, unstopped);
     // A run that cannot be stopped need not ask for each record.
     RecordSink& sink = stop.stop_possible() ? stopSink : unstopped;
