@@ -52,6 +52,7 @@ struct OrderedMerge::State {
         capture::BlockReader::Options reading;
         reading.ordersBlocks = true;
         reading.keepsAllLinkTypes = true;
+        reading.keepsInterfaceNames = true;
         reading.earliest = options.earliest;
         reading.latest = options.latest;
         return reading;
