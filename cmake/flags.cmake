@@ -34,22 +34,25 @@ check_pie_supported()
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 target_link_options(velora_flags INTERFACE -Wl,-z,relro -Wl,-z,now)
 
-# Makes one static library of the product: velora_library(name sources... [INTERNAL headers...]).
-# Every header among the sources is public: it is installed by its path in this tree, and
-# cmake/install.cmake takes the library up by itself. Those behind INTERNAL are the library's own, and
+# Makes one library of the product: velora_library(name sources... [INTERNAL sources and headers...]).
+# Every header among the first is public: it is installed by its path in this tree, and
+# cmake/install.cmake takes the library up by itself. Those behind INTERNAL are the product's own, and
 # no public header includes them.
 # Headers alone make an INTERFACE library.
 function(velora_library name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "INTERNAL")
   set(headers ${arg_UNPARSED_ARGUMENTS})
   list(FILTER headers INCLUDE REGEX "\\.h$")
-  set(scope PUBLIC)
-  if(headers STREQUAL "${arg_UNPARSED_ARGUMENTS}")
-    set(scope INTERFACE)
-    add_library(velora_${name} INTERFACE)
-  else()
+  set(sources ${arg_UNPARSED_ARGUMENTS} ${arg_INTERNAL})
+  list(FILTER sources EXCLUDE REGEX "\\.h$")
+  if(sources)
+    set(scope PUBLIC)
     add_library(velora_${name} STATIC ${arg_UNPARSED_ARGUMENTS} ${arg_INTERNAL})
     target_link_libraries(velora_${name} PRIVATE $<BUILD_INTERFACE:velora_flags>)
+  else()
+    set(scope INTERFACE)
+    add_library(velora_${name} INTERFACE)
+    target_sources(velora_${name} PRIVATE ${arg_INTERNAL})
   endif()
   add_library(velora::${name} ALIAS velora_${name})
   target_sources(velora_${name} ${scope} FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${headers})

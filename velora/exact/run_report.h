@@ -14,7 +14,7 @@
 #include "velora/capture/problem.h"
 #include "velora/exact/job.h"
 #include "velora/exact/status.h"
-#include "velora/output/ledger.h"
+#include "velora/output/source_counts.h"
 #include "velora/utils/time_histogram.h"
 
 namespace velora::exact {
