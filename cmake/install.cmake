@@ -24,12 +24,28 @@ install(FILES completion/seamtool.bash
   DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME seamtool)
 install(FILES completion/_seamtool DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
 
-install(TARGETS ${libraries} EXPORT velora-targets
-  FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
-  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(EXPORT velora-targets NAMESPACE velora:: DESTINATION ${package_dir})
+# A component of the CMake package is one library. Each has an export set of its own, and the package
+# is told what each links, so that a program needs only what stands below the components it asks for.
+set(VELORA_COMPONENTS "")
+set(VELORA_COMPONENT_LINKS "")
+foreach(library IN LISTS libraries)
+  get_target_property(component ${library} EXPORT_NAME)
+  install(TARGETS ${library} EXPORT velora-${component}-targets
+    FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+    INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+  install(EXPORT velora-${component}-targets NAMESPACE velora:: DESTINATION ${package_dir})
+
+  get_target_property(links ${library} INTERFACE_LINK_LIBRARIES)
+  list(FILTER links EXCLUDE REGEX "BUILD_INTERFACE|NOTFOUND$")
+  list(TRANSFORM links REPLACE "^.*[:<]([A-Za-z0-9]+::[A-Za-z0-9]+)>+$" "\\1")
+  list(TRANSFORM links REPLACE "^.*velora_([a-z]+)>*$" "\\1")
+  list(JOIN links " " links)
+  list(APPEND VELORA_COMPONENTS ${component})
+  string(APPEND VELORA_COMPONENT_LINKS "set(_velora_links_of_${component} ${links})\n")
+endforeach()
+list(JOIN VELORA_COMPONENTS " " VELORA_COMPONENTS)
 configure_package_config_file(cmake/velora-config.cmake.in velora-config.cmake
-  INSTALL_DESTINATION ${package_dir})
+  INSTALL_DESTINATION ${package_dir} NO_CHECK_REQUIRED_COMPONENTS_MACRO)
 write_basic_package_version_file(velora-config-version.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/velora-config.cmake ${PROJECT_BINARY_DIR}/velora-config-version.cmake
   DESTINATION ${package_dir})
