@@ -90,8 +90,8 @@ void ReadRecord(benchmark::State& state, Form form) {
             return;
         }
         while (input.ReadNext(&header, &data)) {
-            const HeaderBlock ownedHeader(header);
-            const DataBlock ownedData(data);
+            const velora::impex::HeaderBlock ownedHeader(header);
+            const velora::impex::DataBlock ownedData(data);
             benchmark::DoNotOptimize(*data);
         }
     }
