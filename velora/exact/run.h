@@ -12,6 +12,7 @@
 #include "velora/exact/run_report.h"
 #include "velora/output/output_file.h"
 #include "velora/output/run_progress.h"
+#include "velora/utils/api.h"
 
 namespace velora::exact {
 
@@ -39,8 +40,8 @@ class RunListener {
 // A job that asks for a report comes with a file for it, as it was made. The file is prepared
 // together with the output, so that whatever speaks against it ends the run before anything is
 // read; opening, writing and finishing it, when the run `hasBegun`, is the caller's.
-[[nodiscard]] RunReport Run(const ExactJob& job, RunListener& listener,
-                            output::RunProgress& progress,
-                            output::OutputFile* reportFile = nullptr);
+[[nodiscard]] VELORA_API RunReport Run(const ExactJob& job, RunListener& listener,
+                                       output::RunProgress& progress,
+                                       output::OutputFile* reportFile = nullptr);
 
 }  // namespace velora::exact

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "velora/codec/byte_sink.h"
+#include "velora/utils/api.h"
 
 namespace velora::exact {
 
@@ -20,7 +21,7 @@ enum class Status : std::uint8_t {
 };
 
 // What happened in a run, as far as its status depends on it.
-struct RunFacts {
+struct VELORA_API RunFacts {
     // How an output ended.
     using OutputKind = codec::OutputOutcome::Kind;
 
@@ -32,7 +33,7 @@ struct RunFacts {
 };
 
 // What exists is told before what cannot be written, and that before what there is to write.
-[[nodiscard]] Status StatusOf(const RunFacts& facts);
+[[nodiscard]] VELORA_API Status StatusOf(const RunFacts& facts);
 
 // The output is complete under its name; with the second, but for what is named.
 [[nodiscard]] constexpr bool IsOutputThere(Status status) {
