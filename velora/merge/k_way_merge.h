@@ -6,14 +6,17 @@
 #include <cstdint>
 
 #include "velora/merge/put_record.h"
+#include "velora/utils/api.h"
 
 namespace velora::merge {
 
 // Puts all records of the sources, which have not begun, into the sink, of their bytes `mostBytes`
 // at most. False once the output has failed.
-[[nodiscard]] bool MergeByTime(Sources sources, std::uint32_t mostBytes, output::RecordSink& sink);
+[[nodiscard]] VELORA_API bool MergeByTime(Sources sources, std::uint32_t mostBytes,
+                                          output::RecordSink& sink);
 
 // Source after source, without any order by time.
-[[nodiscard]] bool Concatenate(Sources sources, std::uint32_t mostBytes, output::RecordSink& sink);
+[[nodiscard]] VELORA_API bool Concatenate(Sources sources, std::uint32_t mostBytes,
+                                          output::RecordSink& sink);
 
 }  // namespace velora::merge

@@ -17,6 +17,7 @@
 #include "velora/output/run_progress.h"
 #include "velora/output/source_counts.h"
 #include "velora/output/time_change.h"
+#include "velora/utils/api.h"
 
 namespace velora::output {
 
@@ -28,7 +29,7 @@ struct OutputCounts {
     std::optional<std::int64_t> latest;
 };
 
-class Ledger {
+class VELORA_API Ledger {
  public:
     // `progress` learns how many records are written; it outlives the ledger.
     Ledger(std::size_t sources, RunProgress& progress) : m_Sources(sources), m_Progress(progress) {}

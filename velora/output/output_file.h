@@ -25,6 +25,7 @@
 
 #include "velora/codec/byte_sink.h"
 #include "velora/output/temporary_name.h"
+#include "velora/utils/api.h"
 #include "velora/utils/scope_guards.h"
 
 namespace velora::output {
@@ -38,7 +39,7 @@ struct FileIdentity {
     bool operator==(const FileIdentity&) const = default;
 };
 
-class OutputFile final : public codec::ByteSink {
+class VELORA_API OutputFile final : public codec::ByteSink {
  public:
     OutputFile() = default;
     // Unless it was finished, a new file is gone without a trace.

@@ -32,9 +32,11 @@
 #include <optional>
 #include <span>
 
+#include "velora/utils/api.h"
+
 namespace velora::packet {
 
-class AddressRewrite {
+class VELORA_API AddressRewrite {
  public:
     // Looks once at a record: at its captured bytes, any bytes, and its link type, as FindIpv4
     // (velora/packet/ipv4_place.h) takes them. Nothing when that finds no IPv4 header.
