@@ -1,9 +1,11 @@
-// The ten copies of a record, held against sums counted from nothing. An input: a byte for the link
-// type (its remainder by the number of those below), then the captured bytes.
+// The view of a record, other addresses for it, and its ten copies, held against sums counted from
+// nothing. An input: a byte for the link type (its remainder by the number of those below), then
+// the captured bytes.
 
 #include "velora/packet/address_copies.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -11,14 +13,20 @@
 
 #include "fuzz/fuzz_support.h"
 #include "tests/packet/naive_checksum.h"
-#include "velora/packet/ipv4_place.h"
+#include "velora/packet/address_rewrite.h"
+#include "velora/packet/ip_place.h"
+#include "velora/packet/packet_view.h"
 
 using fuzz::Check;
 using velora::packet::AddressCopies;
+using velora::packet::AddressRewrite;
+using velora::packet::IpAddress;
+using velora::packet::IpPlace;
+using velora::packet::PacketView;
 
 namespace {
 
-constexpr std::uint32_t kLinkTypes[] = {0, 1, 12, 14, 101, 108, 113, 228, 276, 147};
+constexpr std::uint32_t kLinkTypes[] = {0, 1, 12, 14, 101, 108, 113, 228, 276, 147, 229};
 constexpr std::size_t kAddresses = 12;
 constexpr std::size_t kHeader = 20;
 
@@ -97,6 +105,54 @@ void CheckCopy(const Packet& original, std::string_view bytes, std::uint8_t netw
     Check(copy.HeaderFault() == original.HeaderFault(), "the header's sum is as right as it was");
 }
 
+void CheckView(const PacketView& view, const IpPlace& place,
+               const std::vector<std::uint8_t>& record) {
+    const auto begin = static_cast<std::size_t>(view.payload.data() - record.data());
+    Check(begin >= place.offset && begin + view.payload.size() <= record.size(),
+          "the payload was captured");
+    Check(view.version == place.version && view.source.Version() == view.version &&
+              view.destination.Version() == view.version,
+          "all are of one version");
+    Check(!view.destinationPort || (view.sourcePort && view.payload.size() >= 4),
+          "ports were captured");
+}
+
+// All words of an IPv6 packet, its addresses and its transport sum among them, add up to the same
+// where the sum follows both addresses.
+void CheckIpv6Rewrite(const AddressRewrite& rewrite, std::size_t header,
+                      const std::vector<std::uint8_t>& record) {
+    const auto sumBetween = [](const std::vector<std::uint8_t>& bytes, std::size_t from,
+                               std::size_t to) {
+        return SumOfWords(std::string(bytes.data() + from, bytes.data() + to)) % 65535;
+    };
+    const IpAddress source(std::array<std::uint8_t, 16>{0xFD, 0x12, 0x34});
+    const IpAddress destination(std::array<std::uint8_t, 16>{0xFE, 0x80, 0xA5});
+    std::vector<std::uint8_t> changed = record;
+    Check(!rewrite.Apply(source, IpAddress(1), changed) && !rewrite.Apply(1, 2, changed) &&
+              changed == record,
+          "the versions are not mixed");
+    Check(rewrite.Apply(source, destination, changed), "all else is written");
+    const std::size_t from = header + 8;
+    const std::size_t to = header + 24;
+    const std::size_t behind = header + 40;
+    std::vector<std::uint8_t> expected = record;
+    std::copy(source.Bytes().begin(), source.Bytes().end(), &expected[from]);
+    std::copy(destination.Bytes().begin(), destination.Bytes().end(), &expected[to]);
+    const std::uint64_t before = sumBetween(record, header, record.size());
+    const std::uint64_t after = sumBetween(changed, header, record.size());
+    const auto [sum, old] = std::mismatch(changed.begin(), changed.end(), expected.begin());
+    if (sum == changed.end()) {
+        return;  // there was none to update
+    }
+    const auto rest = std::min<std::ptrdiff_t>(2, changed.end() - sum);
+    Check(sum - changed.begin() >= static_cast<std::ptrdiff_t>(behind) &&
+              std::equal(sum + rest, changed.end(), old + rest),
+          "only addresses and one sum differ");
+    const std::uint64_t onRoute =
+        before + sumBetween(changed, to, behind) + 65535 - sumBetween(record, to, behind);
+    Check(after == before || after == onRoute % 65535, "the sum is as right as it was");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -105,6 +161,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     const std::uint32_t linkType = kLinkTypes[data[0] % std::size(kLinkTypes)];
     const std::vector<std::uint8_t> record(data + 1, data + size);
+    const auto place = velora::packet::FindIp(linkType, record);
+    const auto view = PacketView::Of(linkType, record);
+    const auto rewrite = AddressRewrite::Plan(linkType, record);
+    Check(place.has_value() == view.has_value() && place.has_value() == rewrite.has_value(),
+          "one header for all");
+    if (place) {
+        CheckView(*view, *place, record);
+    }
+    if (place && place->version == 6) {
+        CheckIpv6Rewrite(*rewrite, place->offset, record);
+    }
     const auto copies = AddressCopies::Plan(linkType, record);
     const auto header = velora::packet::FindIpv4(linkType, record);
     if (!header) {

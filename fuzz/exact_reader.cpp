@@ -1,5 +1,6 @@
 // A whole file of any bytes through the block reader, in blocks and pieces of two sizes: the same
-// records, the same traits, and the same problem at the same place.
+// records, the same traits, and the same problem at the same place. And through the capture reader,
+// from memory and from a function, which gives each record as it arrives.
 //
 // The first byte chooses a compression for the rest, which gets the fuzzer past the checksums, or
 // none; the next two the sizes.
@@ -9,8 +10,11 @@
 #include "fuzz/fuzz_support.h"
 #include "tests/capture/read_whole.h"
 #include "tests/support/capture_builder.h"
+#include "velora/capture/capture_reader.h"
 
 using fuzz::Check;
+using velora::capture::ByteSource;
+using velora::capture::CaptureReader;
 using velora::capture::CaptureTraits;
 using velora::capture::ReadCapture;
 using velora::capture::ReadWhole;
@@ -43,6 +47,33 @@ bool AreEqual(const CaptureTraits& one, const CaptureTraits& other) {
            one.isFinerThanMicroseconds == other.isFinerThanMicroseconds;
 }
 
+// Records of all link types, which the block reader has counted as read.
+void CheckReader(const ByteSource& source, bool givesAtOnce, const ReadCapture& whole) {
+    CaptureReader reader;
+    const bool isCapture = !reader.Open(source, {.givesAtOnce = givesAtOnce, .blockSize = 256});
+    std::uint64_t records = 0;
+    std::uint64_t sum = 0;  // of bytes that the sanitizers are to see looked at
+    for (const velora::capture::Record& record : reader) {
+        records += 1;
+        for (const std::uint8_t byte : record.Bytes()) {
+            sum += byte;
+        }
+        sum += record.interface->name.size() + record.interface->linkType;
+    }
+    for (const velora::capture::DescribedInterfaces& described : reader.Interfaces()) {
+        for (const char letter : described.first.name) {
+            sum += static_cast<std::uint8_t>(letter);
+        }
+    }
+    volatile std::uint64_t seen = sum;
+    static_cast<void>(seen);
+    Check(isCapture == whole.isCapture, "it opens what is a capture");
+    Check(records == whole.recordsRead, "it gives all records");
+    Check(reader.GetProblem().has_value() == whole.problem.has_value(), "it sees the damage");
+    Check(!isCapture || !whole.problem || reader.GetProblem()->text == whole.problem->text,
+          "it tells of it alike");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -70,5 +101,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         Check(!whole.isCapture || whole.problem->records == whole.recordsRead,
               "behind all records");
     }
+    CheckReader(ByteSource::Memory(file), false, whole);
+    const auto byPieces = [left = std::string_view(file),
+                           piece = std::size_t{1} + data[2]](std::span<std::uint8_t> room) mutable {
+        const std::size_t count = std::min({piece, room.size(), left.size()});
+        left.copy(reinterpret_cast<char*>(room.data()), count);
+        left.remove_prefix(count);
+        return static_cast<std::ptrdiff_t>(count);
+    };
+    CheckReader(ByteSource::Function(byPieces), true, whole);
     return 0;
 }

@@ -181,7 +181,7 @@ write("interface_rates", {
 })
 
 # A byte for the link type (fuzz/address_copies.cpp lists them), and a packet; sums as they come.
-ethernet, loopback, raw, cooked, cooked2 = b"\1", b"\0", b"\4", b"\6", b"\x08"
+ethernet, loopback, raw, cooked, cooked2, raw6 = b"\1", b"\0", b"\4", b"\6", b"\x08", b"\x0A"
 mac = bytes(12)
 
 
@@ -189,6 +189,11 @@ def ipv4(protocol, segment, options=b"", fragment=0, length=None):
     size = 20 + len(options)
     return struct.pack(">BBHHHBBHII", 0x40 + size // 4, 0, size + len(segment) if length is None else length,
                        1, fragment, 64, protocol, 0x1234, 0xC0A80702, 0xCB007109) + options + segment
+
+
+def ipv6(next_header, chain, length=None):
+    return struct.pack(">IHBBQQQQ", 6 << 28, len(chain) if length is None else length, next_header, 64,
+                       0x20010DB800000000, 1, 0x20010DB800000000, 2) + chain
 
 
 tcp = struct.pack(">HHIIHHHH", 1234, 80, 1, 2, 0x5010, 500, 0x1234, 0)
@@ -208,6 +213,12 @@ write("address_copies", {
     "fragments": raw + ipv4(17, udp, fragment=0x2000),
     "later_fragment": raw + ipv4(17, udp, fragment=0x2001),
     "cut": raw + ipv4(6, tcp)[:37],
+    "ipv6": ethernet + mac + b"\x86\xDD" + ipv6(6, tcp),
+    "ipv6_raw": raw + ipv6(58, bytes.fromhex("8000 1234 0001 0001")),
+    "ipv6_loopback": loopback + b"\0\0\0\x1C" + ipv6(33, dccp, length=0),
+    "ipv6_extensions": raw6 + ipv6(0, bytes.fromhex("3C00010400000000 2B00010400000000 2C00040000000000 3300000000000007 1101000000000000 00000000") + udp),
+    "ipv6_route": raw6 + ipv6(43, bytes.fromhex("0602000100000000 20010DB8000000000000000000000009") + tcp),
+    "ipv6_later_fragment": raw6 + ipv6(44, bytes.fromhex("1100000800000007") + udp),
 })
 write("report_names", {
     "markup": "<script>alert(1)</script>.pcap",

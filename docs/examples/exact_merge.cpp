@@ -2,7 +2,7 @@
 #include <iostream>
 #include <string>
 
-#include "velora/exact/run.h"
+#include <velora/exact/run.h>
 
 using namespace velora;
 

@@ -23,6 +23,8 @@ TEST(StatusOf, TellsWhatExistsBeforeWhatCannotBeAndWhatIsDoubtfulLast) {
         {.about = "nothing was found", .in = {}, .out = kComplete},
         {.about = "a record is missing", .in = {.isDoubtful = true}, .out = kIncomplete},
         {.about = "nothing fits", .in = {.hasNothingToWrite = true, .isDoubtful = true}, .out = kNothingToWrite},
+        {.about = "stopped", .in = {.isStopped = true, .hasNothingToWrite = true}, .out = kStopped},
+        {.about = "the disk was full before", .in = {.output = kCannot, .isStopped = true}, .out = kCannotWrite},
         {.about = "the disk is full", .in = {.output = kCannot, .isDoubtful = true}, .out = kCannotWrite},
         {.about = "the output is an input", .in = {.isPathRefused = true, .output = kCannot}, .out = kOutputExists},
         {.about = "the report exists, no output", .in = {.output = kCannot, .report = kExists}, .out = kOutputExists},

@@ -79,12 +79,17 @@ TEST(ReadAheadTest, EndsWhereverItIs) {
             }
         });
         std::atomic<std::uint64_t> bytesRead = 0;
-        ReadAhead ahead(std::move(inputs), {3, 16384}, {}, bytesRead);
+        std::stop_source stop;
+        ReadAhead ahead(std::move(inputs), {3, 16384}, {}, bytesRead, stop.get_token());
         for (int block = 0; block < taken; ++block) {
             const std::size_t input = static_cast<std::size_t>(block) % 2;
             const capture::RecordBlock* const filled = ahead.Take(input);
             ASSERT_TRUE(filled != nullptr && filled->Count() > 0 && !filled->problem);
             ahead.GiveBack(input);
+        }
+        if (taken % 2 == 0) {
+            stop.request_stop();
+            EXPECT_EQ(ahead.Take(static_cast<std::size_t>(taken / 2 % 4)), nullptr);
         }
     }
     EXPECT_EQ(EntriesOf("/proc/self/task"), threads);

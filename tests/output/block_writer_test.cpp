@@ -11,7 +11,7 @@ namespace {
 
 TEST(BlockWriterTest, GivesAllBytesInOrder) {
     const std::string content = codec::Noise(150'000);
-    for (const auto& [blockSize, blocks] : {std::pair<std::size_t, std::size_t>{64, 2}, {65, 4}, {4096, 2}}) {
+    for (const auto& [blockSize, blocks] : {std::pair<std::size_t, std::size_t>{64, 1}, {64, 2}, {65, 4}, {4096, 2}}) {
         SCOPED_TRACE(blockSize);
         codec::StringSink sink;
         BlockWriter writer(sink, blockSize, blocks);

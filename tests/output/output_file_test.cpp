@@ -10,6 +10,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 
 #include "tests/codec/string_sink.h"
@@ -28,12 +29,13 @@ const std::string kContent = codec::Noise(3'300'000);  // space ahead is asked f
 // Writes the content in pieces to a new output, and finishes even after a failure, which has to be told again.
 // Threads that run meanwhile meet the faults, too: where there are some, none is armed.
 codec::OutputOutcome Produce(
-    const std::string& path, const char* faults = nullptr, const std::function<void()>& meanwhile = [] {}) {
+    const std::string& path, const char* faults = nullptr, const std::function<void()>& meanwhile = [] {},
+    const FileOptions& options = {}) {
     OutputFile output;
     if (faults != nullptr) {
         ArmFault(faults);
     }
-    codec::OutputOutcome outcome = output.Prepare(path);
+    codec::OutputOutcome outcome = output.Prepare(path, options);
     if (outcome.IsGood()) {
         meanwhile();
         outcome = output.Open();
@@ -86,13 +88,51 @@ TEST(OutputFileTest, AppearsWholeOrNotAtAllWhateverFails) {
               "its directory offers no way to let a file appear whole: Invalid argument");
 }
 
-TEST(OutputFileTest, IsForItsOwnerAndTakesNoSpaceBehindItsEnd) {
+TEST(OutputFileTest, HasTheModeThatIsAskedForAndTakesNoSpaceBehindItsEnd) {
+    for (const char* const way : kWays) {
+        for (const mode_t mode : {0600U, 0666U, 0444U}) {
+            const TempDir directory;
+            const mode_t before = umask(026);
+            EXPECT_TRUE(Produce(directory / "out", way, [] {}, {.mode = mode}).IsGood());
+            umask(before);
+            struct stat status {};
+            ASSERT_EQ(stat((directory / "out").c_str(), &status), 0);
+            EXPECT_EQ(status.st_mode & 07777U, mode & ~026U);
+            EXPECT_LT(static_cast<std::size_t>(status.st_blocks) * 512, kContent.size() + 65536);
+        }
+    }
+}
+
+TEST(OutputFileTest, ReplacesARegularFileAtItsEndWhereThatIsAskedFor) {
+    const FileOptions replacing{.replacesExisting = true};
+    for (const char* const way : kWays) {
+        const TempDir directory;
+        EXPECT_TRUE(Produce(
+                        directory / "new", way, [] {}, replacing)
+                        .IsGood());
+        directory.Write("out", "before");
+        const auto look = [&] { EXPECT_EQ(directory.Read("out"), "before"); };
+        EXPECT_TRUE(Produce(directory / "out", way, look, replacing).IsGood());
+        EXPECT_TRUE(directory.Read("out") == kContent && directory.Read("new") == kContent);
+        EXPECT_EQ(directory.Names().size(), 2U);
+        const auto takeOver = [&] {
+            std::filesystem::remove(directory / "out");
+            std::filesystem::create_directory(directory / "out");
+        };
+        EXPECT_EQ(Produce(directory / "out", way, takeOver, replacing).keptAs, directory / "out.1");
+    }
     const TempDir directory;
-    EXPECT_TRUE(Produce(directory / "out").IsGood());
-    struct stat status {};
-    ASSERT_EQ(stat((directory / "out").c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777U, 0600U);
-    EXPECT_LT(static_cast<std::size_t>(status.st_blocks) * 512, kContent.size() + 65536);
+    directory.Write("out", "before");
+    EXPECT_EQ(Produce(
+                  directory / "out", "write 2", [] {}, replacing)
+                  .error,
+              ENOSPC);
+    EXPECT_EQ(Produce(
+                  directory / "out", "renameat2 1", [] {}, replacing)
+                  .error,
+              EINVAL);
+    EXPECT_EQ(directory.Read("out"), "before");
+    EXPECT_EQ(directory.Names().size(), 1U);
 }
 
 TEST(OutputFileTest, WhatTakesItsNameMeanwhileStays) {
@@ -129,6 +169,8 @@ TEST(OutputFileTest, RefusesWhatExistsAndWhatCannotBe) {
     for (const char* const name : {"file", "dir", "dir/", "dir/..", "dangling", "to dir", "/"}) {
         const codec::OutputOutcome outcome = OutputFile().Prepare(directory / name);
         EXPECT_TRUE(outcome.kind == Kind::kExists && outcome.text == "exists already") << name << outcome.text;
+        const codec::OutputOutcome replacing = OutputFile().Prepare(directory / name, {.replacesExisting = true});
+        EXPECT_EQ(replacing.text, name == std::string("file") ? "" : "is no regular file, which could be replaced");
     }
     for (const auto& [path, error] : {std::pair{std::string(), ENOENT},
                                       {directory / "file/out", ENOTDIR},
@@ -184,7 +226,6 @@ std::string ReadUpTo(const std::string& path, std::size_t most) {
 }
 
 TEST(OutputFileTest, WritesAllToPipesAndSeesTheirReaderLeave) {
-    std::signal(SIGPIPE, SIG_IGN);
     const TempDir directory;
     const std::string path = directory / "pipe";
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
@@ -202,6 +243,37 @@ TEST(OutputFileTest, WritesAllToPipesAndSeesTheirReaderLeave) {
     std::filesystem::remove(path);
     directory.Write("pipe", "other");
     EXPECT_EQ(output.Open().kind, Kind::kExists);
+}
+
+// In a process that does nothing about these signals, and by the thread that writes.
+TEST(OutputFileTest, FailsWithoutASignal) {
+    const TempDir directory;
+    const auto exitsAs = [&](const std::string& path, int signal, int error) {
+        std::signal(signal, SIG_DFL);
+        const codec::OutputOutcome outcome = Produce(path);
+        sigset_t pending;
+        sigpending(&pending);
+        sigset_t mask;
+        sigprocmask(SIG_SETMASK, nullptr, &mask);
+        std::_Exit(outcome.error == error && sigismember(&pending, signal) == 0 && sigismember(&mask, signal) == 0 ? 0
+                                                                                                                   : 1);
+    };
+    const auto withLimit = [&] {
+        const ScopedLimit limit(RLIMIT_FSIZE, 2'000'000);
+        exitsAs(directory / "limited", SIGXFSZ, EFBIG);
+    };
+    EXPECT_EXIT(withLimit(), testing::ExitedWithCode(0), "");
+    for (const bool isSocket : {false, true}) {
+        int ends[2];
+        ASSERT_EQ(isSocket ? socketpair(AF_UNIX, SOCK_STREAM, 0, ends) : pipe(ends), 0);
+        close(ends[0]);
+        const MiscUtils::UniqueFd writing(ends[1]);
+        const auto withoutReader = [&] {
+            dup2(writing.Get(), STDOUT_FILENO);
+            exitsAs("-", SIGPIPE, EPIPE);
+        };
+        EXPECT_EXIT(withoutReader(), testing::ExitedWithCode(0), "");
+    }
 }
 
 TEST(OutputFileTest, WritesAllToAStandardOutputThatDoesNotBlock) {

@@ -44,9 +44,13 @@ class ByteSink {
     // taken, and each further call tells the same.
     [[nodiscard]] virtual OutputOutcome Write(std::span<const std::uint8_t> bytes) = 0;
 
-    // No more bytes come: called once, also after a failure, which it tells again. Only when this
-    // is kGood, or kTaken, does the output hold everything. A sink that is destroyed without it
-    // leaves nothing behind where that can be.
+    // Passes on what was taken so far, where the sink holds some back, so that whoever reads the
+    // output as it grows has it. Fails as Write does.
+    [[nodiscard]] virtual OutputOutcome Flush() { return {}; }
+
+    // No more bytes come: called once, last. After a failure it tells that again, or is not called.
+    // Only when this is kGood, or kTaken, does the output hold everything. A sink that is destroyed
+    // without it leaves nothing behind where that can be.
     [[nodiscard]] virtual OutputOutcome Finish() = 0;
 };
 

@@ -19,27 +19,30 @@ class CompressedSink : public ByteSink {
 
     OutputOutcome Write(std::span<const std::uint8_t> bytes) final {
         while (!bytes.empty() && m_Failure.IsGood()) {
-            static_cast<void>(Step(bytes, false));
+            static_cast<void>(Step(bytes, Upto::kAny));
         }
         return m_Failure;
     }
 
+    OutputOutcome Flush() final {
+        Drain(Upto::kBorder);
+        return m_Failure.IsGood() ? m_Below.Flush() : m_Failure;
+    }
+
     OutputOutcome Finish() final {
-        std::span<const std::uint8_t> none;
-        for (bool isAtEnd = false; !isAtEnd && m_Failure.IsGood();) {
-            isAtEnd = Step(none, true);
-        }
-        if (m_Failure.IsGood()) {
-            PassOn();
-        }
+        Drain(Upto::kEnd);
         return m_Failure.IsGood() ? m_Below.Finish() : m_Failure;
     }
 
  protected:
-    // Takes from the front of `input` and gives to the front of `output`; with `isLast`, no input
-    // follows, and true means that the output is complete. What fails is told to Fail.
+    // How far the output is to come with the input at hand: as far as is convenient, to a border up
+    // to which a decompressor gives all of it, or to the end of what is compressed.
+    enum class Upto : std::uint8_t { kAny, kBorder, kEnd };
+
+    // Takes from the front of `input` and gives to the front of `output`. True: it has come so far.
+    // What fails is told to Fail.
     virtual bool Compress(std::span<const std::uint8_t>& input, std::span<std::uint8_t>& output,
-                          bool isLast) = 0;
+                          Upto upto) = 0;
 
     void Fail(const char* reason) {
         m_Failure = {.kind = OutputOutcome::Kind::kCannot, .text = reason};
@@ -48,14 +51,24 @@ class CompressedSink : public ByteSink {
  private:
     static constexpr std::size_t kOutputSize = std::size_t{1} << 18;
 
-    bool Step(std::span<const std::uint8_t>& input, bool isLast) {
+    void Drain(Upto upto) {
+        std::span<const std::uint8_t> none;
+        for (bool isThere = false; !isThere && m_Failure.IsGood();) {
+            isThere = Step(none, upto);
+        }
+        if (m_Failure.IsGood() && m_Used > 0) {
+            PassOn();
+        }
+    }
+
+    bool Step(std::span<const std::uint8_t>& input, Upto upto) {
         std::span<std::uint8_t> room = std::span(m_Output).subspan(m_Used);
-        const bool isAtEnd = Compress(input, room, isLast);
+        const bool isThere = Compress(input, room, upto);
         m_Used = m_Output.size() - room.size();
         if (room.empty() && m_Failure.IsGood()) {
             PassOn();
         }
-        return isAtEnd;
+        return isThere;
     }
 
     void PassOn() {
@@ -81,20 +94,21 @@ class GzipSink final : public CompressedSink {
 
  private:
     bool Compress(std::span<const std::uint8_t>& input, std::span<std::uint8_t>& output,
-                  bool isLast) override {
+                  Upto upto) override {
         const std::size_t taken =
             std::min<std::size_t>(input.size(), std::numeric_limits<std::uint32_t>::max());
         m_Stream.next_in = const_cast<std::uint8_t*>(input.data());  // it only reads them
         m_Stream.avail_in = static_cast<std::uint32_t>(taken);
         m_Stream.next_out = output.data();
         m_Stream.avail_out = static_cast<std::uint32_t>(output.size());
-        m_Stream.end_of_stream = isLast ? 1 : 0;
+        m_Stream.end_of_stream = upto == Upto::kEnd ? 1 : 0;
+        m_Stream.flush = upto == Upto::kBorder ? SYNC_FLUSH : NO_FLUSH;
         if (isal_deflate(&m_Stream) != COMP_OK) {
             Fail("the gzip compressor has failed");
         }
         input = input.subspan(taken - m_Stream.avail_in);
         output = output.last(m_Stream.avail_out);
-        return m_Stream.internal_state.state == ZSTATE_END;
+        return upto == Upto::kEnd ? m_Stream.internal_state.state == ZSTATE_END : !output.empty();
     }
 
     std::vector<std::uint8_t> m_Work;
@@ -128,10 +142,12 @@ class ZstdSink final : public CompressedSink {
     }
 
     bool Compress(std::span<const std::uint8_t>& input, std::span<std::uint8_t>& output,
-                  bool isLast) override {
+                  Upto upto) override {
         ZSTD_inBuffer in{.src = input.data(), .size = input.size(), .pos = 0};
         ZSTD_outBuffer out{.dst = output.data(), .size = output.size(), .pos = 0};
-        const ZSTD_EndDirective how = isLast ? ZSTD_e_end : ZSTD_e_continue;
+        const ZSTD_EndDirective how = upto == Upto::kEnd      ? ZSTD_e_end
+                                      : upto == Upto::kBorder ? ZSTD_e_flush
+                                                              : ZSTD_e_continue;
         std::size_t left = ZSTD_compressStream2(m_Context.get(), &out, &in, how);
         if (!m_HasBegun && ZSTD_isError(left) != 0) {
             // There are no threads to be had, or no memory for as many.

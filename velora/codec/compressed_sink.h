@@ -13,10 +13,10 @@
 namespace velora::codec {
 
 // Null for a compression that is not written here: all but gzip and zstd. `below` is borrowed, and
-// the new sink's alone while that exists; its Finish finishes `below` too. `threads` is how many
-// cores there are to compress with, at least 1; only zstd uses more than one, takes up to 16 MiB
-// for each, and does without where they cannot be had. Throws std::bad_alloc; memory that is wanted
-// later shows as kCannot.
+// the new sink's alone while that exists; its Finish finishes `below` too, its Flush flushes it,
+// and costs some bytes each time. `threads` is how many cores there are to compress with, at least
+// 1; only zstd uses more than one, takes up to 16 MiB for each, and does without where they cannot
+// be had. Throws std::bad_alloc; memory that is wanted later shows as kCannot.
 [[nodiscard]] VELORA_API std::unique_ptr<ByteSink> MakeCompressedSink(Compression compression,
                                                                       ByteSink& below,
                                                                       unsigned threads);

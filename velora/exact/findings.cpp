@@ -41,6 +41,11 @@ void Findings::AddNothingToWrite(const std::string& text) {
     ReportOutput(text);
 }
 
+void Findings::AddStopped(bool hasBytes) {
+    m_Facts.isStopped = true;
+    ReportOutput(hasBytes ? "stopped: the output is not complete" : "stopped: nothing was written");
+}
+
 void Findings::AddReport(const OutputOutcome& outcome) {
     m_Facts.report = outcome.kind;
     if (!outcome.IsGood()) {

@@ -34,6 +34,9 @@ class Findings {
     // There is nothing to write, for that reason.
     void AddNothingToWrite(const std::string& text);
 
+    // A stop was asked for. `hasBytes`: the output is a pipe or a device, and has some already.
+    void AddStopped(bool hasBytes);
+
     // What became of the preparation of the report.
     void AddReport(const codec::OutputOutcome& outcome);
     // The report must not be written, for that reason.

@@ -1,16 +1,11 @@
 #include "velora/exact/open_inputs.h"
 
-#include <array>
 #include <cerrno>
-#include <optional>
 #include <string>
 #include <utility>
-#include <variant>
-
-#include <fcntl.h>
 
 #include "velora/capture/input_file.h"
-#include "velora/utils/scope_guards.h"
+#include "velora/input/open_files.h"
 
 namespace velora::exact {
 namespace {
@@ -18,51 +13,28 @@ namespace {
 using capture::InputFile;
 using capture::Problem;
 
-// Descriptors that are kept free while inputs take all others: for the output and the waiting for
-// pipes.
-class DescriptorReserve {
- public:
-    DescriptorReserve() {
-        for (MiscUtils::UniqueFd& fd : m_Held) {
-            fd.Reset(open("/", O_PATH | O_CLOEXEC));
-        }
+std::vector<capture::ByteSource> SourcesOf(const ExactJob& job) {
+    std::vector<capture::ByteSource> sources;
+    for (const InputName& name : job.inputs) {
+        sources.push_back(name.isStandardInput ? capture::ByteSource::StandardInput()
+                                               : capture::ByteSource(name.path));
     }
+    return sources;
+}
 
- private:
-    std::array<MiscUtils::UniqueFd, 4> m_Held;
-};
-
-struct OpenFiles {
-    std::vector<InputFile> files;
-    std::vector<std::size_t> inputOf;  // which of the job's each is
-};
-
-// Nothing where there are more inputs than descriptors.
-std::optional<OpenFiles> OpenAll(const ExactJob& job, RunReport& report, Findings& findings) {
-    const DescriptorReserve reserve;
-    OpenFiles opened;
-    for (std::size_t input = 0; input < job.inputs.size(); ++input) {
-        const InputName& name = job.inputs[input];
-        auto result = capture::OpenInput(name.isStandardInput ? capture::ByteSource::StandardInput()
-                                                              : capture::ByteSource(name.path));
-        if (const auto* const problem = std::get_if<Problem>(&result)) {
-            if (problem->error == EMFILE) {
-                findings.AddNothingToWrite("there are " + std::to_string(job.inputs.size()) +
-                                           " inputs, and descriptors for " +
-                                           std::to_string(opened.files.size()) +
-                                           " of them; the hard limit (ulimit -Hn) allows no more");
-                return std::nullopt;
-            }
-            findings.AddLeftOut(input, *problem);
-            continue;
+// False where there are more inputs than descriptors.
+bool AddFailures(const input::OpenFiles& opened, std::size_t inputs, Findings& findings) {
+    for (const auto& [input, problem] : opened.failures) {
+        if (problem.error == EMFILE) {
+            findings.AddNothingToWrite("there are " + std::to_string(inputs) +
+                                       " inputs, and descriptors for " +
+                                       std::to_string(opened.files.size()) +
+                                       " of them; the hard limit (ulimit -Hn) allows no more");
+            return false;
         }
-        auto& file = std::get<InputFile>(result);
-        report.inputs[input].bytesOnDisk = file.size;
-        report.inputs[input].isRegular = file.isRegular;
-        opened.files.push_back(std::move(file));
-        opened.inputOf.push_back(input);
+        findings.AddLeftOut(input, problem);
     }
-    return opened;
+    return true;
 }
 
 // 0 where one is no regular file.
@@ -89,28 +61,37 @@ capture::BlockReader::Options OptionsFor(const ExactJob& job) {
 }  // namespace
 
 OpenedInputs OpenInputs(const ExactJob& job, output::RunProgress& progress, RunReport& report,
-                        Findings& findings) {
-    std::optional<OpenFiles> opened = OpenAll(job, report, findings);
-    if (!opened) {
+                        Findings& findings, const std::stop_token& stop) {
+    input::OpenFiles opened = input::OpenAll(SourcesOf(job), stop);
+    if (!AddFailures(opened, job.inputs.size(), findings)) {
         return {};
     }
-    progress.bytesInAll = BytesInAll(opened->files);
-    const std::vector<std::size_t> inputOf = std::move(opened->inputOf);
+    for (std::size_t file = 0; file < opened.files.size(); ++file) {
+        InputReport& input = report.inputs[opened.inputOf[file]];
+        input.bytesOnDisk = opened.files[file].size;
+        input.isRegular = opened.files[file].isRegular;
+    }
+    progress.bytesInAll = BytesInAll(opened.files);
+    const std::vector<std::size_t>& inputOf = opened.inputOf;
     OpenedInputs inputs;
     inputs.set = std::make_unique<input::InputSet>(
-        std::move(opened->files), input::BlockPlan::For(job.inputs.size()), OptionsFor(job),
+        std::move(opened.files), input::BlockPlan::For(job.inputs.size()), OptionsFor(job),
         progress.bytesRead,
         [&findings, inputOf](std::size_t file, bool isSource, const Problem& problem) {
             isSource ? findings.AddProblem(inputOf[file], problem)
                      : findings.AddLeftOut(inputOf[file], problem);
-        });
+        },
+        stop);
     for (const input::InputSet::Source& source : inputs.set->Sources()) {
         const std::size_t input = inputOf[source.file];
         report.inputs[input].isCapture = true;
         report.inputs[input].traits = source.traits;
         inputs.inputOf.push_back(input);
     }
-    if (inputs.inputOf.empty()) {
+    if (stop.stop_requested()) {
+        findings.AddStopped(false);
+        inputs.set.reset();
+    } else if (inputs.inputOf.empty()) {
         findings.AddNothingToWrite("not written: no input is a readable capture");
         inputs.set.reset();
     }

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <stop_token>
 #include <vector>
 
 #include "velora/exact/findings.h"
@@ -23,7 +24,9 @@ struct OpenedInputs {
 // Opens every input, looks at the first block of each, and tells of those that cannot be read or
 // are no captures, and, from then on, what is wrong with the others as their blocks are taken. So
 // nothing is created before it is known what for. `report` learns what there is to know of each.
+// `stop` ends the reading, then and later.
 [[nodiscard]] OpenedInputs OpenInputs(const ExactJob& job, output::RunProgress& progress,
-                                      RunReport& report, Findings& findings);
+                                      RunReport& report, Findings& findings,
+                                      const std::stop_token& stop);
 
 }  // namespace velora::exact

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <new>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -25,10 +26,11 @@ using capture::ProblemKind;
 class ExactRun {
  public:
     ExactRun(const ExactJob& job, RunListener& listener, output::RunProgress& progress,
-             output::OutputFile* reportFile)
+             output::OutputFile* reportFile, const std::stop_token& stop)
         : m_Job(job),
           m_Progress(progress),
           m_ReportFile(reportFile),
+          m_Stop(stop),
           m_Findings(listener, m_Report) {
         m_Report.inputs.resize(job.inputs.size());
     }
@@ -37,7 +39,7 @@ class ExactRun {
         PrepareOutputs(m_Job, m_Output, m_ReportFile, m_Findings);
         if (m_Findings.IsToGoOn()) {
             m_Report.hasBegun = true;
-            m_Inputs = OpenInputs(m_Job, m_Progress, m_Report, m_Findings);
+            m_Inputs = OpenInputs(m_Job, m_Progress, m_Report, m_Findings, m_Stop);
         }
         if (m_Inputs.set && FitIntoForm() && OpenOutput()) {
             Write();
@@ -57,6 +59,7 @@ class ExactRun {
     const ExactJob& m_Job;
     output::RunProgress& m_Progress;
     output::OutputFile* m_ReportFile;
+    const std::stop_token& m_Stop;
     RunReport m_Report;
     Findings m_Findings;
     output::OutputFile m_Output;
@@ -114,12 +117,15 @@ void ExactRun::Write() {
             ledger.Of(source).timeline = std::make_unique<output::Timeline>();
         }
     }
-    const codec::OutputOutcome outcome =
-        WriteRecords(m_Job, m_Form, *m_Inputs.set, InterfaceNames(), m_Output, ledger);
+    const std::optional<codec::OutputOutcome> outcome =
+        WriteRecords(m_Job, m_Form, *m_Inputs.set, InterfaceNames(), m_Output, ledger, m_Stop);
     m_Report.bytesWritten = m_Output.Size();
     CloseLedger(ledger);
-    m_Findings.AddOutput(outcome);
-    if (outcome.kind != codec::OutputOutcome::Kind::kCannot) {
+    if (!outcome) {
+        return m_Findings.AddStopped(m_Output.GetIdentity() && m_Output.Size() > 0);
+    }
+    m_Findings.AddOutput(*outcome);
+    if (outcome->kind != codec::OutputOutcome::Kind::kCannot) {
         AddCountProblems();
     }
 }
@@ -158,8 +164,8 @@ void ExactRun::AddCountProblems() noexcept {
 }  // namespace
 
 RunReport Run(const ExactJob& job, RunListener& listener, output::RunProgress& progress,
-              output::OutputFile* reportFile) {
-    return ExactRun(job, listener, progress, reportFile).Execute();
+              output::OutputFile* reportFile, const std::stop_token& stop) {
+    return ExactRun(job, listener, progress, reportFile, stop).Execute();
 }
 
 }  // namespace velora::exact

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstddef>
+#include <stop_token>
 #include <string>
 
 #include "velora/capture/problem.h"
@@ -34,14 +35,18 @@ class RunListener {
     virtual void OnReport(const std::string& /*text*/) {}
 };
 
-// Runs the job. Throws std::bad_alloc and std::system_error when memory or threads run out, and
-// leaves no output then. The process ignores SIGPIPE and SIGXFSZ (see velora/output/output_file.h).
+// Runs the job. A `stop` that any thread asks for ends it within a tenth of a second, wherever the
+// inputs stand, with Status::kStopped: no output is left then, but for what a pipe or a device has
+// taken. What cannot be interrupted is waited for: a write that the system holds (a full pipe that
+// nobody reads), and the opening of a FIFO as the output until somebody reads it. Throws
+// std::bad_alloc and std::system_error when memory or threads run out, and leaves no output then.
 //
 // A job that asks for a report comes with a file for it, as it was made. The file is prepared
 // together with the output, so that whatever speaks against it ends the run before anything is
 // read; opening, writing and finishing it, when the run `hasBegun`, is the caller's.
 [[nodiscard]] VELORA_API RunReport Run(const ExactJob& job, RunListener& listener,
                                        output::RunProgress& progress,
-                                       output::OutputFile* reportFile = nullptr);
+                                       output::OutputFile* reportFile = nullptr,
+                                       const std::stop_token& stop = {});
 
 }  // namespace velora::exact

@@ -64,6 +64,8 @@ const char* TextOf(Status status) {
     switch (status) {
         case Status::kComplete:
             return "every record is in the output, in time order";
+        case Status::kStopped:
+            return "stopped before its end: nothing is left, but for what a pipe has taken";
         case Status::kNothingToWrite:
             return "nothing was written";
         case Status::kIncomplete:

@@ -11,6 +11,9 @@ Status StatusOf(const RunFacts& facts) {
     if (facts.output == Kind::kCannot || facts.report == Kind::kCannot) {
         return Status::kCannotWrite;
     }
+    if (facts.isStopped) {
+        return Status::kStopped;
+    }
     if (facts.hasNothingToWrite) {
         return Status::kNothingToWrite;
     }

@@ -5,16 +5,13 @@
 #include <thread>
 #include <utility>
 
-#include "velora/codec/compressed_sink.h"
 #include "velora/merge/address_copier.h"
 #include "velora/merge/duplicate_filter.h"
 #include "velora/merge/file_order.h"
 #include "velora/merge/k_way_merge.h"
 #include "velora/merge/reorder_window.h"
 #include "velora/merge/squish.h"
-#include "velora/output/block_writer.h"
-#include "velora/output/classic_sink.h"
-#include "velora/output/pcapng_sink.h"
+#include "velora/output/form_writer.h"
 
 namespace velora::exact {
 namespace {
@@ -35,15 +32,6 @@ std::vector<std::unique_ptr<merge::RecordSource>> MakeSources(const ExactJob& jo
     return sources;
 }
 
-std::unique_ptr<RecordSink> MakeFormSink(output::BlockWriter& writer,
-                                         const output::OutputForm& form,
-                                         std::vector<std::string> names, output::Ledger& ledger) {
-    if (form.IsPcapNg()) {
-        return std::make_unique<output::PcapNgSink>(writer, form, std::move(names), ledger);
-    }
-    return std::make_unique<output::ClassicSink>(writer, form, ledger);
-}
-
 // What stands in front of the form, or nothing.
 std::unique_ptr<RecordSink> MakeFilterSink(const ExactJob& job, RecordSink& next,
                                            output::Ledger& ledger) {
@@ -55,6 +43,24 @@ std::unique_ptr<RecordSink> MakeFilterSink(const ExactJob& job, RecordSink& next
     }
     return nullptr;
 }
+
+// Lets records pass until a stop is asked for, whatever the inputs still hold.
+class StopSink final : public RecordSink {
+ public:
+    StopSink(const std::stop_token& stop, RecordSink& next) : m_Stop(stop), m_Next(next) {}
+
+    [[nodiscard]] bool Put(const output::Item& item, std::span<const std::uint8_t> kept) override {
+        return !m_Stop.stop_requested() && m_Next.Put(item, kept);
+    }
+    [[nodiscard]] bool Put(const output::CarriedBlock& carried) override {
+        return m_Next.Put(carried);
+    }
+    [[nodiscard]] codec::OutputOutcome Finish() override { return m_Next.Finish(); }
+
+ private:
+    const std::stop_token& m_Stop;
+    RecordSink& m_Next;
+};
 
 [[nodiscard]] bool PutAll(Mode mode, merge::Sources sources, std::uint32_t mostBytes,
                           RecordSink& sink) {
@@ -72,17 +78,25 @@ std::unique_ptr<RecordSink> MakeFilterSink(const ExactJob& job, RecordSink& next
 
 }  // namespace
 
-codec::OutputOutcome WriteRecords(const ExactJob& job, const output::OutputForm& form,
-                                  input::InputSet& inputs, std::vector<std::string> names,
-                                  output::OutputFile& file, output::Ledger& ledger) {
-    const std::unique_ptr<codec::ByteSink> compressed = codec::MakeCompressedSink(
-        job.compression, file, std::max(1U, std::thread::hardware_concurrency()));
-    output::BlockWriter writer(compressed ? *compressed : file);
-    const auto formSink = MakeFormSink(writer, form, std::move(names), ledger);
-    const auto filterSink = MakeFilterSink(job, *formSink, ledger);
-    RecordSink& sink = filterSink ? *filterSink : *formSink;
+std::optional<codec::OutputOutcome> WriteRecords(const ExactJob& job,
+                                                 const output::OutputForm& form,
+                                                 input::InputSet& inputs,
+                                                 std::vector<std::string> names,
+                                                 output::OutputFile& file, output::Ledger& ledger,
+                                                 const std::stop_token& stop) {
+    output::FormWriter writer(file,
+                              {job.compression, std::max(1U, std::thread::hardware_concurrency())},
+                              form, std::move(names), ledger);
+    const auto filterSink = MakeFilterSink(job, writer.Sink(), ledger);
+    RecordSink& unstopped = filterSink ? *filterSink : writer.Sink();
+    StopSink stopSink(stop, unstopped);
+    // A run that cannot be stopped need not ask for each record.
+    RecordSink& sink = stop.stop_possible() ? stopSink : unstopped;
     const auto sources = MakeSources(job, inputs, ledger);
     static_cast<void>(PutAll(job.mode, sources, form.mostBytes, sink));  // Finish tells
+    if (stop.stop_requested()) {
+        return std::nullopt;
+    }
     return sink.Finish();
 }
 

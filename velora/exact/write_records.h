@@ -2,6 +2,8 @@
 
 #pragma once
 
+#include <optional>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -13,12 +15,12 @@
 
 namespace velora::exact {
 
-// Writes all records of the inputs to the file, which is open, and finishes it. `names` are those
-// of the sources, for interfaces. Throws std::bad_alloc and std::system_error, after which there is
-// no output.
-[[nodiscard]] codec::OutputOutcome WriteRecords(const ExactJob& job, const output::OutputForm& form,
-                                                input::InputSet& inputs,
-                                                std::vector<std::string> names,
-                                                output::OutputFile& file, output::Ledger& ledger);
+// Writes all records of the inputs to the file, which is open, and finishes it; nothing when `stop`
+// was asked for before, and the file is then not finished. `names` are those of the sources, for
+// interfaces. Throws std::bad_alloc and std::system_error, after which there is no output.
+[[nodiscard]] std::optional<codec::OutputOutcome> WriteRecords(
+    const ExactJob& job, const output::OutputForm& form, input::InputSet& inputs,
+    std::vector<std::string> names, output::OutputFile& file, output::Ledger& ledger,
+    const std::stop_token& stop);
 
 }  // namespace velora::exact

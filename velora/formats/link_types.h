@@ -17,6 +17,7 @@ inline constexpr std::uint32_t kRawIp = 101;      // an IPv4 or IPv6 header
 inline constexpr std::uint32_t kOpenBsdLoopback = 108;  // address family, big-endian
 inline constexpr std::uint32_t kLinuxCooked = 113;   // 16 bytes in place of the link's own header
 inline constexpr std::uint32_t kIpv4 = 228;          // an IPv4 header
+inline constexpr std::uint32_t kIpv6 = 229;          // an IPv6 header
 inline constexpr std::uint32_t kDbus = 231;          // messages of up to 128 MiB
 inline constexpr std::uint32_t kUsbPcap = 249;       // transfers of up to 128 MiB
 inline constexpr std::uint32_t kLinuxCooked2 = 276;  // 20 bytes in place of the link's own header
@@ -74,7 +75,7 @@ constexpr std::uint32_t Canonical(std::uint32_t linkType) {
         {220, "USB, Linux, padded"},
         {227, "CAN"},
         {kIpv4, "IPv4"},
-        {229, "IPv6"},
+        {kIpv6, "IPv6"},
         {kDbus, "D-Bus"},
         {239, "netfilter log"},
         {kUsbPcap, "USBPcap"},

@@ -6,12 +6,16 @@ namespace velora::input {
 
 InputSet::InputSet(std::vector<capture::InputFile> files, const BlockPlan& plan,
                    const capture::BlockReader::Options& options,
-                   std::atomic<std::uint64_t>& bytesRead, OnProblem onProblem)
-    : m_Ahead(std::move(files), plan, options, bytesRead),
+                   std::atomic<std::uint64_t>& bytesRead, OnProblem onProblem,
+                   const std::stop_token& stop)
+    : m_Ahead(std::move(files), plan, options, bytesRead, stop),
       m_OnProblem(std::move(onProblem)),
       m_OrdersBlocks(options.ordersBlocks) {
     for (std::size_t file = 0; file < m_Ahead.Size(); ++file) {
         const capture::RecordBlock* const first = TakeBlock(file);
+        if (first == nullptr) {
+            return;  // stopped: nothing is known of this one
+        }
         if (m_Ahead.IsCapture(file)) {
             m_Sources.push_back({file, m_Ahead.Traits(file)});
             m_First.push_back(first);

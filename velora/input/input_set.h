@@ -10,7 +10,7 @@
 //         }
 //     }
 //
-// One thread uses it.
+// One thread uses it; any may ask for a stop.
 
 #pragma once
 
@@ -20,6 +20,7 @@
 #include <functional>
 #include <optional>
 #include <span>
+#include <stop_token>
 #include <vector>
 
 #include "velora/capture/block_reader.h"
@@ -43,15 +44,16 @@ class VELORA_API InputSet {
         std::function<void(std::size_t file, bool isSource, const capture::Problem& problem)>;
 
     // Begins to read, and waits for the first block of every file: by then it is known what it is.
-    // Throws as ReadAhead does.
+    // `stop` ends that waiting as well. Throws as ReadAhead does.
     InputSet(std::vector<capture::InputFile> files, const BlockPlan& plan,
              const capture::BlockReader::Options& options, std::atomic<std::uint64_t>& bytesRead,
-             OnProblem onProblem);
+             OnProblem onProblem, const std::stop_token& stop = {});
 
-    // The inputs that are captures.
+    // The inputs that are captures; after a stop those of which that was known.
     [[nodiscard]] std::span<const Source> Sources() const { return m_Sources; }
 
-    // As ReadAhead has it: the next block, waiting for it, or null behind the last.
+    // As ReadAhead has it: the next block, waiting for it, or null behind the last, or since a stop
+    // was asked for.
     [[nodiscard]] const capture::RecordBlock* Take(std::uint32_t source);
     void GiveBack(std::uint32_t source) { m_Ahead.GiveBack(m_Sources[source].file); }
 

@@ -15,6 +15,8 @@ constexpr std::size_t kManyInputs = 1000;
 constexpr std::size_t kMemory = std::size_t{64} << 20U;
 constexpr std::size_t kLargestBlock = std::size_t{1} << 20U;
 constexpr std::size_t kSmallestBlock = std::size_t{16} << 10U;
+// At once, so that a stop is not kept waiting by a block that has grown.
+constexpr std::size_t kMostRead = kLargestBlock;
 
 // Reads what is there, though another process that shares the description may have been quicker.
 ssize_t ReadWithoutWaiting(int fd, std::span<std::uint8_t> place) {
@@ -80,7 +82,7 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
 
     capture::RecordBlock* Take() {
         std::unique_lock lock(m_Owner.m_Mutex);
-        if (m_Filled == 0 && !m_IsOver) {
+        if (m_Filled == 0 && !m_IsOver && !m_Owner.m_IsStopped) {
             if (!m_IsUnderWay) {
                 m_IsUnderWay = true;
                 m_Owner.m_Pool->Submit(*this);
@@ -91,10 +93,11 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
                 lock.lock();
             }
             m_Owner.m_Awaited = this;
-            m_Owner.m_HasBlock.wait(lock, [this] { return m_Filled > 0 || m_IsOver; });
+            m_Owner.m_HasBlock.wait(
+                lock, [this] { return m_Filled > 0 || m_IsOver || m_Owner.m_IsStopped; });
             m_Owner.m_Awaited = nullptr;
         }
-        if (m_Filled == 0) {
+        if (m_Filled == 0 || m_Owner.m_IsStopped) {
             return nullptr;
         }
         capture::RecordBlock& block = Nth(m_Taken);
@@ -132,11 +135,16 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
     }
 
  private:
-    // Nobody else touches the block that is being filled, nor the reader.
+    // Nobody else touches the block that is being filled, nor the reader. After a stop the block
+    // stays unfinished, and the task under way for ever.
     void Fill() {
         capture::RecordBlock& block = Filling();
         while (m_Reader.Read(block) == capture::BlockReader::State::kNeedsBytes) {
+            if (m_Owner.m_IsStopped) {
+                return;
+            }
             m_Wanted = m_Reader.Wanted(block);
+            m_Wanted = m_Wanted.first(std::min(m_Wanted.size(), kMostRead));
             if (m_File.IsToBeAwaited()) {
                 m_Owner.m_Pump->Await(m_File.fd.Get(), *this);
                 return;
@@ -249,8 +257,10 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
 
 ReadAhead::ReadAhead(std::vector<capture::InputFile> inputs, const BlockPlan& plan,
                      const capture::BlockReader::Options& options,
-                     std::atomic<std::uint64_t>& bytesRead)
-    : m_BytesRead(bytesRead), m_Pool(std::make_unique<WorkerPool>(ThreadsFor(inputs.size()))) {
+                     std::atomic<std::uint64_t>& bytesRead, const std::stop_token& stop)
+    : m_BytesRead(bytesRead),
+      m_Pool(std::make_unique<WorkerPool>(ThreadsFor(inputs.size()))),
+      m_OnStop(stop, Stopper{*this}) {
     capture::BlockReader::Options planned = options;
     planned.blockSize = plan.blockSize;
     std::size_t pipes = 0;
@@ -268,10 +278,19 @@ ReadAhead::ReadAhead(std::vector<capture::InputFile> inputs, const BlockPlan& pl
 }
 
 ReadAhead::~ReadAhead() {
+    Stop();
     // A task hands its input over to the pump, and a waiter hands it in to the pool: so the pool's
     // threads end first, and the pool itself last.
     m_Pool->Stop();
     m_Pump.reset();
+}
+
+void ReadAhead::Stop() noexcept {
+    {
+        const std::lock_guard lock(m_Mutex);
+        m_IsStopped = true;
+    }
+    m_HasBlock.notify_all();
 }
 
 capture::RecordBlock* ReadAhead::Take(std::size_t input) {

@@ -13,7 +13,7 @@
 //         ahead.GiveBack(0);
 //     }
 //
-// One thread takes and gives back.
+// One thread takes and gives back; any may ask for a stop.
 
 #pragma once
 
@@ -24,6 +24,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <stop_token>
 #include <vector>
 
 #include "velora/capture/block_reader.h"
@@ -48,18 +49,20 @@ struct VELORA_API BlockPlan {
 class VELORA_API ReadAhead {
  public:
     // Begins to read every input. `options.blockSize` is the plan's. `bytesRead` grows by what is
-    // read, as it lies on disk, in whatever thread does so. Throws std::system_error when a thread
-    // cannot be had, and std::bad_alloc.
+    // read, as it lies on disk, in whatever thread does so. `stop` ends the reading wherever it is,
+    // but for a function of the caller's that an input is read by, which is waited for where it is
+    // needed. Throws std::system_error when a thread cannot be had, and std::bad_alloc.
     ReadAhead(std::vector<capture::InputFile> inputs, const BlockPlan& plan,
-              const capture::BlockReader::Options& options, std::atomic<std::uint64_t>& bytesRead);
-    // Ends the reading, wherever it is.
+              const capture::BlockReader::Options& options, std::atomic<std::uint64_t>& bytesRead,
+              const std::stop_token& stop = {});
+    // Ends the reading in the same way, and waits for a function that is being called.
     ~ReadAhead();
     ReadAhead(const ReadAhead&) = delete;
     ReadAhead& operator=(const ReadAhead&) = delete;
 
-    // The next block of the input, in the order of the file, or null behind the last. Waits for it.
-    // It stays until it is given back; at most plan.blocksPerInput are out at once, and one less
-    // keeps the reading going.
+    // The next block of the input, in the order of the file, or null behind the last, or since a
+    // stop was asked for. Waits for it. It stays until it is given back; at most
+    // plan.blocksPerInput are out at once, and one less keeps the reading going.
     [[nodiscard]] capture::RecordBlock* Take(std::size_t input);
 
     // Gives back the block of the input that was taken first.
@@ -72,23 +75,31 @@ class VELORA_API ReadAhead {
     // say.
     [[nodiscard]] std::optional<capture::Problem> Change(std::size_t input);
 
-    // Settled when the first block of the input has been taken.
+    // Settled when the first block of the input has been taken; not to be asked before.
     [[nodiscard]] bool IsCapture(std::size_t input) const;
     [[nodiscard]] const capture::CaptureTraits& Traits(std::size_t input) const;
 
  private:
     class Feed;
+    struct Stopper {
+        ReadAhead& ahead;
+        void operator()() const noexcept { ahead.Stop(); }
+    };
+
+    void Stop() noexcept;
 
     // Shared with the workers: what guards the feeds' counts of blocks, and who waits for which.
     std::mutex m_Mutex;
     std::condition_variable m_HasBlock;
     const Feed* m_Awaited = nullptr;
+    std::atomic<bool> m_IsStopped = false;  // set with the mutex held: a waiter must not miss it
 
     std::atomic<std::uint64_t>& m_BytesRead;
     std::vector<std::unique_ptr<Feed>> m_Feeds;
     std::unique_ptr<PipePump> m_Pump;  // only where an input is no regular file
     // Below all that its threads work on.
     std::unique_ptr<WorkerPool> m_Pool;
+    std::stop_callback<Stopper> m_OnStop;
 };
 
 }  // namespace velora::input

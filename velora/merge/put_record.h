@@ -16,13 +16,12 @@ namespace velora::merge {
 // The sources of a run, by number: what decides between equal times.
 using Sources = std::span<const std::unique_ptr<RecordSource>>;
 
-// Puts the source's current record into the sink, with that time, and of its bytes `mostBytes` at
-// most. False once the output has failed. `Sink` is RecordSink, or a kind of it that is named so
-// that its operations need not be looked up for each record.
+// Puts a record of the source of that number into the sink, with that time, and of its bytes
+// `mostBytes` at most. False once the output has failed. `Sink` is RecordSink, or a kind of it that
+// is named so that its operations need not be looked up for each record.
 template <typename Sink>
-[[nodiscard]] bool PutCurrent(const RecordSource& source, std::uint32_t number, std::int64_t time,
-                              std::uint32_t mostBytes, Sink& sink) {
-    const capture::Record& record = source.Current();
+[[nodiscard]] bool PutRecord(const capture::Record& record, std::uint32_t number, std::int64_t time,
+                             std::uint32_t mostBytes, Sink& sink) {
     return sink.Put({&record, number, time},
                     {record.data, std::min(record.capturedLength, mostBytes)});
 }

@@ -59,7 +59,7 @@ bool Squish(Sources sources, std::uint32_t mostBytes, output::RecordSink& sink) 
         const auto number = static_cast<std::uint32_t>(tree.Winner());
         RecordSource& source = *sources[number];
         const std::int64_t time = MiscUtils::SaturatingSum(*base, tree.WinnerKey());
-        if (!PutCurrent(source, number, time, mostBytes, sink)) {
+        if (!PutRecord(source.Current(), number, time, mostBytes, sink)) {
             return false;
         }
         if (AdvanceToRecord(source, number, sink)) {

@@ -23,14 +23,16 @@ std::uint8_t* AllocateBlock(std::size_t size) {
 }  // namespace
 
 BlockWriter::BlockWriter(codec::ByteSink& sink, std::size_t blockSize, std::size_t blocks)
-    : m_Sink(sink), m_BlockSize(blockSize), m_Sizes(blocks) {
+    : m_Sink(sink), m_BlockSize(blockSize), m_HandedOver(blocks) {
     for (std::size_t count = 0; count < blocks; ++count) {
         m_Blocks.emplace_back(AllocateBlock(blockSize + kMostReserved));
     }
     m_Next = m_Blocks.front().get();
     m_End = m_Next + m_BlockSize;
-    const MiscUtils::ScopedSignalBlock noSignals;
-    m_Thread = std::thread(&BlockWriter::Run, this);
+    if (HasThread()) {
+        const MiscUtils::ScopedSignalBlock noSignals;
+        m_Thread = std::thread(&BlockWriter::Run, this);
+    }
 }
 
 BlockWriter::~BlockWriter() {
@@ -42,22 +44,32 @@ bool BlockWriter::HandOver() {
     const std::uint8_t* const surplus = m_End;
     const auto surplusSize = static_cast<std::size_t>(m_Next - m_End);
     const bool isGood = NextBlock(m_BlockSize);
-    // It is still there: its block is filled again only after this one was handed over.
+    // It is still there, and apart: its block is filled again from the front, and later than now.
     std::memcpy(m_Next, surplus, surplusSize);
     m_Next += surplusSize;
     return isGood;
 }
 
 bool BlockWriter::Flush() {
-    return NextBlock(m_BlockSize - static_cast<std::size_t>(m_End - m_Next));
+    return NextBlock(m_BlockSize - static_cast<std::size_t>(m_End - m_Next), true);
 }
 
-bool BlockWriter::NextBlock(std::size_t size) {
+codec::OutputOutcome BlockWriter::Outcome() {
+    const std::lock_guard lock(m_Mutex);
+    if (m_Thrown) {
+        std::rethrow_exception(m_Thrown);
+    }
+    return m_Outcome;
+}
+
+bool BlockWriter::NextBlock(std::size_t size, bool isToFlush) {
     std::unique_lock lock(m_Mutex);
-    m_Sizes[m_Filled % m_Blocks.size()] = size;
+    m_HandedOver[m_Filled % m_Blocks.size()] = {size, isToFlush};
     m_Filled += 1;
     m_HasChanged.notify_one();
-    if (m_Filled - m_Written == m_Blocks.size()) {
+    if (!HasThread()) {
+        WriteBlock(lock);
+    } else if (m_Filled - m_Written == m_Blocks.size()) {
         // Not for a single block: handing over one by one, two threads take turns on one processor.
         m_HasChanged.wait(lock, [&] { return IsHalfFree(); });
     }
@@ -78,13 +90,10 @@ bool BlockWriter::AppendLong(std::span<const std::uint8_t> bytes) {
 }
 
 codec::OutputOutcome BlockWriter::Finish() {
-    static_cast<void>(Flush());
+    static_cast<void>(NextBlock(m_BlockSize - static_cast<std::size_t>(m_End - m_Next)));
     EndThread(false);
-    if (m_Thrown) {
-        std::rethrow_exception(m_Thrown);
-    }
-    codec::OutputOutcome finished = m_Sink.Finish();
-    return m_Outcome.IsGood() ? finished : m_Outcome;
+    codec::OutputOutcome outcome = Outcome();
+    return outcome.IsGood() ? m_Sink.Finish() : outcome;
 }
 
 void BlockWriter::EndThread(bool isDiscarding) {
@@ -99,6 +108,32 @@ void BlockWriter::EndThread(bool isDiscarding) {
     }
 }
 
+// The one behind those that are done with; the lock is given up meanwhile.
+void BlockWriter::WriteBlock(std::unique_lock<std::mutex>& lock) {
+    const std::size_t at = m_Written % m_Blocks.size();
+    const auto [size, isToFlush] = m_HandedOver[at];
+    if (m_Outcome.IsGood() && (size > 0 || isToFlush)) {
+        lock.unlock();
+        codec::OutputOutcome outcome;
+        std::exception_ptr thrown;
+        try {
+            if (size > 0) {
+                outcome = m_Sink.Write({m_Blocks[at].get(), size});
+            }
+            if (outcome.IsGood() && isToFlush) {
+                outcome = m_Sink.Flush();
+            }
+        } catch (...) {
+            thrown = std::current_exception();
+            outcome.kind = codec::OutputOutcome::Kind::kCannot;
+        }
+        lock.lock();
+        m_Outcome = std::move(outcome);
+        m_Thrown = std::move(thrown);
+    }
+    m_Written += 1;
+}
+
 void BlockWriter::Run() {
     std::unique_lock lock(m_Mutex);
     for (;;) {
@@ -106,23 +141,7 @@ void BlockWriter::Run() {
         if (m_IsDiscarding || m_Written == m_Filled) {
             return;
         }
-        const std::size_t at = m_Written % m_Blocks.size();
-        const std::span<const std::uint8_t> bytes(m_Blocks[at].get(), m_Sizes[at]);
-        if (m_Outcome.IsGood() && !bytes.empty()) {
-            lock.unlock();
-            codec::OutputOutcome outcome;
-            std::exception_ptr thrown;
-            try {
-                outcome = m_Sink.Write(bytes);
-            } catch (...) {
-                thrown = std::current_exception();
-                outcome.kind = codec::OutputOutcome::Kind::kCannot;
-            }
-            lock.lock();
-            m_Outcome = std::move(outcome);
-            m_Thrown = std::move(thrown);
-        }
-        m_Written += 1;
+        WriteBlock(lock);
         if (IsHalfFree()) {
             m_HasChanged.notify_one();
         }

@@ -8,7 +8,7 @@
 //
 // The sink is borrowed, and is the writer's alone until Finish has returned or the writer is gone.
 // A writer belongs to one thread. Its own thread takes no signals; it sleeps while it has nothing
-// to write.
+// to write. A writer of a single block has no thread: the owner's writes each block that is full.
 
 #pragma once
 
@@ -36,9 +36,9 @@ class VELORA_API BlockWriter {
     static constexpr std::size_t kBlocks = 16;
     static constexpr std::size_t kMostReserved = 64;  // bytes that Reserve gives
 
-    // `blockSize` is at least kMostReserved; there are at least two blocks. Their memory is not
-    // touched before it is filled. Throws std::bad_alloc or std::system_error when the system gives
-    // no memory or no thread.
+    // `blockSize` is at least kMostReserved. The memory of the blocks is not touched before it is
+    // filled. Throws std::bad_alloc or std::system_error when the system gives no memory or no
+    // thread.
     explicit BlockWriter(codec::ByteSink& sink, std::size_t blockSize = kBlockSize,
                          std::size_t blocks = kBlocks);
     // Without Finish: ends the thread when the write that it is in has returned. What it has not
@@ -69,20 +69,25 @@ class VELORA_API BlockWriter {
         return true;
     }
 
-    // Hands what there is to the thread, although the block is not full: for a reader of a pipe
-    // that waits. Commit and Append do the same by themselves with each full block.
+    // Has what there is written and the sink flushed, although the block is not full: for a reader
+    // of a pipe that waits. Commit and Append hand over each full block by themselves.
     [[nodiscard]] bool Flush();
 
+    // The first failure that is known so far, or good. Throws what the sink has thrown.
+    [[nodiscard]] codec::OutputOutcome Outcome();
+
     // Has everything written, ends the thread, finishes the sink in the caller's thread and tells
-    // the outcome, or that of the first write that failed. Throws what the sink has thrown, which
-    // then is not finished. Called once, last.
+    // the outcome, or that of the first write that failed, and the sink is not finished then.
+    // Throws what the sink has thrown. Called once, last.
     [[nodiscard]] codec::OutputOutcome Finish();
 
  private:
     // With m_Mutex held.
+    [[nodiscard]] bool HasThread() const { return m_Blocks.size() > 1; }
     [[nodiscard]] bool IsHalfFree() const { return m_Filled - m_Written <= m_Blocks.size() / 2; }
     bool HandOver();
-    bool NextBlock(std::size_t size);
+    bool NextBlock(std::size_t size, bool isToFlush = false);
+    void WriteBlock(std::unique_lock<std::mutex>& lock);
     bool AppendLong(std::span<const std::uint8_t> bytes);
     void EndThread(bool isDiscarding);
     void Run();
@@ -90,7 +95,11 @@ class VELORA_API BlockWriter {
     codec::ByteSink& m_Sink;
     const std::size_t m_BlockSize;
     std::vector<MiscUtils::UniqueMemory<std::uint8_t>> m_Blocks;
-    std::vector<std::size_t> m_Sizes;  // of the blocks that were handed over
+    struct HandedOver {
+        std::size_t size = 0;
+        bool isToFlush = false;  // the sink, behind it
+    };
+    std::vector<HandedOver> m_HandedOver;  // what is so of each block
 
     // The owner's place in its block. Behind m_End there is room for what was reserved before it.
     std::uint8_t* m_Next;

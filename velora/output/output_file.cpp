@@ -78,7 +78,8 @@ codec::OutputOutcome OutputFile::Fail(int error, const char* what) {
     return m_Failure;
 }
 
-codec::OutputOutcome OutputFile::Prepare(const std::string& path) {
+codec::OutputOutcome OutputFile::Prepare(const std::string& path, const FileOptions& options) {
+    m_Options = options;
     if (path == "-") {
         return PrepareStandardOutput();
     }
@@ -113,26 +114,30 @@ codec::OutputOutcome OutputFile::PrepareStandardOutput() {
 }
 
 codec::OutputOutcome OutputFile::PrepareNamed() {
+    const char* const name = m_Name.c_str();
     struct stat status {};
-    if (m_Name.empty() ||
-        fstatat(m_Directory.Get(), m_Name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0) {
-        if (m_Name.empty() || fstatat(m_Directory.Get(), m_Name.c_str(), &status, 0) != 0 ||
-            !IsStream(status)) {
-            return Exists("exists already");
-        }
-        m_Identity = IdentityOf(status);
-        m_IsPipe = S_ISFIFO(status.st_mode);
-        return {};
+    if (!m_Name.empty() && fstatat(m_Directory.Get(), name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        return errno == ENOENT ? PrepareNew() : Fail(errno);
     }
-    if (errno != ENOENT) {
-        return Fail(errno);
+    if (m_Options.replacesExisting && S_ISREG(status.st_mode)) {
+        return PrepareNew();
     }
+    if (m_Name.empty() || fstatat(m_Directory.Get(), name, &status, 0) != 0 || !IsStream(status)) {
+        return Exists(m_Options.replacesExisting ? "is no regular file, which could be replaced"
+                                                 : "exists already");
+    }
+    m_Identity = IdentityOf(status);
+    m_IsPipe = S_ISFIFO(status.st_mode);
+    return {};
+}
+
+codec::OutputOutcome OutputFile::PrepareNew() {
     m_CanAsk = !IsInMemory(m_Directory.Get());
     return OpenUnnamed() ? codec::OutputOutcome{} : OpenTemporary();
 }
 
 bool OutputFile::OpenUnnamed() {
-    m_File.Reset(openat(m_Directory.Get(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, 0600));
+    m_File.Reset(openat(m_Directory.Get(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, m_Options.mode));
     if (m_File) {
         // That "." exists is found out last: all that the naming needs of the system is there.
         if (LinkByDescriptor(m_File.Get(), m_Directory.Get(), ".") == EEXIST) {
@@ -153,8 +158,8 @@ codec::OutputOutcome OutputFile::OpenTemporary() {
     if (!m_Temporary || !second) {
         return Fail(ENOSYS);  // no random bytes
     }
-    m_File.Reset(
-        openat(directory, m_Temporary.Get(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0600));
+    m_File.Reset(openat(directory, m_Temporary.Get(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC,
+                        m_Options.mode));
     if (!m_File) {
         return Fail(errno);
     }
@@ -235,6 +240,7 @@ int OutputFile::WriteSome(std::span<const std::uint8_t>& bytes) {
 }
 
 codec::OutputOutcome OutputFile::Write(std::span<const std::uint8_t> bytes) {
+    const MiscUtils::ScopedWriteSignals noSignals;
     AskForSpace(bytes.size());
     while (!bytes.empty() && m_Failure.IsGood()) {
         if (const int error = WriteSome(bytes); error != 0) {
@@ -249,6 +255,7 @@ codec::OutputOutcome OutputFile::Finish() {
         return m_Failure;
     }
     if (m_Asked > m_Size) {
+        const MiscUtils::ScopedWriteSignals noSignals;
         if (const int error = Truncate(m_File.Get(), m_Size); error != 0) {
             return Fail(error);
         }
@@ -281,9 +288,32 @@ int OutputFile::GiveName(const std::string& name) {
     return EINVAL;
 }
 
+// EEXIST: what has the name is no regular file.
+int OutputFile::Replace() {
+    const int directory = m_Directory.Get();
+    struct stat status {};
+    if (fstatat(directory, m_Name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+        !S_ISREG(status.st_mode)) {
+        return EEXIST;
+    }
+    if (!m_Temporary) {
+        m_Temporary = TemporaryName(directory, m_Name);
+        if (!m_Temporary) {
+            return ENOSYS;  // no random bytes
+        }
+        if (const int error = GiveName(m_Temporary.Get()); error != 0) {
+            return error;
+        }
+    }
+    return renameat2(directory, m_Temporary.Get(), directory, m_Name.c_str(), 0) == 0 ? 0 : errno;
+}
+
 codec::OutputOutcome OutputFile::Appear() {
     codec::OutputOutcome outcome;
     int error = GiveName(m_Name);
+    if (error == EEXIST && m_Options.replacesExisting) {
+        error = Replace();
+    }
     for (int number = 1; error == EEXIST && number < 1000000; ++number) {
         std::string suffix = ".";
         suffix += std::to_string(number);

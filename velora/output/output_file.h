@@ -1,10 +1,13 @@
-// OutputFile: an output that appears under its name whole or not at all. What exists is never
-// replaced; FIFOs, character devices and standard output are written straight.
+// OutputFile: an output that appears under its name whole or not at all. What exists is not
+// replaced, unless that is asked for; FIFOs, character devices and standard output are written
+// straight.
 //
 // A new file is written without a name (O_TMPFILE of open(2)) and linked to it at the end. Where
 // the file system has no such thing it is written under a temporary name, which becomes the name by
 // link(2), else by RENAME_NOREPLACE of renameat2(2). Which of these works is tried out before
-// anything is read, so that no run fails for that at its end. Its mode is 0600 less the umask.
+// anything is read, so that no run fails for that at its end. What replaces a file has a temporary
+// name for a moment, and takes the other's by rename(2): whoever opens that name finds one of the
+// two, whole.
 //
 //     OutputFile output;
 //     OutputOutcome outcome = output.Prepare(path);        // nothing visible is touched
@@ -12,9 +15,10 @@
 //     if (outcome.IsGood()) outcome = output.Write(bytes); // and so on
 //     if (outcome.IsGood()) outcome = output.Finish();     // now the file is there
 //
-// The process ignores SIGPIPE and SIGXFSZ. Nothing is synced. An object belongs to one thread at a
-// time; it is made, finished and destroyed in the thread that handles the signals that end the
-// process (see RemoveUnfinished).
+// Whatever the process does with SIGPIPE and SIGXFSZ, a pipe without a reader and a file that may
+// not grow show as outcomes, and as no signal. Nothing is synced. An object belongs to one thread
+// at a time; it is made, finished and destroyed in the thread that handles the signals that end the
+// process, where it has such a handler (see RemoveUnfinished).
 
 #pragma once
 
@@ -39,6 +43,14 @@ struct FileIdentity {
     bool operator==(const FileIdentity&) const = default;
 };
 
+// What a new file is like.
+struct FileOptions {
+    mode_t mode = 0600;  // less the umask
+    // A regular file of that name is replaced, at the end. What else there is, a symbolic link too,
+    // is not.
+    bool replacesExisting = false;
+};
+
 class VELORA_API OutputFile final : public codec::ByteSink {
  public:
     OutputFile() = default;
@@ -47,9 +59,10 @@ class VELORA_API OutputFile final : public codec::ByteSink {
 
     // Looks at the path, "-" for standard output, and makes sure that its directory can hold a new
     // file; everything later is relative to that directory. kExists: the path exists in any form,
-    // as a directory or a dangling link too, and leads to no FIFO or character device. kCannot:
-    // with the system's words. Called once, first.
-    [[nodiscard]] codec::OutputOutcome Prepare(const std::string& path);
+    // as a directory or a dangling link too, leads to no FIFO or character device, and is not to be
+    // replaced. kCannot: with the system's words. Called once, first.
+    [[nodiscard]] codec::OutputOutcome Prepare(const std::string& path,
+                                               const FileOptions& options = {});
 
     // After Prepare: of an existing FIFO, device or standard output, so that the caller can refuse
     // it as an input; nothing for a new file.
@@ -83,11 +96,13 @@ class VELORA_API OutputFile final : public codec::ByteSink {
 
     codec::OutputOutcome PrepareStandardOutput();
     codec::OutputOutcome PrepareNamed();
+    codec::OutputOutcome PrepareNew();
     bool OpenUnnamed();
     codec::OutputOutcome OpenTemporary();
     void AskForSpace(std::size_t count);
     int WriteSome(std::span<const std::uint8_t>& bytes);
     int GiveName(const std::string& name);
+    int Replace();
     codec::OutputOutcome Appear();
     void RemoveTemporary(codec::OutputOutcome& outcome);
     codec::OutputOutcome Fail(int error, const char* what = "");
@@ -98,6 +113,7 @@ class VELORA_API OutputFile final : public codec::ByteSink {
     MiscUtils::UniqueFd m_ToClose;  // a second one for the same file: m_File stays for its naming
     std::string m_DirectoryPath;    // with its slash, or empty
     std::string m_Name;
+    FileOptions m_Options;
     std::optional<FileIdentity> m_Identity;
     Naming m_Naming = Naming::kNone;
     bool m_IsPipe = false;

@@ -33,8 +33,10 @@ bool PcapNgSink::BeginSection() {
 std::uint32_t PcapNgSink::Describe(std::uint32_t source, const capture::Interface& interface) {
     const auto number = static_cast<std::uint32_t>(m_Numbers.size());
     m_Numbers.emplace(Key{interface.descriptionHash, interface.ordinal, source}, number);
-    const auto block = PcapNgEncoder::InterfaceDescription(interface.linkType, m_SnapLen,
-                                                           m_Names[source], interface.fcsLength);
+    const std::string_view name = m_Names[source].empty() ? interface.name : m_Names[source];
+    const std::uint32_t snapLen = m_SnapLen != 0 ? m_SnapLen : interface.snapLen;
+    const auto block =
+        PcapNgEncoder::InterfaceDescription(interface.linkType, snapLen, name, interface.fcsLength);
     static_cast<void>(m_Writer.Append(*block));
     return number;
 }

@@ -28,7 +28,8 @@ class VELORA_API PcapNgSink final : public RecordSink {
     static constexpr std::uint32_t kMostInterfaces = 65536;  // a section
 
     // Writes the section header. `names` are those of the sources, in UTF-8: what their interfaces
-    // are called. What else is borrowed outlives the sink.
+    // are called; with an empty one, as they are called themselves. What else is borrowed outlives
+    // the sink.
     PcapNgSink(BlockWriter& writer, const OutputForm& form, std::vector<std::string> names,
                Ledger& ledger);
 

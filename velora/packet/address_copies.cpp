@@ -20,16 +20,21 @@ std::uint32_t InNetwork(std::uint8_t network, std::uint32_t address) {
 
 std::optional<AddressCopies> AddressCopies::Plan(std::uint32_t linkType,
                                                  std::span<const std::uint8_t> captured) {
-    const std::optional<AddressRewrite> rewrite = AddressRewrite::Plan(linkType, captured);
-    if (!rewrite || !(IsCopied(rewrite->Source()) || IsCopied(rewrite->Destination()))) {
+    const std::optional<IpPlace> place = FindIp(linkType, captured);
+    if (!place || place->version != 4) {
         return std::nullopt;
     }
-    return AddressCopies(*rewrite);
+    const AddressRewrite rewrite(captured, *place);
+    if (!IsCopied(rewrite.Source().Number()) && !IsCopied(rewrite.Destination().Number())) {
+        return std::nullopt;
+    }
+    return AddressCopies(rewrite);
 }
 
 void AddressCopies::Apply(std::uint8_t network, std::span<std::uint8_t> copy) const {
-    m_Rewrite.Apply(InNetwork(network, m_Rewrite.Source()),
-                    InNetwork(network, m_Rewrite.Destination()), copy);
+    // Of IPv4, and all the bytes: it does not fail.
+    static_cast<void>(m_Rewrite.Apply(InNetwork(network, m_Rewrite.Source().Number()),
+                                      InNetwork(network, m_Rewrite.Destination().Number()), copy));
 }
 
 }  // namespace velora::packet

@@ -30,7 +30,7 @@ class VELORA_API AddressCopies {
     static constexpr std::uint8_t kNetworks = 10;
 
     // Nothing when the record gets no copies: when it is no IPv4 packet of a link type that
-    // velora/packet/ipv4_place.h knows, or neither address is in 192.168.0.0/16. Takes any bytes.
+    // velora/packet/ip_place.h knows, or neither address is in 192.168.0.0/16. Takes any bytes.
     [[nodiscard]] static std::optional<AddressCopies> Plan(std::uint32_t linkType,
                                                            std::span<const std::uint8_t> captured);
 

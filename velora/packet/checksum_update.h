@@ -5,9 +5,11 @@
 //
 // Such sums are numbers modulo 65535, in which 0x0000 and 0xFFFF are the same: "right" and "the
 // same amount" are meant so. Which of the two forms stands in a packet is the protocol's affair:
-//   IPv4, TCP, DCCP   0x0000. Data that is not all zero never gives 0xFFFF (and some readers find
-//                     fault with it), and all of these have a byte that is never zero.
-//   UDP, UDP-Lite     0xFFFF, since 0x0000 says "no checksum" (RFC 768; RFC 3828 forbids it).
+//   IPv4, TCP, DCCP, ICMPv6   0x0000. Data that is not all zero never gives 0xFFFF (and some
+//                             readers find fault with it), and all of these cover a byte that is
+//                             never zero.
+//   UDP, UDP-Lite             0xFFFF, since 0x0000 says "no checksum" (RFC 768; RFC 3828 forbids
+//                             it).
 //
 // Example, from RFC 1624: one word of an IPv4 header changes from 0x5555 to 0x3285.
 //     UpdatedChecksum(0xDD2F, ChecksumChange(0x5555, 0x3285)) == 0x0000

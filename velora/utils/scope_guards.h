@@ -128,6 +128,39 @@ class ScopedSignalBlock {
     sigset_t m_Previous{};
 };
 
+// Around calls that write to what may be a pipe or grow a file: SIGPIPE and SIGXFSZ, which come
+// with EPIPE and EFBIG and would end a process that does not ask for them, neither reach this
+// thread nor are left pending. A signal that was pending before stays so.
+class ScopedWriteSignals {
+ public:
+    ScopedWriteSignals() noexcept {
+        sigset_t pending;
+        sigpending(&pending);
+        sigemptyset(&m_Taken);
+        for (const int number : {SIGPIPE, SIGXFSZ}) {
+            if (sigismember(&pending, number) == 0) {
+                sigaddset(&m_Taken, number);
+            }
+        }
+        pthread_sigmask(SIG_BLOCK, &m_Taken, &m_Previous);
+    }
+    ~ScopedWriteSignals() {
+        const ScopedErrno keepErrno;
+        const timespec noTime{};
+        while (sigtimedwait(&m_Taken, nullptr, &noTime) >= 0 || errno == EINTR) {
+        }
+        pthread_sigmask(SIG_SETMASK, &m_Previous, nullptr);
+    }
+    ScopedWriteSignals(const ScopedWriteSignals&) = delete;
+    ScopedWriteSignals(ScopedWriteSignals&&) = delete;
+    ScopedWriteSignals& operator=(const ScopedWriteSignals&) = delete;
+    ScopedWriteSignals& operator=(ScopedWriteSignals&&) = delete;
+
+ private:
+    sigset_t m_Taken{};  // those of both that were not pending: a pending one is blocked already
+    sigset_t m_Previous{};
+};
+
 // Sets the umask and puts the previous one back. The umask is one per process: a file that another
 // thread creates meanwhile gets it too, so the scope is kept to the one call that needs it.
 class ScopedUmask {

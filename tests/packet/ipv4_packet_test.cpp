@@ -1,6 +1,5 @@
-// The copies are held against packets put together anew, all sums counted from nothing.
-
-#include "velora/packet/address_copies.h"
+// Views are held against what packets were put together from, copies and rewritten packets against
+// packets put together anew, all sums counted from nothing.
 
 #include <string>
 #include <vector>
@@ -8,6 +7,8 @@
 #include <gtest/gtest.h>
 
 #include "tests/packet/naive_checksum.h"
+#include "tests/packet/view_text.h"
+#include "velora/packet/address_copies.h"
 #include "velora/packet/checksum_update.h"
 #include "velora/utils/hex_text.h"
 
@@ -17,7 +18,7 @@ namespace {
 constexpr std::uint32_t kInside = 0xC0A80000;  // 192.168.0.0, the first of those that are copied
 constexpr std::uint32_t kLast = 0xC0A8FFFF;
 constexpr std::uint32_t kOutside = 0xCB007109;  // 203.0.113.9
-enum : std::uint8_t { kIcmp = 1, kTcp = 6, kUdp = 17, kDccp = 33, kUdpLite = 136 };
+enum : std::uint8_t { kIcmp = 1, kTcp = 6, kUdp = 17, kDccp = 33, kIcmpv6 = 58, kUdpLite = 136 };
 
 // What stands in front of the IPv4 header.
 const struct Link {
@@ -48,6 +49,7 @@ const struct Link {
 
 const struct Body {
     [[nodiscard]] std::size_t HeaderLength() const { return 20 + options.size() / 2; }
+    [[nodiscard]] std::size_t End() const { return totalLength.value_or(0) == 0 ? HeaderLength() + 23 : *totalLength; }
     [[nodiscard]] std::size_t SumAt() const { return HeaderLength() + (protocol == kTcp ? 16 : 6); }
 
     const char* about;
@@ -62,12 +64,18 @@ const struct Body {
 } kBodies[] = {
     {.about = "TCP", .protocol = kTcp},
     {.about = "a protocol without such a sum", .protocol = kIcmp, .isSumKept = true},
+    {.about = "IPv6's ICMP", .protocol = kIcmpv6, .isSumKept = true},
     {.about = "wrong by the most", .protocol = kUdp, .wrongBy = 65534},
     {.about = "the most options", .protocol = kUdp, .options = "0727" + std::string(76, '0')},
     {.about = "a fragment far behind", .protocol = kTcp, .isSumKept = true, .fragment = 0x1000},
     {.about = "length 0", .protocol = kTcp, .totalLength = 0},
     {.about = "length ends within TCP's sum", .protocol = kTcp, .isSumKept = true, .totalLength = 37},
     {.about = "length ends behind TCP's sum", .protocol = kTcp, .totalLength = 38},
+    {.about = "length ends within the options",
+     .protocol = kTcp,
+     .isSumKept = true,
+     .options = "0101010101010101",
+     .totalLength = 22},
     {.about = "length beyond the packet", .protocol = kDccp, .totalLength = 65535},
     {.about = "route ahead", .protocol = kTcp, .options = "01830704C0A80507", .isRouteAhead = true},
     {.about = "strict, last stop", .protocol = kUdp, .options = "890B0801020304C0A8050700", .isRouteAhead = true},
@@ -77,14 +85,6 @@ const struct Body {
     {.about = "route behind an option of length 1", .protocol = kTcp, .options = "0701830704C0A80507000000"},
     {.about = "route longer than the options", .protocol = kTcp, .options = "01830804C0A80507"},
 };
-
-std::string Big(std::size_t size, std::uint64_t value) {
-    std::string bytes(size, '\0');
-    for (; size > 0; value >>= 8U) {
-        bytes[--size] = static_cast<char>(value & 0xFFU);
-    }
-    return bytes;
-}
 
 // The packet, its transport sum over two addresses that need not be those of the header.
 std::string Packet(const Body& body, std::uint32_t from, std::uint32_t to, std::uint32_t sumFrom, std::uint32_t sumTo) {
@@ -119,14 +119,41 @@ void CheckAllCuts(const Link& link, const Body& body, std::uint32_t from, std::u
         for (std::size_t cut = 0; cut <= whole.size(); ++cut) {
             const bool isCopied = link.isFound && cut >= front.size() + 20 && (newFrom != from || newTo != to);
             const bool isKept = body.isSumKept || cut < front.size() + body.SumAt() + 2;
-            const auto captured = std::span(whole).first(cut);
-            std::vector<std::uint8_t> copy(captured.begin(), captured.end());  // sanitizers see what reads past it
+            const std::vector<std::uint8_t> captured(whole.data(),
+                                                     whole.data() + cut);  // sanitizers see what reads past it
+            std::vector<std::uint8_t> copy = captured;
             const auto copies = AddressCopies::Plan(link.type, copy);
             ASSERT_EQ(copies.has_value(), isCopied) << "cut to " << cut;
             if (copies) {
                 copies->Apply(network, copy);
                 ASSERT_EQ(std::string(copy.begin(), copy.end()), (isKept ? kept : updated).substr(0, cut))
                     << "cut to " << cut;
+                const std::vector<std::uint8_t> expected = copy;
+                copies->Apply(static_cast<std::uint8_t>(9 - network), copy);
+                const auto rewrite = AddressRewrite::Plan(link.type, captured);
+                ASSERT_TRUE(rewrite && rewrite->Apply(IpAddress(newFrom), IpAddress(newTo), copy));
+                ASSERT_EQ(copy, expected);
+            }
+        }
+    }
+}
+
+TEST(PacketViewTest, OfIpv4HasTheCapturedPayload) {
+    for (const Link& link : kLinks) {
+        const std::string front = MiscUtils::HexToBytes(link.header);
+        for (const Body& body : kBodies) {
+            const std::string whole = front + Packet(body, kInside, kOutside, kInside, kOutside);
+            const bool isLater = body.fragment != 0;
+            const bool hasPorts = body.protocol != kIcmp && body.protocol != kIcmpv6 && !isLater;
+            const std::string head = "192.168.0.0 > 203.0.113.9, protocol " + std::to_string(body.protocol) +
+                                     (isLater ? ", later fragment" : "");
+            for (std::size_t cut = 0; cut <= whole.size(); ++cut) {
+                const std::vector<std::uint8_t> captured(whole.data(), whole.data() + cut);
+                const bool isViewed = link.isFound && cut >= front.size() + 20;
+                const std::string payload =
+                    PayloadText(hasPorts, front.size() + body.HeaderLength(), front.size() + body.End(), cut);
+                ASSERT_EQ(ViewText(link.type, captured), isViewed ? head + payload : "none")
+                    << link.about << ", " << body.about << ", cut to " << cut;
             }
         }
     }

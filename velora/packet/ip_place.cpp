@@ -1,4 +1,4 @@
-#include "velora/packet/ipv4_place.h"
+#include "velora/packet/ip_place.h"
 
 #include "velora/formats/byte_order.h"
 #include "velora/formats/link_types.h"
@@ -10,9 +10,17 @@ namespace {
 namespace link_type = formats::link_type;
 using formats::LoadBig;
 using Bytes = std::span<const std::uint8_t>;
-using Place = std::optional<std::size_t>;
+
+// What stands behind the link header, by what that says: an IP header of this version, or of any.
+enum class Promise : std::uint8_t { kAny = 0, kIpv4 = 4, kIpv6 = 6 };
+struct Payload {
+    std::size_t offset;
+    Promise promise;
+};
+using Place = std::optional<Payload>;
 
 constexpr std::uint16_t kEtherTypeIpv4 = 0x0800;
+constexpr std::uint16_t kEtherTypeIpv6 = 0x86DD;
 constexpr std::size_t kVlanTagSize = 4;
 
 // Sizes of link headers, and where in them the type of the payload stands.
@@ -25,9 +33,6 @@ constexpr std::size_t kCooked2Size = 20;
 constexpr std::size_t kCooked2Type = 0;
 constexpr std::size_t kCooked2Device = 8;
 constexpr std::size_t kLoopbackSize = 4;
-
-constexpr std::uint32_t kFamilyInet = 2;  // AF_INET, the same number on all systems
-constexpr std::uint32_t kFamilyInetSwapped = 0x02000000;
 
 bool IsVlanTag(std::uint16_t type) {
     return type == 0x8100 || type == 0x88A8 || type == 0x9100;
@@ -42,7 +47,14 @@ Place BehindTags(Bytes captured, std::uint16_t type, std::size_t payload) {
         type = LoadBig<std::uint16_t>(&captured[payload + 2]);
         payload += kVlanTagSize;
     }
-    return type == kEtherTypeIpv4 ? Place(payload) : std::nullopt;
+    switch (type) {
+        case kEtherTypeIpv4:
+            return Payload{payload, Promise::kIpv4};
+        case kEtherTypeIpv6:
+            return Payload{payload, Promise::kIpv6};
+        default:
+            return std::nullopt;
+    }
 }
 
 Place BehindEthernet(Bytes captured) {
@@ -69,8 +81,17 @@ Place BehindLoopback(Bytes captured) {
         return std::nullopt;
     }
     const std::uint32_t family = LoadBig<std::uint32_t>(&captured[0]);
-    return family == kFamilyInet || family == kFamilyInetSwapped ? Place(kLoopbackSize)
-                                                                 : std::nullopt;
+    switch (family <= 0xFFFF ? family : formats::Swapped(family)) {
+        case 2:  // AF_INET, the same number on all systems
+            return Payload{kLoopbackSize, Promise::kIpv4};
+        case 10:  // AF_INET6 of Linux
+        case 24:  // NetBSD, OpenBSD
+        case 28:  // FreeBSD
+        case 30:  // Darwin
+            return Payload{kLoopbackSize, Promise::kIpv6};
+        default:
+            return std::nullopt;
+    }
 }
 
 Place BehindLinkHeader(std::uint32_t linkType, Bytes captured) {
@@ -85,8 +106,11 @@ Place BehindLinkHeader(std::uint32_t linkType, Bytes captured) {
         case link_type::kOpenBsdLoopback:
             return BehindLoopback(captured);
         case link_type::kRawIp:
+            return Payload{0, Promise::kAny};
         case link_type::kIpv4:
-            return 0;
+            return Payload{0, Promise::kIpv4};
+        case link_type::kIpv6:
+            return Payload{0, Promise::kIpv6};
         default:
             return std::nullopt;
     }
@@ -94,14 +118,26 @@ Place BehindLinkHeader(std::uint32_t linkType, Bytes captured) {
 
 }  // namespace
 
-std::optional<std::size_t> FindIpv4(std::uint32_t linkType, Bytes captured) {
-    const Place place = BehindLinkHeader(linkType, captured);
-    if (!place || captured.size() - *place < kShortestIpv4Header) {
+std::optional<IpPlace> FindIp(std::uint32_t linkType, Bytes captured) {
+    const Place payload = BehindLinkHeader(linkType, captured);
+    if (!payload || payload->offset == captured.size()) {
         return std::nullopt;
     }
-    const std::uint8_t versionAndLength = captured[*place];
-    const bool isIpv4 = versionAndLength >> 4U == 4 && (versionAndLength & 0x0FU) >= 5;
-    return isIpv4 ? place : std::nullopt;
+    const Bytes packet = captured.subspan(payload->offset);
+    const auto version = static_cast<std::uint8_t>(packet[0] >> 4U);
+    const bool isHeader = version == 4
+                              ? packet.size() >= kShortestIpv4Header && (packet[0] & 0x0FU) >= 5
+                          : version == 6 ? packet.size() >= kIpv6Header
+                                         : false;
+    if (!isHeader || (payload->promise != Promise::kAny && payload->promise != Promise{version})) {
+        return std::nullopt;
+    }
+    return IpPlace{payload->offset, version};
+}
+
+std::optional<std::size_t> FindIpv4(std::uint32_t linkType, Bytes captured) {
+    const std::optional<IpPlace> place = FindIp(linkType, captured);
+    return place && place->version == 4 ? std::optional(place->offset) : std::nullopt;
 }
 
 }  // namespace velora::packet
