@@ -1,37 +1,58 @@
-// A captured packet gets another destination, and checksums that follow.
+// Makes a capture anonymous: each address becomes another one, and the checksums follow.
+#include <array>
 #include <cstdint>
 #include <iostream>
-#include <string>
+#include <map>
 #include <vector>
 
-#include "velora/formats/link_types.h"
-#include "velora/packet/address_rewrite.h"
-#include "velora/utils/hex_text.h"
+#include <velora/capture/capture_reader.h>
+#include <velora/formats/byte_order.h>
+#include <velora/output/capture_writer.h>
+#include <velora/packet/address_rewrite.h>
+
+using velora::packet::AddressRewrite;
+using velora::packet::IpAddress;
 
 namespace {
 
-void Show(const std::vector<std::uint8_t>& packet) {
-    const std::string hex = MiscUtils::BytesToHex(std::string(packet.begin(), packet.end()));
-    std::cout << "to " << hex.substr(32, 8) << ", header's sum " << hex.substr(20, 4)
-              << ", UDP's sum " << hex.substr(52, 4) << "\n";
+// In place of the first address that is seen 10.0.0.1 or fd00::1, of the second 10.0.0.2 or
+// fd00::2, and so on.
+IpAddress Alias(std::map<IpAddress, IpAddress>& aliases, const IpAddress& address) {
+    const auto number = static_cast<std::uint32_t>(aliases.size() + 1);
+    const auto [known, isNew] = aliases.try_emplace(address, 0x0A000000 + number);
+    if (isNew && address.Version() == 6) {
+        std::array<std::uint8_t, 16> bytes{0xFD};
+        velora::formats::StoreBig(&bytes[12], number);
+        known->second = IpAddress(bytes);
+    }
+    return known->second;
 }
 
 }  // namespace
 
-int main() {
-    // IPv4 with UDP, from 203.0.113.9 to 192.168.7.2; the last bytes were not captured.
-    const std::string captured =
-        MiscUtils::HexToBytes("4500001FB79100004011BF88CB007109C0A8070204D214E9000B6482");
-    std::vector<std::uint8_t> packet(captured.begin(), captured.end());
-    Show(packet);
-
-    const auto rewrite =
-        velora::packet::AddressRewrite::Plan(velora::formats::link_type::kRawIp, packet);
-    if (!rewrite) {
-        return 1;  // no IPv4
+int main(int argc, char** argv) {
+    velora::capture::CaptureReader reader;
+    if (argc != 3 || reader.Open(argv[1])) {
+        return 1;
     }
-    for (const std::uint32_t destination : {0x0A070702U, 0xC6336407U}) {
-        rewrite->Apply(rewrite->Source(), destination, packet);
-        Show(packet);
+    velora::output::CaptureWriter writer(argv[2]);
+    std::map<IpAddress, IpAddress> aliases;
+    for (const velora::capture::Record& record : reader) {
+        std::vector<std::uint8_t> bytes(record.Bytes().begin(), record.Bytes().end());
+        if (const auto rewrite = AddressRewrite::Plan(record)) {
+            const IpAddress source = Alias(aliases, rewrite->Source());
+            const IpAddress destination = Alias(aliases, rewrite->Destination());
+            static_cast<void>(rewrite->Apply(source, destination, bytes));
+        }
+        writer.Write(record.WithBytes(bytes));
     }
+    const auto outcome = writer.Finish();
+    if (!outcome.IsGood() || reader.GetProblem()) {
+        std::cerr << (outcome.IsGood() ? reader.GetProblem()->text : outcome.text) << "\n";
+        return 1;
+    }
+    for (const auto& [address, alias] : aliases) {
+        std::cout << address.Text() << " is " << alias.Text() << "\n";
+    }
+    std::cout << writer.Counts().records << " records\n";
 }
