@@ -34,22 +34,33 @@ check_pie_supported()
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 target_link_options(velora_flags INTERFACE -Wl,-z,relro -Wl,-z,now)
 
-# Makes one static library of the product: velora_library(name sources... [INTERNAL headers...]).
-# Every header among the sources is public: it is installed by its path in this tree, and
-# cmake/install.cmake takes the library up by itself. Those behind INTERNAL are the library's own, and
+# Makes one library of the product: velora_library(name sources... [INTERNAL sources and headers...]).
+# Every header among the first is public: it is installed by its path in this tree, and
+# cmake/install.cmake takes the library up by itself. Those behind INTERNAL are the product's own, and
 # no public header includes them.
-# Headers alone make an INTERFACE library.
+# Headers alone make an INTERFACE library. Others are static or, with BUILD_SHARED_LIBS, shared; both hide
+# what velora/utils/api.h does not mark.
 function(velora_library name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "INTERNAL")
   set(headers ${arg_UNPARSED_ARGUMENTS})
   list(FILTER headers INCLUDE REGEX "\\.h$")
-  set(scope PUBLIC)
-  if(headers STREQUAL "${arg_UNPARSED_ARGUMENTS}")
+  set(sources ${arg_UNPARSED_ARGUMENTS} ${arg_INTERNAL})
+  list(FILTER sources EXCLUDE REGEX "\\.h$")
+  if(sources)
+    set(scope PUBLIC)
+    add_library(velora_${name} ${arg_UNPARSED_ARGUMENTS} ${arg_INTERNAL})
+    target_link_libraries(velora_${name} PRIVATE $<BUILD_INTERFACE:velora_flags>)
+    set_target_properties(velora_${name} PROPERTIES
+      CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON
+      VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} INSTALL_RPATH "$ORIGIN")
+    if(BUILD_SHARED_LIBS)
+      target_compile_definitions(velora_${name} PUBLIC VELORA_SHARED)
+      target_link_options(velora_${name} PRIVATE -Wl,--no-undefined)
+    endif()
+  else()
     set(scope INTERFACE)
     add_library(velora_${name} INTERFACE)
-  else()
-    add_library(velora_${name} STATIC ${arg_UNPARSED_ARGUMENTS} ${arg_INTERNAL})
-    target_link_libraries(velora_${name} PRIVATE $<BUILD_INTERFACE:velora_flags>)
+    target_sources(velora_${name} PRIVATE ${arg_INTERNAL})
   endif()
   add_library(velora::${name} ALIAS velora_${name})
   target_sources(velora_${name} ${scope} FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${headers})

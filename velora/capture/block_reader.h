@@ -22,10 +22,11 @@
 #include "velora/capture/problem.h"
 #include "velora/capture/record_block.h"
 #include "velora/codec/byte_stream.h"
+#include "velora/utils/api.h"
 
 namespace velora::capture {
 
-class BlockReader {
+class VELORA_API BlockReader {
  public:
     // How to read; the same for all inputs of a run.
     struct Options {

@@ -20,12 +20,14 @@
 #include <utility>
 #include <variant>
 
+#include "velora/utils/api.h"
+
 namespace velora::capture {
 
 struct InputFile;
 struct Problem;
 
-class ByteSource {
+class VELORA_API ByteSource {
  public:
     // Reads at most room.size() bytes, which is not 0, into `room`: gives how many came, 0 at the
     // end, or minus an errno value. It may wait, and whoever reads the capture waits with it; it is

@@ -37,6 +37,7 @@
 #include "velora/capture/problem.h"
 #include "velora/capture/record.h"
 #include "velora/capture/record_block.h"
+#include "velora/utils/api.h"
 
 namespace velora::capture {
 
@@ -47,7 +48,7 @@ struct ReadOptions {
     std::size_t blockSize = std::size_t{128} << 10U;  // bytes; at least 64, at most 2^30
 };
 
-class CaptureReader {
+class VELORA_API CaptureReader {
  public:
     // Nothing is open: there are no records.
     CaptureReader();

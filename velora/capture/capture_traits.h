@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "velora/codec/compression.h"
+#include "velora/utils/api.h"
 
 namespace velora::capture {
 
@@ -18,7 +19,7 @@ enum class Format : std::uint8_t {
 };
 
 // "pcap", "pcap with nanoseconds", "modified pcap", "pcap-ng".
-[[nodiscard]] const char* NameOf(Format format);
+[[nodiscard]] VELORA_API const char* NameOf(Format format);
 
 struct CaptureTraits {
     // What it is, and what it is in.

@@ -13,11 +13,12 @@
 
 #include "velora/capture/byte_source.h"
 #include "velora/capture/problem.h"
+#include "velora/utils/api.h"
 #include "velora/utils/scope_guards.h"
 
 namespace velora::capture {
 
-struct InputFile {
+struct VELORA_API InputFile {
     MiscUtils::UniqueFd fd;           // open for reading, or
     ByteSource::ReadFunction read{};  // what is read from instead; may wait
     bool isRegular = false;           // else a FIFO, a character device, a socket, or no file
@@ -36,7 +37,7 @@ struct InputFile {
 };
 
 // What a regular file is at the end of its reading, beside what it was when it was opened.
-struct FileChange {
+struct VELORA_API FileChange {
     bool isOther = false;         // shorter, or of the same size but written to
     std::uint64_t lateBytes = 0;  // else: those by which it is longer, which were not read
 
@@ -48,13 +49,13 @@ struct FileChange {
 // writer. Anything else (a directory, a block device) is a problem of the kind kCannotRead, as is a
 // path that cannot be opened. A descriptor is duplicated; a regular file behind it is read from
 // where it stands. Memory and functions always open.
-[[nodiscard]] std::variant<InputFile, Problem> OpenInput(const ByteSource& source);
+[[nodiscard]] VELORA_API std::variant<InputFile, Problem> OpenInput(const ByteSource& source);
 
 // To be asked before the descriptor is closed. `isCutShort`: it ended before `size` bytes. A file
 // that cannot be looked at any more counts as another.
-[[nodiscard]] FileChange ChangeOf(const InputFile& file, bool isCutShort) noexcept;
+[[nodiscard]] VELORA_API FileChange ChangeOf(const InputFile& file, bool isCutShort) noexcept;
 
 // One read(2) into `place`, which answers as InputFile::Read does.
-[[nodiscard]] ssize_t ReadSome(int fd, std::span<std::uint8_t> place);
+[[nodiscard]] VELORA_API ssize_t ReadSome(int fd, std::span<std::uint8_t> place);
 
 }  // namespace velora::capture

@@ -27,6 +27,7 @@
 #include "velora/capture/extras.h"
 #include "velora/capture/problem.h"
 #include "velora/capture/record.h"
+#include "velora/utils/api.h"
 #include "velora/utils/scope_guards.h"
 
 namespace velora::capture {
@@ -41,7 +42,7 @@ struct DescribedInterfaces {
 // Shared by all blocks with something from the interface; null where it has no name.
 using InterfaceName = std::shared_ptr<const std::string>;
 
-class RecordBlock {
+class VELORA_API RecordBlock {
  public:
     // No room and no records.
     RecordBlock() = default;

@@ -9,10 +9,12 @@
 #include <span>
 #include <string>
 
+#include "velora/utils/api.h"
+
 namespace velora::codec {
 
 // What became of an output, or of one step on the way to it.
-struct OutputOutcome {
+struct VELORA_API OutputOutcome {
     // How it ended.
     enum class Kind : std::uint8_t {
         kGood,

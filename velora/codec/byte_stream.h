@@ -32,12 +32,13 @@
 
 #include "velora/codec/compression.h"
 #include "velora/codec/stream_fault.h"
+#include "velora/utils/api.h"
 
 namespace velora::codec {
 
 class Decoder;
 
-class ByteStream {
+class VELORA_API ByteStream {
  public:
     // How far a Read came, and what it takes to go on.
     enum class State : std::uint8_t {

@@ -8,6 +8,7 @@
 
 #include "velora/codec/byte_sink.h"
 #include "velora/codec/compression.h"
+#include "velora/utils/api.h"
 
 namespace velora::codec {
 
@@ -16,7 +17,8 @@ namespace velora::codec {
 // and costs some bytes each time. `threads` is how many cores there are to compress with, at least
 // 1; only zstd uses more than one, takes up to 16 MiB for each, and does without where they cannot
 // be had. Throws std::bad_alloc; memory that is wanted later shows as kCannot.
-[[nodiscard]] std::unique_ptr<ByteSink> MakeCompressedSink(Compression compression, ByteSink& below,
-                                                           unsigned threads);
+[[nodiscard]] VELORA_API std::unique_ptr<ByteSink> MakeCompressedSink(Compression compression,
+                                                                      ByteSink& below,
+                                                                      unsigned threads);
 
 }  // namespace velora::codec

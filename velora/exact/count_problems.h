@@ -6,8 +6,8 @@
 
 #include "velora/capture/capture_traits.h"
 #include "velora/capture/problem.h"
-#include "velora/output/ledger.h"
 #include "velora/output/output_form.h"
+#include "velora/output/source_counts.h"
 
 namespace velora::exact {
 

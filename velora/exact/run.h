@@ -13,6 +13,7 @@
 #include "velora/exact/run_report.h"
 #include "velora/output/output_file.h"
 #include "velora/output/run_progress.h"
+#include "velora/utils/api.h"
 
 namespace velora::exact {
 
@@ -43,8 +44,9 @@ class RunListener {
 // A job that asks for a report comes with a file for it, as it was made. The file is prepared
 // together with the output, so that whatever speaks against it ends the run before anything is
 // read; opening, writing and finishing it, when the run `hasBegun`, is the caller's.
-[[nodiscard]] RunReport Run(const ExactJob& job, RunListener& listener,
-                            output::RunProgress& progress, output::OutputFile* reportFile = nullptr,
-                            const std::stop_token& stop = {});
+[[nodiscard]] VELORA_API RunReport Run(const ExactJob& job, RunListener& listener,
+                                       output::RunProgress& progress,
+                                       output::OutputFile* reportFile = nullptr,
+                                       const std::stop_token& stop = {});
 
 }  // namespace velora::exact

@@ -14,14 +14,15 @@
 #include "velora/capture/problem.h"
 #include "velora/exact/job.h"
 #include "velora/exact/status.h"
-#include "velora/output/ledger.h"
+#include "velora/output/source_counts.h"
+#include "velora/utils/api.h"
 #include "velora/utils/time_histogram.h"
 
 namespace velora::exact {
 
 // What was told of one input, problems and notes. Names in a text stand there as they are: whoever
 // shows it makes it harmless, once (velora/utils/shown_text.h).
-class ProblemList {
+class VELORA_API ProblemList {
  public:
     // A further one.
     void Add(const capture::Problem& problem) { m_All.push_back(problem); }
@@ -45,7 +46,7 @@ struct InputReport {
     output::SourceCounts counts;    // what became of its records
 };
 
-struct RunReport {
+struct VELORA_API RunReport {
     // As many inputs have a timeline, the first of the job.
     static constexpr std::size_t kMostTimelines = 60;
 
@@ -89,9 +90,9 @@ struct RunSetting {
 };
 
 // The name of a mode, a status or a kind of problem in reports: "squish", "left-out".
-[[nodiscard]] const char* NameOf(Mode mode);
-[[nodiscard]] const char* NameOf(capture::ProblemKind kind);
+[[nodiscard]] VELORA_API const char* NameOf(Mode mode);
+[[nodiscard]] VELORA_API const char* NameOf(capture::ProblemKind kind);
 // What a status says, in words.
-[[nodiscard]] const char* TextOf(Status status);
+[[nodiscard]] VELORA_API const char* TextOf(Status status);
 
 }  // namespace velora::exact

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "velora/codec/byte_sink.h"
+#include "velora/utils/api.h"
 
 namespace velora::exact {
 
@@ -35,7 +36,7 @@ struct RunFacts {
 
 // What exists is told before what cannot be written, that before a stop, and that before what there
 // is to write.
-[[nodiscard]] Status StatusOf(const RunFacts& facts);
+[[nodiscard]] VELORA_API Status StatusOf(const RunFacts& facts);
 
 // The output is complete under its name; with the second, but for what is named.
 [[nodiscard]] constexpr bool IsOutputThere(Status status) {

@@ -26,8 +26,9 @@
 #include "velora/formats/classic_format.h"
 #include "velora/impex/packet_header.h"
 #include "velora/iowrap/io_wrap.h"
+#include "velora/utils/api.h"
 
-class CImpex_Libpcap {
+class VELORA_API CImpex_Libpcap {
  public:
     // For reading, or for an output that declares Ethernet.
     CImpex_Libpcap() : CImpex_Libpcap(velora::formats::classic::kLinkTypeEthernet) {}

@@ -11,6 +11,8 @@
 
 #include <sys/time.h>
 
+#include "velora/utils/api.h"
+
 // The layout of libpcap's pcap_pkthdr on 64-bit Linux.
 struct PacketHeader {
     timeval ts;            // seconds since 1970-01-01 UTC and microseconds, 64 bits each
@@ -22,7 +24,7 @@ static_assert(sizeof(PacketHeader) == 24);
 namespace velora::impex {
 
 // Gives a block back to the scalable allocator.
-struct ScalableFree {
+struct VELORA_API ScalableFree {
     // `block` is not null.
     void operator()(void* block) const noexcept;
 };

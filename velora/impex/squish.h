@@ -12,6 +12,7 @@
 #pragma once
 
 #include "velora/impex/merge_job.h"
+#include "velora/utils/api.h"
 
 // Runs the job. With `extraCopies` above 0, each record that looks like IPv4 in Ethernet (bytes 12
 // and 13 are 08 00, whatever the link type; at least 32 captured bytes) is written ten more times
@@ -21,4 +22,4 @@
 // Prints on standard output a line for each finished input and, every million records, one on the
 // progress. False only when the output could not be opened. When no input has a usable record,
 // throws std::out_of_range, and leaves an output that holds the file header only.
-[[nodiscard]] bool Squish(MergeJob& job, int extraCopies);
+[[nodiscard]] VELORA_API bool Squish(MergeJob& job, int extraCopies);

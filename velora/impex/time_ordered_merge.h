@@ -8,8 +8,9 @@
 #pragma once
 
 #include "velora/impex/merge_job.h"
+#include "velora/utils/api.h"
 
 // Runs the job: creates its output, reads its inputs, counts what is written. True when the output
 // could be opened, however many inputs were unusable and however many writes failed: those are told
 // by the log. Inputs without a usable record are dropped silently.
-[[nodiscard]] bool Merge(MergeJob& job);
+[[nodiscard]] VELORA_API bool Merge(MergeJob& job);

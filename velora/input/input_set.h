@@ -26,10 +26,11 @@
 #include "velora/capture/block_reader.h"
 #include "velora/capture/input_file.h"
 #include "velora/input/read_ahead.h"
+#include "velora/utils/api.h"
 
 namespace velora::input {
 
-class InputSet {
+class VELORA_API InputSet {
  public:
     // An input that is a capture.
     struct Source {

@@ -10,6 +10,7 @@
 #include "velora/capture/byte_source.h"
 #include "velora/capture/input_file.h"
 #include "velora/capture/problem.h"
+#include "velora/utils/api.h"
 
 namespace velora::input {
 
@@ -27,7 +28,7 @@ struct OpenFiles {
 
 // Opens each, and leaves descriptors for an output and the waiting for pipes. Where those that are
 // left are not enough, all further ones fail with EMFILE. After a stop no more are opened.
-[[nodiscard]] OpenFiles OpenAll(std::span<const capture::ByteSource> inputs,
-                                const std::stop_token& stop = {});
+[[nodiscard]] VELORA_API OpenFiles OpenAll(std::span<const capture::ByteSource> inputs,
+                                           const std::stop_token& stop = {});
 
 }  // namespace velora::input

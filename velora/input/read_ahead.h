@@ -32,11 +32,12 @@
 #include "velora/capture/record_block.h"
 #include "velora/input/pipe_pump.h"
 #include "velora/input/worker_pool.h"
+#include "velora/utils/api.h"
 
 namespace velora::input {
 
 // How much memory many inputs share.
-struct BlockPlan {
+struct VELORA_API BlockPlan {
     std::size_t blocksPerInput = 3;                 // one that is used, the others ahead
     std::size_t blockSize = std::size_t{1} << 20U;  // bytes
 
@@ -45,7 +46,7 @@ struct BlockPlan {
     [[nodiscard]] static BlockPlan For(std::size_t inputs);
 };
 
-class ReadAhead {
+class VELORA_API ReadAhead {
  public:
     // Begins to read every input. `options.blockSize` is the plan's. `bytesRead` grows by what is
     // read, as it lies on disk, in whatever thread does so. `stop` ends the reading wherever it is,

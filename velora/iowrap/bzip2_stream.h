@@ -8,8 +8,9 @@
 #include <bzlib.h>
 
 #include "velora/iowrap/io_wrap.h"
+#include "velora/utils/api.h"
 
-class CIOWrap_BZip2 : public CIOWrap {
+class VELORA_API CIOWrap_BZip2 : public CIOWrap {
  public:
     CIOWrap_BZip2() = default;
     ~CIOWrap_BZip2() override;

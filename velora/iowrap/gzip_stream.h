@@ -6,8 +6,9 @@
 #include <zlib.h>
 
 #include "velora/iowrap/io_wrap.h"
+#include "velora/utils/api.h"
 
-class CIOWrap_GZip : public CIOWrap {
+class VELORA_API CIOWrap_GZip : public CIOWrap {
  public:
     CIOWrap_GZip() = default;
     ~CIOWrap_GZip() override;

@@ -11,8 +11,9 @@
 
 #include "velora/formats/classic_format.h"
 #include "velora/iowrap/io_wrap.h"
+#include "velora/utils/api.h"
 
-class CIOWrap_PcapNG : public CIOWrap {
+class VELORA_API CIOWrap_PcapNG : public CIOWrap {
  public:
     CIOWrap_PcapNG() = default;
     ~CIOWrap_PcapNG() override;

@@ -5,8 +5,9 @@
 #include <cstdio>
 
 #include "velora/iowrap/io_wrap.h"
+#include "velora/utils/api.h"
 
-class CIOWrap_Plain : public CIOWrap {
+class VELORA_API CIOWrap_Plain : public CIOWrap {
  public:
     CIOWrap_Plain() = default;
     ~CIOWrap_Plain() override;

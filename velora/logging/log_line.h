@@ -11,11 +11,13 @@
 #include <memory>
 #include <sstream>
 
+#include "velora/utils/api.h"
+
 namespace VeloLogger {
 
 class CVeloLogger;
 
-class LogLine {
+class VELORA_API LogLine {
  public:
     // `logger` is where the line goes, and must outlive it; null makes a line that is never
     // written.

@@ -24,6 +24,7 @@
 
 #include "velora/logging/log_level.h"
 #include "velora/logging/log_line.h"
+#include "velora/utils/api.h"
 
 namespace VeloLogger {
 
@@ -46,7 +47,7 @@ enum class LoggerMode : int {
     StandardError = 2,
 };
 
-class CVeloLogger : public CVeloWriter {
+class VELORA_API CVeloLogger : public CVeloWriter {
  public:
     // No stream; threshold 8 (DEBUG).
     CVeloLogger();
@@ -117,6 +118,6 @@ class CVeloLogger : public CVeloWriter {
 
 // The logger of the process: a TemporaryFile logger made before main starts. Its file stays when
 // the process ends.
-extern CVeloLogger GlobalLogger;
+extern VELORA_API CVeloLogger GlobalLogger;
 
 }  // namespace VeloLogger

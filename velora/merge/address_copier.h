@@ -7,10 +7,11 @@
 #include <vector>
 
 #include "velora/output/record_sink.h"
+#include "velora/utils/api.h"
 
 namespace velora::merge {
 
-class AddressCopier final : public output::RecordSink {
+class VELORA_API AddressCopier final : public output::RecordSink {
  public:
     // Borrowed; it outlives the copier.
     explicit AddressCopier(output::RecordSink& next) : m_Next(next) {}

@@ -8,10 +8,11 @@
 #include "velora/merge/duplicate_window.h"
 #include "velora/output/ledger.h"
 #include "velora/output/record_sink.h"
+#include "velora/utils/api.h"
 
 namespace velora::merge {
 
-class DuplicateFilter final : public output::RecordSink {
+class VELORA_API DuplicateFilter final : public output::RecordSink {
  public:
     // `width` in nanoseconds. What is borrowed outlives the filter.
     DuplicateFilter(std::int64_t width, output::RecordSink& next, output::Ledger& ledger)

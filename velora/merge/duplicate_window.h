@@ -21,6 +21,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "velora/utils/api.h"
+
 namespace velora::merge {
 
 // A record as it stands in the output.
@@ -31,7 +33,7 @@ struct WrittenRecord {
     std::span<const std::uint8_t> bytes;  // those that the output keeps
 };
 
-class DuplicateWindow {
+class VELORA_API DuplicateWindow {
  public:
     static constexpr std::size_t kRoom = std::size_t{256} << 20U;  // bytes, unless it is said
 

@@ -6,10 +6,11 @@
 
 #include "velora/merge/record_source.h"
 #include "velora/merge/source_blocks.h"
+#include "velora/utils/api.h"
 
 namespace velora::merge {
 
-class FileOrder final : public RecordSource {
+class VELORA_API FileOrder final : public RecordSource {
  public:
     // What is borrowed outlives the object.
     FileOrder(input::InputSet& inputs, std::uint32_t source, output::Ledger& ledger)

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "velora/merge/put_record.h"
+#include "velora/utils/api.h"
 #include "velora/utils/tournament_tree.h"
 
 namespace velora::merge {
@@ -79,9 +80,11 @@ class KWayMerge {
 
 // Puts all records of the sources, which have not begun, into the sink, of their bytes `mostBytes`
 // at most. False once the output has failed.
-[[nodiscard]] bool MergeByTime(Sources sources, std::uint32_t mostBytes, output::RecordSink& sink);
+[[nodiscard]] VELORA_API bool MergeByTime(Sources sources, std::uint32_t mostBytes,
+                                          output::RecordSink& sink);
 
 // Source after source, without any order by time.
-[[nodiscard]] bool Concatenate(Sources sources, std::uint32_t mostBytes, output::RecordSink& sink);
+[[nodiscard]] VELORA_API bool Concatenate(Sources sources, std::uint32_t mostBytes,
+                                          output::RecordSink& sink);
 
 }  // namespace velora::merge

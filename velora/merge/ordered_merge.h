@@ -40,6 +40,7 @@
 #include "velora/capture/capture_traits.h"
 #include "velora/capture/problem.h"
 #include "velora/capture/record.h"
+#include "velora/utils/api.h"
 
 namespace velora::merge {
 
@@ -62,7 +63,7 @@ struct SourceProblem {
     capture::Problem problem{};
 };
 
-class OrderedMerge {
+class VELORA_API OrderedMerge {
  public:
     // Sources are numbered from 0 in the order in which they are named here, which decides between
     // equal times. Opens them, begins to read, and waits for the first block of each: by then it is

@@ -11,10 +11,11 @@
 
 #include "velora/merge/record_source.h"
 #include "velora/merge/source_blocks.h"
+#include "velora/utils/api.h"
 
 namespace velora::merge {
 
-class ReorderWindow final : public RecordSource {
+class VELORA_API ReorderWindow final : public RecordSource {
  public:
     // What is borrowed outlives the object. Throws std::invalid_argument unless the blocks of the
     // inputs are ordered within themselves (BlockReader::Options::ordersBlocks).

@@ -9,10 +9,11 @@
 #include "velora/capture/record_block.h"
 #include "velora/input/input_set.h"
 #include "velora/output/ledger.h"
+#include "velora/utils/api.h"
 
 namespace velora::merge {
 
-class SourceBlocks {
+class VELORA_API SourceBlocks {
  public:
     // The blocks of the source of that number. What is borrowed outlives the object.
     SourceBlocks(input::InputSet& inputs, std::uint32_t source, output::Ledger& ledger)

@@ -10,11 +10,13 @@
 #include <cstdint>
 
 #include "velora/merge/put_record.h"
+#include "velora/utils/api.h"
 
 namespace velora::merge {
 
 // Puts all records of the sources, which have not begun and give their records as they stand in the
 // file, into the sink, of their bytes `mostBytes` at most. False once the output has failed.
-[[nodiscard]] bool Squish(Sources sources, std::uint32_t mostBytes, output::RecordSink& sink);
+[[nodiscard]] VELORA_API bool Squish(Sources sources, std::uint32_t mostBytes,
+                                     output::RecordSink& sink);
 
 }  // namespace velora::merge

@@ -24,11 +24,12 @@
 #include <vector>
 
 #include "velora/codec/byte_sink.h"
+#include "velora/utils/api.h"
 #include "velora/utils/scope_guards.h"
 
 namespace velora::output {
 
-class BlockWriter {
+class VELORA_API BlockWriter {
  public:
     // How large blocks are, in bytes, and how many, unless it is said otherwise.
     static constexpr std::size_t kBlockSize = std::size_t{1} << 18;

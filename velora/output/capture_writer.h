@@ -29,6 +29,7 @@
 #include "velora/capture/record.h"
 #include "velora/codec/byte_sink.h"
 #include "velora/codec/compression.h"
+#include "velora/utils/api.h"
 
 namespace velora::output {
 
@@ -67,7 +68,7 @@ struct WriterCounts {
     std::uint64_t otherFcsLength = 0;
 };
 
-class CaptureWriter {
+class VELORA_API CaptureWriter {
  public:
     // Opens the file. "-" is standard output; that, a FIFO, which waits for its reader here, and a
     // character device are written straight.

@@ -8,10 +8,11 @@
 #include "velora/output/output_form.h"
 #include "velora/output/record_encoder.h"
 #include "velora/output/record_sink.h"
+#include "velora/utils/api.h"
 
 namespace velora::output {
 
-class ClassicSink final : public RecordSink {
+class VELORA_API ClassicSink final : public RecordSink {
  public:
     // Writes the file header. What is borrowed outlives the sink.
     ClassicSink(BlockWriter& writer, const OutputForm& form, Ledger& ledger);

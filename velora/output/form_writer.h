@@ -13,6 +13,7 @@
 #include "velora/output/ledger.h"
 #include "velora/output/output_form.h"
 #include "velora/output/record_sink.h"
+#include "velora/utils/api.h"
 
 namespace velora::output {
 
@@ -24,7 +25,7 @@ struct WritingMeans {
     unsigned threads = 0;
 };
 
-class FormWriter {
+class VELORA_API FormWriter {
  public:
     // `below` and `ledger` are borrowed and outlive it. `names` are those of the sources, as
     // PcapNgSink takes them. Throws std::bad_alloc and std::system_error.

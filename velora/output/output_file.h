@@ -29,6 +29,7 @@
 
 #include "velora/codec/byte_sink.h"
 #include "velora/output/temporary_name.h"
+#include "velora/utils/api.h"
 #include "velora/utils/scope_guards.h"
 
 namespace velora::output {
@@ -50,7 +51,7 @@ struct FileOptions {
     bool replacesExisting = false;
 };
 
-class OutputFile final : public codec::ByteSink {
+class VELORA_API OutputFile final : public codec::ByteSink {
  public:
     OutputFile() = default;
     // Unless it was finished, a new file is gone without a trace.

@@ -19,10 +19,11 @@
 #include "velora/output/ledger.h"
 #include "velora/output/output_form.h"
 #include "velora/output/record_sink.h"
+#include "velora/utils/api.h"
 
 namespace velora::output {
 
-class PcapNgSink final : public RecordSink {
+class VELORA_API PcapNgSink final : public RecordSink {
  public:
     static constexpr std::uint32_t kMostInterfaces = 65536;  // a section
 

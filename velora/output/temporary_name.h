@@ -11,9 +11,11 @@
 #include <cstddef>
 #include <string_view>
 
+#include "velora/utils/api.h"
+
 namespace velora::output {
 
-class TemporaryName {
+class VELORA_API TemporaryName {
  public:
     // No name.
     TemporaryName() = default;
@@ -51,6 +53,6 @@ class TemporaryName {
 };
 
 // The longest beginning of `name` of at most `most` bytes that cuts no UTF-8 character.
-[[nodiscard]] std::string_view BeginningOf(std::string_view name, std::size_t most);
+[[nodiscard]] VELORA_API std::string_view BeginningOf(std::string_view name, std::size_t most);
 
 }  // namespace velora::output

@@ -20,10 +20,11 @@
 #include <span>
 
 #include "velora/packet/address_rewrite.h"
+#include "velora/utils/api.h"
 
 namespace velora::packet {
 
-class AddressCopies {
+class VELORA_API AddressCopies {
  public:
     // The copies of a record.
     static constexpr std::uint8_t kNetworks = 10;

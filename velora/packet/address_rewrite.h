@@ -49,10 +49,11 @@
 #include "velora/capture/record.h"
 #include "velora/packet/ip_address.h"
 #include "velora/packet/ip_place.h"
+#include "velora/utils/api.h"
 
 namespace velora::packet {
 
-class AddressRewrite {
+class VELORA_API AddressRewrite {
  public:
     // Looks once at a record: at its captured bytes, any bytes, and its link type, as FindIp
     // (velora/packet/ip_place.h) takes them. Nothing when that finds no IP header.

@@ -19,9 +19,11 @@
 #include <string>
 #include <string_view>
 
+#include "velora/utils/api.h"
+
 namespace velora::packet {
 
-class IpAddress {
+class VELORA_API IpAddress {
  public:
     static constexpr std::size_t kIpv4Size = 4;
     static constexpr std::size_t kIpv6Size = 16;

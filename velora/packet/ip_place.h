@@ -22,6 +22,8 @@
 #include <optional>
 #include <span>
 
+#include "velora/utils/api.h"
+
 namespace velora::packet {
 
 // An IPv4 header without options, and an IPv6 header without extensions, bytes.
@@ -39,11 +41,11 @@ struct IpPlace {
 // At the offset, all bytes of the header but for options and extensions were captured, its version
 // is the one that is told, and the header length of IPv4 is at least 5 words (options may be cut,
 // and the lengths further in are not looked at). Nothing when there is no such header.
-[[nodiscard]] std::optional<IpPlace> FindIp(std::uint32_t linkType,
-                                            std::span<const std::uint8_t> captured);
+[[nodiscard]] VELORA_API std::optional<IpPlace> FindIp(std::uint32_t linkType,
+                                                       std::span<const std::uint8_t> captured);
 
 // The offset of the outermost IP header where that is one of IPv4.
-[[nodiscard]] std::optional<std::size_t> FindIpv4(std::uint32_t linkType,
-                                                  std::span<const std::uint8_t> captured);
+[[nodiscard]] VELORA_API std::optional<std::size_t> FindIpv4(
+    std::uint32_t linkType, std::span<const std::uint8_t> captured);
 
 }  // namespace velora::packet

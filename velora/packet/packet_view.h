@@ -20,10 +20,11 @@
 #include "velora/capture/record.h"
 #include "velora/packet/ip_address.h"
 #include "velora/packet/ip_protocols.h"
+#include "velora/utils/api.h"
 
 namespace velora::packet {
 
-struct PacketView {
+struct VELORA_API PacketView {
     // Nothing for a record without an IP header that was captured whole (options and extensions
     // may be cut). The view borrows the captured bytes for its payload.
     [[nodiscard]] static std::optional<PacketView> Of(const capture::Record& record) {

@@ -5,6 +5,8 @@
 #include <functional>
 #include <string>
 
+#include "velora/utils/api.h"
+
 namespace velora::utils::proc {
 
 // Calls `callback` with the path (`directory`, "/", the names below it) of every entry whose name
@@ -29,7 +31,7 @@ namespace velora::utils::proc {
 // False when `directory` cannot be opened, or when the pattern does not compile; true otherwise. A
 // pattern that does not compile leaves `directory` open, one descriptor a call, for the life of the
 // process: patterns of unknown origin are tried with RE2 first.
-bool FindFiles(const std::string& directory, const std::string& pattern, int depth,
-               const std::function<void(const std::string&)>& callback);
+VELORA_API bool FindFiles(const std::string& directory, const std::string& pattern, int depth,
+                          const std::function<void(const std::string&)>& callback);
 
 }  // namespace velora::utils::proc

@@ -7,6 +7,8 @@
 #include <functional>
 #include <string>
 
+#include "velora/utils/api.h"
+
 namespace velora::utils::proc {
 
 // Reads the counters, sleeps for `intervalSeconds`, reads them again, and returns one line an
@@ -29,15 +31,15 @@ namespace velora::utils::proc {
 // meanwhile does not shorten it.
 //
 // Runs a command as RunPopen does: one thread at a time.
-[[nodiscard]] std::string InterfaceRates(int intervalSeconds);
+[[nodiscard]] VELORA_API std::string InterfaceRates(int intervalSeconds);
 
 namespace detail {
 
 // The same on other counters: `sample` gives one reading in the form of `ip -s link`, and `pause`
 // waits for the given microseconds between the two.
-[[nodiscard]] std::string InterfaceRatesFrom(const std::function<std::string()>& sample,
-                                             const std::function<void(std::uint32_t)>& pause,
-                                             int intervalSeconds);
+[[nodiscard]] VELORA_API std::string InterfaceRatesFrom(
+    const std::function<std::string()>& sample, const std::function<void(std::uint32_t)>& pause,
+    int intervalSeconds);
 
 }  // namespace detail
 }  // namespace velora::utils::proc

@@ -26,6 +26,8 @@
 
 #include <string>
 
+#include "velora/utils/api.h"
+
 namespace velora::utils::proc {
 
 // True when signal 0 can be sent to the process, or is refused for any reason but that there is
@@ -33,26 +35,27 @@ namespace velora::utils::proc {
 // regular file or holds no number. The numbers 0 and below stand for process groups, as for
 // kill(2): 0 and, nearly always, -1 are alive. Raises std::runtime_error when the file cannot be
 // read.
-[[nodiscard]] bool IsPidFileAlive(const std::string& pidFile);
+[[nodiscard]] VELORA_API bool IsPidFileAlive(const std::string& pidFile);
 
 // Whether the file holds the id of the calling process. Raises what reading the file or its number
 // raises.
-[[nodiscard]] bool IsOwnPidFile(const std::string& pidFile);
+[[nodiscard]] VELORA_API bool IsOwnPidFile(const std::string& pidFile);
 
 // Whether the process exists and its command line matches. A zombie's command line is empty. False
 // when `pidFile` is not a regular file. Raises std::runtime_error when the file cannot be read.
-[[nodiscard]] bool PidFileMatches(const std::string& pidFile, const std::string& pattern);
+[[nodiscard]] VELORA_API bool PidFileMatches(const std::string& pidFile,
+                                             const std::string& pattern);
 
 // Waits for PidFileMatches() to turn false, looking once a second and up to `seconds` times. True
 // when it has not: the process is still running. 0 seconds give true without a look; below 0 the
 // wait has no limit. A signal that the caller catches meanwhile does not shorten the wait.
-[[nodiscard]] bool WaitWhileRunning(const std::string& pidFile, const std::string& pattern,
-                                    int seconds);
+[[nodiscard]] VELORA_API bool WaitWhileRunning(const std::string& pidFile,
+                                               const std::string& pattern, int seconds);
 
 // Kills the process (SIGKILL) when PidFileMatches(); returns whether it did, without waiting for
 // the end. Raises what reading the file or its number raises, and std::runtime_error
 // "<error text> : StopProc : failed to kill process" when the signal is refused. A number of 0 or
 // below never kills: no such process has a command line.
-bool StopProc(const std::string& pidFile, const std::string& pattern);
+VELORA_API bool StopProc(const std::string& pidFile, const std::string& pattern);
 
 }  // namespace velora::utils::proc

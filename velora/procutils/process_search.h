@@ -20,6 +20,8 @@
 #include <functional>
 #include <string>
 
+#include "velora/utils/api.h"
+
 namespace velora::utils::proc {
 
 // Calls `callback` with the first process id that is found, which is the lowest; not at all when
@@ -27,10 +29,10 @@ namespace velora::utils::proc {
 // and a token counts up to its first line end.) False when pgrep is not installed, true otherwise.
 // Raises std::runtime_error "<error text> : RunPopen fail for pgrep <command> stdout=<output>" when
 // it could not be run.
-bool Pgrep(const std::string& pattern, const std::function<void(int)>& callback);
+VELORA_API bool Pgrep(const std::string& pattern, const std::function<void(int)>& callback);
 
 // True when the search finds anything: for a pattern that matches itself, always (see above for the
 // shells of which that is true). False also when pgrep is not installed or could not be run.
-[[nodiscard]] bool IsProcRunning(const std::string& pattern);
+[[nodiscard]] VELORA_API bool IsProcRunning(const std::string& pattern);
 
 }  // namespace velora::utils::proc

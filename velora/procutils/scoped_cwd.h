@@ -14,9 +14,11 @@
 #include <array>
 #include <string>
 
+#include "velora/utils/api.h"
+
 namespace velora::utils::proc {
 
-class ScopedCWD {
+class VELORA_API ScopedCWD {
  public:
     // Changes to `path` when it is a directory, and to the directory part of `path` when it is a
     // regular file (a file's path of more than 1024 bytes ends the process, see DirName). Raises

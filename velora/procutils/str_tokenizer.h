@@ -22,9 +22,11 @@
 #include <functional>
 #include <vector>
 
+#include "velora/utils/api.h"
+
 namespace velora::utils::proc {
 
-class StrTokenizer {
+class VELORA_API StrTokenizer {
  public:
     // Splits at every run of characters of the set `delimiters`, as strtok_r(3) does: there are no
     // empty tokens, and delimiters at either end are passed over. With an empty set the whole text

@@ -11,11 +11,12 @@
 #include <string>
 
 #include "velora/exact/run_report.h"
+#include "velora/utils/api.h"
 
 namespace velora::report {
 
 // The document, which ends with a line end.
-[[nodiscard]] std::string ReportJson(const exact::RunSetting& setting,
-                                     const exact::RunReport& report);
+[[nodiscard]] VELORA_API std::string ReportJson(const exact::RunSetting& setting,
+                                                const exact::RunReport& report);
 
 }  // namespace velora::report

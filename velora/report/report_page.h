@@ -9,11 +9,12 @@
 #include <string>
 
 #include "velora/exact/run_report.h"
+#include "velora/utils/api.h"
 
 namespace velora::report {
 
 // The page, as a whole file.
-[[nodiscard]] std::string ReportPage(const exact::RunSetting& setting,
-                                     const exact::RunReport& report);
+[[nodiscard]] VELORA_API std::string ReportPage(const exact::RunSetting& setting,
+                                                const exact::RunReport& report);
 
 }  // namespace velora::report

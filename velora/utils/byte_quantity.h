@@ -10,16 +10,18 @@
 #include <cstdint>
 #include <string>
 
+#include "velora/utils/api.h"
+
 namespace MiscUtils {
 
 // Writes `value` in "B", "KB", "MB", "GB" or, the fifth unit of this table, "Tbps", and returns
 // `buffer`: "1024 B", "1.5 KB", "1.8190 Tbps". Beyond those units stand the divided number, with
 // six decimals, and no unit; infinity is "inf". A text that does not fit into `size` bytes with its
 // zero is cut; with size 0 nothing is written.
-char* FormatByteRate(char* buffer, std::size_t size, double value);
+VELORA_API char* FormatByteRate(char* buffer, std::size_t size, double value);
 
 // `value` in "B", "kB" (not the "KB" of FormatByteRate), "MB", "GB", "TB", "PB" or "EB": "0 B",
 // "1.00 MB". Amounts beyond 2^53 are rounded to the nearest double.
-[[nodiscard]] std::string FormatByteSize(std::int64_t value);
+[[nodiscard]] VELORA_API std::string FormatByteSize(std::int64_t value);
 
 }  // namespace MiscUtils

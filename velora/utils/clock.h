@@ -8,17 +8,18 @@
 
 #include <cstdint>
 
+#include "velora/utils/api.h"
 #include "velora/utils/time_val32.h"
 
 namespace MiscUtils {
 
 // Stores the time of the call in `out`.
-void GetTimeOfDay(TimeVal32& out);
+VELORA_API void GetTimeOfDay(TimeVal32& out);
 
 // The time of the call.
-[[nodiscard]] TimeVal32 Now();
+[[nodiscard]] VELORA_API TimeVal32 Now();
 
 // The seconds of Now(), widened with their sign: they wrap in 2038 as those of Now() do.
-[[nodiscard]] std::int64_t NowSeconds();
+[[nodiscard]] VELORA_API std::int64_t NowSeconds();
 
 }  // namespace MiscUtils

@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "velora/utils/api.h"
+
 namespace MiscUtils {
 
 // Unpacks a gzip-compressed tar archive into the directory `targetDir`, by the `tar` program, over
@@ -16,6 +18,6 @@ namespace MiscUtils {
 //
 // The working directory of the process is `targetDir` during the call, and SIGCHLD has its default
 // disposition: nothing else may use relative paths or wait for children meanwhile.
-bool UnpackConfigArchive(const std::string& archive, const char* targetDir);
+VELORA_API bool UnpackConfigArchive(const std::string& archive, const char* targetDir);
 
 }  // namespace MiscUtils

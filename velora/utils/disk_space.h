@@ -8,16 +8,19 @@
 #include <cstdint>
 #include <string>
 
+#include "velora/utils/api.h"
+
 namespace MiscUtils {
 
 // What is available of the space that unprivileged processes can use at all, in whole percent,
 // rounded down: 0 to 100. 0 as well for a file system without space of its own (such as /proc) and
 // for a path that cannot be examined.
-[[nodiscard]] std::uint64_t GetDiskFreePercent(const std::string& path);
+[[nodiscard]] VELORA_API std::uint64_t GetDiskFreePercent(const std::string& path);
 
 // The size of the file system and its available space, in bytes. False when the path cannot be
 // examined, with errno of statvfs(); both numbers are 0 then.
-bool GetDiskSpace(const std::string& path, std::uint64_t& total, std::uint64_t& available);
+VELORA_API bool GetDiskSpace(const std::string& path, std::uint64_t& total,
+                             std::uint64_t& available);
 
 // The arithmetic of GetDiskFreePercent, on counts of blocks.
 [[nodiscard]] constexpr std::uint64_t FreePercentOfBlocks(std::uint64_t all, std::uint64_t free,

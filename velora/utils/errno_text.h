@@ -14,12 +14,14 @@
 #include <string>
 #include <string_view>
 
+#include "velora/utils/api.h"
+
 namespace MiscUtils {
 
 // The system's text for an error number (strerror_r(3), at most 510 characters), with the number.
 // A number that the system does not know gives the system's own wording for it, such as
 // "Unknown error -5"; 0 gives "Success". errno itself is left as it was.
-struct ErrnoText {
+struct VELORA_API ErrnoText {
     // Any number will do.
     explicit ErrnoText(int errorNumber);
 
@@ -30,7 +32,7 @@ struct ErrnoText {
 // The exception of the utility library for a failed system call. Its text is the error text, " : "
 // and `operation`, an empty one included (the path that could not be opened may be empty), or the
 // error text alone where no operation is named. The caller is the one who throws it.
-[[nodiscard]] std::runtime_error ErrnoError(int errorNumber, std::string_view operation);
-[[nodiscard]] std::runtime_error ErrnoError(int errorNumber);
+[[nodiscard]] VELORA_API std::runtime_error ErrnoError(int errorNumber, std::string_view operation);
+[[nodiscard]] VELORA_API std::runtime_error ErrnoError(int errorNumber);
 
 }  // namespace MiscUtils

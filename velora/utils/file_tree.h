@@ -20,6 +20,8 @@
 #include <functional>
 #include <string>
 
+#include "velora/utils/api.h"
+
 namespace MiscUtils {
 
 // Called with the path of each regular file in a directory once that has been moved or copied: its
@@ -31,15 +33,15 @@ using FileCallback = std::function<void(const std::string& path)>;
 
 // True when `path` is a directory already or could be made one, with mode 0775 less the umask; its
 // parent has to exist. Any number of threads may ask for the same directory at once.
-[[nodiscard]] bool EnsureDir(const std::string& path);
+[[nodiscard]] VELORA_API bool EnsureDir(const std::string& path);
 
 // The same, with all missing parents made first. After false, some of them may have been made.
-[[nodiscard]] bool MakeDirs(const std::string& path);
+[[nodiscard]] VELORA_API bool MakeDirs(const std::string& path);
 
 // Renames a file, or moves the contents of a directory with MoveDir into `target`, which is made if
 // need be. Does nothing for any other source. Nothing is moved to another file system:
 //     "rename() failed for s=<source> t= <target> err=18 c=Invalid cross-device link"
-void Move(const std::string& source, const std::string& target, FileCallback callback);
+VELORA_API void Move(const std::string& source, const std::string& target, FileCallback callback);
 
 // Moves all entries of a directory into an existing directory, merging into directories and
 // replacing files that are there, and removes the emptied source. Throws
@@ -49,25 +51,28 @@ void Move(const std::string& source, const std::string& target, FileCallback cal
 //     "MoveDir: Unable to rmdir() <source> errno = <n>=<error text>"
 // A target that is the source itself or lies inside it, whatever its path (a bind mount, say), is
 // refused with the third text and error 22 (Invalid argument), before anything is moved.
-void MoveDir(const std::string& source, const std::string& target, FileCallback callback);
+VELORA_API void MoveDir(const std::string& source, const std::string& target,
+                        FileCallback callback);
 
 // Copies a file with CopyFileContents (mode 0644, whatever that of the source), or a directory with
 // CopyDir. Does nothing for any other source. Throws
 //     "CopyFile failed for =<source> t= <target> err=<n> c=<error text>"
-void CopyFile(const std::string& source, const std::string& target, FileCallback callback);
+VELORA_API void CopyFile(const std::string& source, const std::string& target,
+                         FileCallback callback);
 
 // Copies all entries of a directory into `target`, which is made if need be (its parent has to
 // exist) once the source could be opened; throws as MoveDir does. The source stays.
-void CopyDir(const std::string& source, const std::string& target, FileCallback callback);
+VELORA_API void CopyDir(const std::string& source, const std::string& target,
+                        FileCallback callback);
 
 // Removes a file, or a directory with all that it holds. Does nothing for any other path. Throws
 //     "unlink() failed for s=<path> err=<n> c=<error text>"
-void Delete(const std::string& path);
+VELORA_API void Delete(const std::string& path);
 
 // Deletes all entries of a directory, then the directory. Throws
 //     "Unable to open source dir <path> errno = <n>=<error text>"
 //     "DeleteDir: Unable to rmdir() <path> errno = <n>=<error text>"
-void DeleteDir(const std::string& path);
+VELORA_API void DeleteDir(const std::string& path);
 
 // Moves as Move does; where that fails because source and target lie on different file systems,
 // copies the source and deletes it. Copies are what CopyFile makes: mode, owner and times are those
@@ -78,11 +83,12 @@ void DeleteDir(const std::string& path);
 //
 // A failed Move is taken for such a crossing when its text holds "err=18" or "cross-device", which
 // a path may also bring about by its own name.
-void MoveOrCopy(const std::string& source, const std::string& target, FileCallback callback);
-void MoveOrCopy(const std::string& source, const std::string& target);
+VELORA_API void MoveOrCopy(const std::string& source, const std::string& target,
+                           FileCallback callback);
+VELORA_API void MoveOrCopy(const std::string& source, const std::string& target);
 
 // The absolute path without links, "." and ".." (realpath(3)). Throws
 //     "realpath() cannot convert to canonical: <path> errno = <n>=<error text>"
-[[nodiscard]] std::string CanonicalPath(const std::string& path);
+[[nodiscard]] VELORA_API std::string CanonicalPath(const std::string& path);
 
 }  // namespace MiscUtils

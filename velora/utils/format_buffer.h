@@ -10,15 +10,17 @@
 
 #include <cstddef>
 
+#include "velora/utils/api.h"
+
 namespace MiscUtils {
 
 // Writes the formatted text and a terminating zero into `buf`, as vsprintf(3) does.
-[[gnu::format(printf, 3, 4)]] void FormatBuffer(char* buf, std::size_t size, const char* format,
-                                                ...);
+[[gnu::format(printf, 3, 4)]] VELORA_API void FormatBuffer(char* buf, std::size_t size,
+                                                           const char* format, ...);
 
 // The same, and returns the length of the text without its zero, or a negative number when the
 // format cannot be carried out.
-[[gnu::format(printf, 3, 4)]] int FormatBufferCount(char* buf, std::size_t size, const char* format,
-                                                    ...);
+[[gnu::format(printf, 3, 4)]] VELORA_API int FormatBufferCount(char* buf, std::size_t size,
+                                                               const char* format, ...);
 
 }  // namespace MiscUtils

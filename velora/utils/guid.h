@@ -15,6 +15,8 @@
 #include <cstdint>
 #include <string>
 
+#include "velora/utils/api.h"
+
 namespace MiscUtils {
 
 struct Guid {
@@ -30,12 +32,12 @@ static_assert(sizeof(Guid) == 16);
 
 // Writes "{6B29FC40-CA47-1067-B31D-00DD010662DA}", in upper case, and returns `buffer`. The text
 // takes 39 bytes with its zero; `size` is not looked at, so a smaller buffer is overrun.
-char* GuidToString(const Guid& guid, char* buffer, std::size_t size);
+VELORA_API char* GuidToString(const Guid& guid, char* buffer, std::size_t size);
 
 // Writes "<prefix>-6B29FC40-CA47-1067-B31D-00DD010662DA.<suffix>" and returns `buffer`. The text
 // takes the lengths of prefix and suffix and 39 bytes; `size` is not looked at.
-char* GuidToFileName(const Guid& guid, const std::string& prefix, const std::string& suffix,
-                     char* buffer, std::size_t size);
+VELORA_API char* GuidToFileName(const Guid& guid, const std::string& prefix,
+                                const std::string& suffix, char* buffer, std::size_t size);
 
 // Reads the text of GuidToString in upper or lower case. Returns 1 and sets `out`, or returns 0 and
 // leaves it alone.
@@ -44,10 +46,10 @@ char* GuidToFileName(const Guid& guid, const std::string& prefix, const std::str
 // included, and so is one that does not open with a brace. Apart from that the reader is lenient,
 // with sscanf(3): groups may be shorter, a group may have a minus sign before it, and what follows
 // the last digit is not looked at, so that the closing brace may be missing.
-[[nodiscard]] int ParseGuid(const std::string& text, Guid& out);
+[[nodiscard]] VELORA_API int ParseGuid(const std::string& text, Guid& out);
 
 // The same; throws std::invalid_argument "Invalid guid format, expect {..}" for a text that
 // ParseGuid refuses.
-[[nodiscard]] Guid ParseGuidOrThrow(const std::string& text);
+[[nodiscard]] VELORA_API Guid ParseGuidOrThrow(const std::string& text);
 
 }  // namespace MiscUtils

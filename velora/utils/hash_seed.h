@@ -4,10 +4,12 @@
 
 #include <cstdint>
 
+#include "velora/utils/api.h"
+
 namespace velora::utils {
 
 // The same throughout the process, and another in each: nobody can prepare data whose hashes
 // collide. Any thread.
-[[nodiscard]] std::uint64_t HashSeed();
+[[nodiscard]] VELORA_API std::uint64_t HashSeed();
 
 }  // namespace velora::utils

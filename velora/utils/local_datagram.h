@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "velora/utils/api.h"
+
 namespace MiscUtils {
 
 // Sends `payload` as one datagram to the Unix-domain socket (unix(7)) bound at `socketPath`, from a
@@ -13,6 +15,6 @@ namespace MiscUtils {
 // Throws std::runtime_error "<error text> : socket()" or "<error text> : sendto()", the second for
 // a path where nobody listens and for a payload too long for one datagram. A path of more than 107
 // bytes ends the process (SIGABRT).
-void SendLocalDatagram(const std::string& socketPath, const std::string& payload);
+VELORA_API void SendLocalDatagram(const std::string& socketPath, const std::string& payload);
 
 }  // namespace MiscUtils

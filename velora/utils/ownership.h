@@ -6,6 +6,8 @@
 
 #include <sys/types.h>
 
+#include "velora/utils/api.h"
+
 namespace MiscUtils {
 
 // Sees to it that a directory or a regular file belongs to `uid` and `gid`; symbolic links are
@@ -13,6 +15,7 @@ namespace MiscUtils {
 // privileges. True with `changed` true when chown() succeeded. False with `changed` false when
 // chown() failed, with its errno, and for anything that is neither a directory nor a regular file,
 // a missing path included.
-[[nodiscard]] bool ChownIfNeeded(const std::string& path, uid_t uid, gid_t gid, bool& changed);
+[[nodiscard]] VELORA_API bool ChownIfNeeded(const std::string& path, uid_t uid, gid_t gid,
+                                            bool& changed);
 
 }  // namespace MiscUtils

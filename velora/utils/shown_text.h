@@ -10,18 +10,20 @@
 #include <string>
 #include <string_view>
 
+#include "velora/utils/api.h"
+
 namespace velora::utils {
 
 // The text with every byte that could deceive written as \xNN: control characters, bytes that are
 // no valid UTF-8, the characters U+0080 to U+009F and those that turn the direction of writing, and
 // the backslash itself, so that what is shown tells the bytes without doubt.
-[[nodiscard]] std::string ShownText(std::string_view text);
+[[nodiscard]] VELORA_API std::string ShownText(std::string_view text);
 
 // The text as valid UTF-8: every byte that belongs to none is written as \xNN, and all else stays
 // as it is, the backslash too.
-[[nodiscard]] std::string Utf8Text(std::string_view text);
+[[nodiscard]] VELORA_API std::string Utf8Text(std::string_view text);
 
 // Whether the text is valid UTF-8, as RFC 3629 has it.
-[[nodiscard]] bool IsUtf8(std::string_view text);
+[[nodiscard]] VELORA_API bool IsUtf8(std::string_view text);
 
 }  // namespace velora::utils

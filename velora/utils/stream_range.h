@@ -11,6 +11,8 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "velora/utils/api.h"
+
 namespace MiscUtils {
 
 // Searches from the stream's position on for `length` bytes equal to those at `needle`. Gives the
@@ -20,17 +22,19 @@ namespace MiscUtils {
 //
 // The search reads blocks of 4096 bytes, so a longer needle is never found. An empty one is found
 // at once where the stream stands. In a stream without positions, such as a pipe, none is found.
-[[nodiscard]] std::uint64_t FindInStream(std::FILE* stream, const void* needle, std::size_t length);
+[[nodiscard]] VELORA_API std::uint64_t FindInStream(std::FILE* stream, const void* needle,
+                                                    std::size_t length);
 
 // Copies a range of `in` to the position of `out`. Always true: when `in` ends early, or cannot be
 // moved to `from`, less or nothing is copied, and whether `out` took it all is to be asked of `out`
 // (ferror(3)).
-bool CopyStreamRange(std::FILE* in, std::FILE* out, std::uint64_t from, std::uint64_t to);
+VELORA_API bool CopyStreamRange(std::FILE* in, std::FILE* out, std::uint64_t from,
+                                std::uint64_t to);
 
 // Reads a range into `buffer`, which holds `capacity` bytes. False, with nothing read, when the
 // range is longer than that; true otherwise, also when the stream ended early: the rest of the
 // buffer is left as it was then.
-[[nodiscard]] bool ReadStreamRange(std::FILE* stream, void* buffer, std::size_t capacity,
-                                   std::uint64_t from, std::uint64_t to);
+[[nodiscard]] VELORA_API bool ReadStreamRange(std::FILE* stream, void* buffer, std::size_t capacity,
+                                              std::uint64_t from, std::uint64_t to);
 
 }  // namespace MiscUtils

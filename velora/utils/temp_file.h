@@ -12,6 +12,8 @@
 
 #include <string>
 
+#include "velora/utils/api.h"
+
 namespace MiscUtils {
 
 // Creates an empty file of mode 0600, whose path is `pattern` with its first "XXXXXX" replaced by
@@ -23,11 +25,11 @@ namespace MiscUtils {
 // has to hold the marker: one without throws std::out_of_range when it is shorter than five
 // characters, and the std::runtime_error for "Invalid argument" otherwise. A pattern of 4096
 // characters or more ends the process (SIGABRT).
-[[nodiscard]] std::string MakeTempFile(const std::string& pattern);
+[[nodiscard]] VELORA_API std::string MakeTempFile(const std::string& pattern);
 
 // Makes `path` a file that holds exactly `content`; what it held before is lost. Throws
 // std::runtime_error with "<error text> : <path>" when the file cannot be opened, or when not all
 // of it could be written: a part of it may be on disk then.
-void WriteFile(const std::string& content, const char* path);
+VELORA_API void WriteFile(const std::string& content, const char* path);
 
 }  // namespace MiscUtils

@@ -12,26 +12,27 @@
 #include <cstddef>
 #include <cstdio>
 
+#include "velora/utils/api.h"
 #include "velora/utils/format_buffer.h"
 
 namespace MiscUtils {
 
 // sscanf: gives the number of fields converted, or EOF when the text ended before the first.
-[[gnu::format(scanf, 2, 3)]] int ScanText(const char* text, const char* format, ...);
+[[gnu::format(scanf, 2, 3)]] VELORA_API int ScanText(const char* text, const char* format, ...);
 
 // strcat and strcpy: give `dst`.
-char* AppendText(char* dst, std::size_t size, const char* src);
-char* CopyText(char* dst, std::size_t size, const char* src);
+VELORA_API char* AppendText(char* dst, std::size_t size, const char* src);
+VELORA_API char* CopyText(char* dst, std::size_t size, const char* src);
 
 // strncpy: at most `n` characters, filled up to `n` with zeros; without a terminator when `src` has
 // `n` characters or more. Gives `dst`.
-char* CopyTextN(char* dst, std::size_t size, const char* src, std::size_t n);
+VELORA_API char* CopyTextN(char* dst, std::size_t size, const char* src, std::size_t n);
 
 // The text for an error number, from strerror_r: cut to `size`, which counts here. The result is
 // the text, which need not lie in `buf`: `buf` may be left untouched.
-char* ErrorText(char* buf, std::size_t size, int code);
+VELORA_API char* ErrorText(char* buf, std::size_t size, int code);
 
 // fopen: 0 with the stream in `*fp`, for the caller to close; -1 with null there and errno set.
-[[nodiscard]] int OpenFile(std::FILE** fp, const char* path, const char* mode);
+[[nodiscard]] VELORA_API int OpenFile(std::FILE** fp, const char* path, const char* mode);
 
 }  // namespace MiscUtils

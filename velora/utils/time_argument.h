@@ -7,6 +7,8 @@
 #include <string_view>
 #include <variant>
 
+#include "velora/utils/api.h"
+
 namespace velora::utils {
 
 // Which one is meant where local clocks go back, so that a local time occurs twice.
@@ -23,10 +25,10 @@ enum class TimeFault : std::uint8_t {
 //     @[-]seconds[.fraction]                                  since 1970
 // A fraction has one to nine digits. What comes out depends on the arguments and on TZ alone. Not
 // while another thread changes TZ.
-[[nodiscard]] std::variant<std::int64_t, TimeFault> ParseTime(std::string_view text,
-                                                              TimeOfTwo ofTwo);
+[[nodiscard]] VELORA_API std::variant<std::int64_t, TimeFault> ParseTime(std::string_view text,
+                                                                         TimeOfTwo ofTwo);
 
 // Nanoseconds of "seconds[.fraction]", not negative; nothing for any other text.
-[[nodiscard]] std::optional<std::int64_t> ParseSeconds(std::string_view text);
+[[nodiscard]] VELORA_API std::optional<std::int64_t> ParseSeconds(std::string_view text);
 
 }  // namespace velora::utils

@@ -19,11 +19,12 @@
 
 #include <sys/time.h>
 
+#include "velora/utils/api.h"
 #include "velora/utils/time_val32.h"
 
 namespace MiscUtils {
 
-struct TimeRange {
+struct VELORA_API TimeRange {
     TimeVal32 from;  // the first time within
     TimeVal32 to;    // the last
 
@@ -92,6 +93,6 @@ struct TimeRange {
 
 // Cuts `a` down to what it shares with `b` and returns a copy of it. Ranges that share nothing
 // leave a range whose `from` is later than its `to`; nothing checks that.
-TimeRange Intersect(TimeRange& a, const TimeRange& b);
+VELORA_API TimeRange Intersect(TimeRange& a, const TimeRange& b);
 
 }  // namespace MiscUtils

@@ -15,6 +15,7 @@
 
 #include <string>
 
+#include "velora/utils/api.h"
 #include "velora/utils/time_val32.h"
 
 namespace MiscUtils {
@@ -26,35 +27,35 @@ namespace MiscUtils {
 // locale with very long names, comes out empty.
 
 // "Mon Nov 16 02:44:43 2026-000123". The microseconds are read as unsigned: -1 gives "-4294967295".
-[[nodiscard]] std::string AscTimeUsec(const TimeVal32& time);
+[[nodiscard]] VELORA_API std::string AscTimeUsec(const TimeVal32& time);
 
 // "Mon Nov 16 02:44:43 2026 UTC", with the abbreviation of the zone in force at that time.
-[[nodiscard]] std::string AscTimeZone(const TimeVal32& time);
+[[nodiscard]] VELORA_API std::string AscTimeZone(const TimeVal32& time);
 
 // "Mon Nov 16 02:44:43 2026".
-[[nodiscard]] std::string AscTime(const TimeVal32& time);
+[[nodiscard]] VELORA_API std::string AscTime(const TimeVal32& time);
 
 // "Mon, 16 Nov 2026 02:44:43 +0000".
-[[nodiscard]] std::string Rfc2822Time(const TimeVal32& time);
+[[nodiscard]] VELORA_API std::string Rfc2822Time(const TimeVal32& time);
 
 // "02:44:43-000123". The microseconds keep their sign: -1 gives "--00001".
-[[nodiscard]] std::string ClockTimeUsec(const TimeVal32& time);
+[[nodiscard]] VELORA_API std::string ClockTimeUsec(const TimeVal32& time);
 
 // "16-11-2026-02:44", the layout that ParseDateTime reads.
-[[nodiscard]] std::string DateHourMinute(const TimeVal32& time);
+[[nodiscard]] VELORA_API std::string DateHourMinute(const TimeVal32& time);
 
 // "16-11-2026-02-44". The second name says at the call that the text becomes part of a file name.
-[[nodiscard]] std::string DateHourMinuteDashed(const TimeVal32& time);
-[[nodiscard]] std::string DateHourMinuteForFileName(const TimeVal32& time);
+[[nodiscard]] VELORA_API std::string DateHourMinuteDashed(const TimeVal32& time);
+[[nodiscard]] VELORA_API std::string DateHourMinuteForFileName(const TimeVal32& time);
 
 // "16112026".
-[[nodiscard]] std::string DateCompact(const TimeVal32& time);
+[[nodiscard]] VELORA_API std::string DateCompact(const TimeVal32& time);
 
 // The hour of the day, 0..23.
-[[nodiscard]] int LocalHour(const TimeVal32& time);
+[[nodiscard]] VELORA_API int LocalHour(const TimeVal32& time);
 
 // Hour 0..23, minute 0..59, second 0..59 (60 only in zones that count leap seconds).
-void LocalHourMinSec(const TimeVal32& time, int& hour, int& min, int& sec);
+VELORA_API void LocalHourMinSec(const TimeVal32& time, int& hour, int& min, int& sec);
 
 // ---- Text to timestamp. True on success, with `out` set and its microseconds 0; on false, and
 // for a null text, `out` is as it was. A time that 32 bits do not hold is cut to them, and one
@@ -68,12 +69,12 @@ void LocalHourMinSec(const TimeVal32& time, int& hour, int& min, int& sec);
 // 10:00, since an hour without minutes is kept. Days to 32 and months to 13 are accepted, zero and
 // negative ones too, and are normalised as mktime does: "32-13-2020" is 1 February 2021. Of
 // numbers beyond 32 bits sscanf keeps the low bits.
-[[nodiscard]] bool ParseDateTime(TimeVal32& out, const char* text);
+[[nodiscard]] VELORA_API bool ParseDateTime(TimeVal32& out, const char* text);
 
 // Reads "Mon Nov 16 02:44:43 UTC 2026", the layout of date(1) and not that of AscTimeZone, whose
 // zone comes last. The zone must be there, but its name is skipped: the time is local whatever it
 // says, and daylight saving applies if the local zone observes it at that time. The name of the
 // day is not held against the date, and what follows the year is not looked at.
-[[nodiscard]] bool ParseCTime(TimeVal32& out, const char* text);
+[[nodiscard]] VELORA_API bool ParseCTime(TimeVal32& out, const char* text);
 
 }  // namespace MiscUtils

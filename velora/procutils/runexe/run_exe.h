@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "velora/utils/api.h"
+
 namespace velora::utils::proc {
 
 // Runs `command` and waits for its end. The command line is divided at blanks, and only there: no
@@ -39,6 +41,6 @@ namespace velora::utils::proc {
 // SIGCHLD is set to its default for the length of the call: one thread at a time. Descriptors 0, 1
 // and 2 have to be open in the caller: a pipe end that became number 0 would not be closed, and one
 // that became 1 or 2 would be taken from the program.
-int RunExe(const std::string& command, std::string& output);
+VELORA_API int RunExe(const std::string& command, std::string& output);
 
 }  // namespace velora::utils::proc

@@ -10,6 +10,8 @@
 
 #include <string>
 
+#include "velora/utils/api.h"
+
 namespace velora::utils::proc {
 
 // Runs `command` and sets `output` to all that it wrote to its standard output. The result is the
@@ -24,11 +26,11 @@ namespace velora::utils::proc {
 //
 // The output is taken for text and read in lines of up to 1023 bytes: in a line that holds a zero
 // byte, everything from the zero on is dropped, the end of the line included.
-int RunPopen(const std::string& command, std::string& output);
+VELORA_API int RunPopen(const std::string& command, std::string& output);
 
 // Runs `command` and returns true, whatever its exit status. When it could not be run at all
 // (RunPopen gives -1), raises std::runtime_error
 // "<error text> : RunPopen fail <command> stdout=<output>".
-bool RunPopenOrThrow(const std::string& command);
+VELORA_API bool RunPopenOrThrow(const std::string& command);
 
 }  // namespace velora::utils::proc

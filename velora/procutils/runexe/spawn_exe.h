@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "velora/utils/api.h"
+
 namespace velora::utils::proc {
 
 // Starts `command`, watches its first two seconds, and returns its process id. Each run of white
@@ -36,6 +38,6 @@ namespace velora::utils::proc {
 //
 // Signals that the caller catches meanwhile do not shorten the two seconds. SIGCHLD is left alone.
 // Any number of threads may spawn.
-int SpawnExe(const std::string& command);
+VELORA_API int SpawnExe(const std::string& command);
 
 }  // namespace velora::utils::proc
