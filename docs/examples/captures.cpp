@@ -2,7 +2,7 @@
 #include <cstdint>
 #include <iostream>
 
-#include "velora/impex/impex_libpcap.h"
+#include <velora/impex/impex_libpcap.h>
 
 int main(int argc, char** argv) {
     CImpex_Libpcap input;

@@ -1,12 +1,11 @@
 // A tree is made, copied, moved and deleted.
-#include "velora/utils/file_tree.h"
-
 #include <iostream>
 #include <stdexcept>
 #include <string>
 
-#include "velora/utils/path_tests.h"
-#include "velora/utils/temp_file.h"
+#include <velora/utils/file_tree.h>
+#include <velora/utils/path_tests.h>
+#include <velora/utils/temp_file.h>
 
 int main() try {
     if (!MiscUtils::MakeDirs("captures/monday")) {

@@ -2,9 +2,9 @@
 #include <iostream>
 #include <stdexcept>
 
-#include "velora/utils/file_contents.h"
-#include "velora/utils/path_tests.h"
-#include "velora/utils/temp_file.h"
+#include <velora/utils/file_contents.h>
+#include <velora/utils/path_tests.h>
+#include <velora/utils/temp_file.h>
 
 int main() {
     MiscUtils::WriteFile("first\n", "notes.txt");

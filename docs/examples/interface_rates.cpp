@@ -1,10 +1,9 @@
 // What the interfaces carry in one second, a line an interface.
-#include "velora/procutils/interface_rates.h"
-
 #include <iostream>
 #include <string>
 
-#include "velora/procutils/str_tokenizer.h"
+#include <velora/procutils/interface_rates.h>
+#include <velora/procutils/str_tokenizer.h>
 
 int main() {
     const std::string report = velora::utils::proc::InterfaceRates(1);

@@ -2,8 +2,8 @@
 #include <cstdio>
 #include <iostream>
 
-#include "velora/logging/logger.h"
-#include "velora/utils/file_contents.h"
+#include <velora/logging/logger.h>
+#include <velora/utils/file_contents.h>
 
 int main() {
     namespace Level = VeloLogger::Level;

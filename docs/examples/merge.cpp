@@ -1,8 +1,8 @@
 // Merges two captures, and squishes them into another file.
 #include <iostream>
 
-#include "velora/impex/squish.h"
-#include "velora/impex/time_ordered_merge.h"
+#include <velora/impex/squish.h>
+#include <velora/impex/time_ordered_merge.h>
 
 int main(int argc, char** argv) {
     if (argc != 3) {

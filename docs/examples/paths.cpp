@@ -2,12 +2,12 @@
 #include <iostream>
 #include <string>
 
-#include "velora/procutils/find_files.h"
-#include "velora/procutils/path_parts.h"
-#include "velora/procutils/scoped_cwd.h"
-#include "velora/procutils/str_tokenizer.h"
-#include "velora/utils/file_tree.h"
-#include "velora/utils/temp_file.h"
+#include <velora/procutils/find_files.h>
+#include <velora/procutils/path_parts.h>
+#include <velora/procutils/scoped_cwd.h>
+#include <velora/procutils/str_tokenizer.h>
+#include <velora/utils/file_tree.h>
+#include <velora/utils/temp_file.h>
 
 int main() {
     using namespace velora::utils::proc;

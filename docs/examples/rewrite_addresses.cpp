@@ -1,4 +1,4 @@
-// A capture whose packets do not tell who sent them to whom: each address becomes another one.
+// Makes a capture anonymous: each address becomes another one, and the checksums follow.
 #include <array>
 #include <cstdint>
 #include <iostream>
@@ -7,6 +7,7 @@
 
 #include <velora/capture/capture_reader.h>
 #include <velora/formats/byte_order.h>
+#include <velora/output/capture_writer.h>
 #include <velora/packet/address_rewrite.h>
 
 using velora::packet::AddressRewrite;
@@ -15,7 +16,7 @@ using velora::packet::IpAddress;
 namespace {
 
 // In place of the first address that is seen 10.0.0.1 or fd00::1, of the second 10.0.0.2 or
-// fd00::2.
+// fd00::2, and so on.
 IpAddress Alias(std::map<IpAddress, IpAddress>& aliases, const IpAddress& address) {
     const auto number = static_cast<std::uint32_t>(aliases.size() + 1);
     const auto [known, isNew] = aliases.try_emplace(address, 0x0A000000 + number);
@@ -30,27 +31,28 @@ IpAddress Alias(std::map<IpAddress, IpAddress>& aliases, const IpAddress& addres
 }  // namespace
 
 int main(int argc, char** argv) {
-    std::map<IpAddress, IpAddress> aliases;
-    int packets = 0;
     velora::capture::CaptureReader reader;
-    if (argc != 2 || reader.Open(argv[1])) {
+    if (argc != 3 || reader.Open(argv[1])) {
         return 1;
     }
+    velora::output::CaptureWriter writer(argv[2]);
+    std::map<IpAddress, IpAddress> aliases;
     for (const velora::capture::Record& record : reader) {
         std::vector<std::uint8_t> bytes(record.Bytes().begin(), record.Bytes().end());
         if (const auto rewrite = AddressRewrite::Plan(record)) {
             const IpAddress source = Alias(aliases, rewrite->Source());
             const IpAddress destination = Alias(aliases, rewrite->Destination());
-            packets += rewrite->Apply(source, destination, bytes) ? 1 : 0;
+            static_cast<void>(rewrite->Apply(source, destination, bytes));
         }
-        // record.WithBytes(bytes) is what to write.
+        writer.Write(record.WithBytes(bytes));
     }
-    if (const auto& problem = reader.GetProblem()) {
-        std::cerr << problem->text << "\n";
+    const auto outcome = writer.Finish();
+    if (!outcome.IsGood() || reader.GetProblem()) {
+        std::cerr << (outcome.IsGood() ? reader.GetProblem()->text : outcome.text) << "\n";
         return 1;
     }
     for (const auto& [address, alias] : aliases) {
         std::cout << address.Text() << " is " << alias.Text() << "\n";
     }
-    std::cout << packets << " packets\n";
+    std::cout << writer.Counts().records << " records\n";
 }

@@ -3,9 +3,8 @@
 #include <string>
 
 #include <sys/wait.h>
-
-#include "velora/procutils/runexe/run_exe.h"
-#include "velora/procutils/runexe/run_popen.h"
+#include <velora/procutils/runexe/run_exe.h>
+#include <velora/procutils/runexe/run_popen.h>
 
 int main() {
     using namespace velora::utils::proc;

@@ -3,10 +3,9 @@
 #include <string>
 
 #include <sys/wait.h>
-
-#include "velora/procutils/pid_file.h"
-#include "velora/procutils/runexe/spawn_exe.h"
-#include "velora/utils/temp_file.h"
+#include <velora/procutils/pid_file.h>
+#include <velora/procutils/runexe/spawn_exe.h>
+#include <velora/utils/temp_file.h>
 
 int main() {
     using namespace velora::utils::proc;

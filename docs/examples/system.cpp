@@ -4,11 +4,10 @@
 #include <iostream>
 
 #include <fcntl.h>
-
-#include "velora/utils/disk_space.h"
-#include "velora/utils/errno_text.h"
-#include "velora/utils/host_name.h"
-#include "velora/utils/scope_guards.h"
+#include <velora/utils/disk_space.h>
+#include <velora/utils/errno_text.h>
+#include <velora/utils/host_name.h>
+#include <velora/utils/scope_guards.h>
 
 int main() {
     std::uint64_t total = 0;

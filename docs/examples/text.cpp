@@ -3,11 +3,11 @@
 #include <cstdint>
 #include <iostream>
 
-#include "velora/utils/byte_quantity.h"
-#include "velora/utils/guid.h"
-#include "velora/utils/hex_text.h"
-#include "velora/utils/net_address_text.h"
-#include "velora/utils/text_edit.h"
+#include <velora/utils/byte_quantity.h>
+#include <velora/utils/guid.h>
+#include <velora/utils/hex_text.h>
+#include <velora/utils/net_address_text.h>
+#include <velora/utils/text_edit.h>
 
 int main() {
     std::array<std::uint8_t, 4> address{};

@@ -1,8 +1,8 @@
 // A range of time from user text, and what may be asked of it.
 #include <iostream>
 
-#include "velora/utils/time_range.h"
-#include "velora/utils/time_text.h"
+#include <velora/utils/time_range.h>
+#include <velora/utils/time_text.h>
 
 int main() {
     MiscUtils::TimeRange night;

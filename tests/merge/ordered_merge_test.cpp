@@ -122,15 +122,19 @@ TEST(OrderedMergeTest, AgreesWithTheNaiveModelWhateverItReadsFrom) {
 }
 
 TEST(OrderedMergeTest, TellsWhatIsWrongByTheNumbersThatTheCallerKnows) {
-    const std::string good = CaptureBuilder().Record(7, 0, "good").Bytes(), cut = good.substr(0, good.size() - 1);
+    PcapNgBuilder builder = PcapNgBuilder::Empty().Section();
+    const std::string good = builder.Interface(1, 0, builder.Option(2, "eth0")).Packet(7, "good").Bytes();
+    const std::string cut = good.substr(0, good.size() - 1);
     OrderedMerge merge(
         {"/nowhere/at-all", ByteSource::Memory("no capture"), ByteSource::Memory(cut), ByteSource::Memory(good)});
     EXPECT_EQ(merge.Traits(0), nullptr);
     EXPECT_EQ(merge.Traits(1), nullptr);
     ASSERT_NE(merge.Traits(2), nullptr);
     EXPECT_FALSE(merge.Traits(2)->hasRecord);
-    ASSERT_NE(merge.Next(), nullptr);
+    const capture::Record* const record = merge.Next();
+    ASSERT_NE(record, nullptr);
     EXPECT_EQ(merge.Source(), 3U);
+    EXPECT_EQ(record->interface->name, "eth0");
     EXPECT_EQ(merge.Next(), nullptr);
     EXPECT_FALSE(merge.IsComplete());
     using Kinds = decltype(KindsOf(merge));

@@ -76,7 +76,8 @@ BlockReader::State BlockReader::Read(RecordBlock& block) {
         }
         const Progress progress =
             m_FramingFault ? Verify(block, step.state) : Frame(block, step.state);
-        if (progress == Progress::kBlockDone) {
+        const bool isUnwanted = m_Options.isUnwanted != nullptr && *m_Options.isUnwanted;
+        if (progress == Progress::kBlockDone || isUnwanted) {
             m_IsFilling = false;
             return State::kBlock;
         }

@@ -9,6 +9,7 @@
 
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -45,6 +46,9 @@ class VELORA_API BlockReader {
         // Records outside of these times do not appear in a block, but are counted as read.
         std::int64_t earliest = std::numeric_limits<std::int64_t>::min();
         std::int64_t latest = std::numeric_limits<std::int64_t>::max();
+        // Set by another thread once nobody wants the block any more: it then ends anywhere. A few
+        // bytes on disk may stand for so many that a block takes seconds.
+        const std::atomic<bool>* isUnwanted = nullptr;
     };
 
     // Stands at the start of a capture.

@@ -151,7 +151,9 @@ class ReadAhead::Feed final : public WorkerPool::Task, public PipePump::Waiter {
             }
             Took(ReadOnDisk());
         }
-        Finish();
+        if (!m_Owner.m_IsStopped) {
+            Finish();
+        }
     }
 
     // What is written behind the end that the file had is not looked at: it may grow for ever. Of
@@ -263,6 +265,7 @@ ReadAhead::ReadAhead(std::vector<capture::InputFile> inputs, const BlockPlan& pl
       m_OnStop(stop, Stopper{*this}) {
     capture::BlockReader::Options planned = options;
     planned.blockSize = plan.blockSize;
+    planned.isUnwanted = &m_IsStopped;
     std::size_t pipes = 0;
     m_Feeds.reserve(inputs.size());
     for (capture::InputFile& input : inputs) {

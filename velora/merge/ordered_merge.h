@@ -65,8 +65,6 @@ struct SourceProblem {
 
 class VELORA_API OrderedMerge {
  public:
-    class Iterator;
-
     // Sources are numbered from 0 in the order in which they are named here, which decides between
     // equal times. Opens them, begins to read, and waits for the first block of each: by then it is
     // known which are captures, unless a stop came before. Throws std::system_error when the system
@@ -87,10 +85,6 @@ class VELORA_API OrderedMerge {
     // The source of the record that was given last.
     [[nodiscard]] std::uint32_t Source() const;
 
-    // The records from the next one on, for one pass: a step of the iterator is a Next.
-    [[nodiscard]] Iterator begin();
-    [[nodiscard]] static std::default_sentinel_t end() { return std::default_sentinel; }
-
     // What was found to be wrong so far, and notes. Once there is no further record, all there is:
     // sources that are no captures or end in damage, records out of place, files that changed
     // meanwhile. What a stop has cut off is no problem of its source.
@@ -106,37 +100,39 @@ class VELORA_API OrderedMerge {
     // asked for, in the order of time. Nothing but notes is among the problems then.
     [[nodiscard]] bool IsComplete() const;
 
+    // The records from the next one on, once: begin() takes it.
+    class Iterator {
+     public:
+        // As std::input_iterator has them.
+        using value_type = capture::Record;
+        using difference_type = std::ptrdiff_t;
+
+        // The record at hand. Not at the end.
+        const capture::Record& operator*() const { return *m_Record; }
+        const capture::Record* operator->() const { return m_Record; }
+        // On to the next one.
+        Iterator& operator++() {
+            m_Record = m_Merge->Next();
+            return *this;
+        }
+        void operator++(int) { ++*this; }
+        // There is none any more.
+        bool operator==(std::default_sentinel_t /*end*/) const { return m_Record == nullptr; }
+
+     private:
+        friend class OrderedMerge;
+        explicit Iterator(OrderedMerge& merge) : m_Merge(&merge), m_Record(merge.Next()) {}
+
+        OrderedMerge* m_Merge;
+        const capture::Record* m_Record;
+    };
+    [[nodiscard]] Iterator begin() { return Iterator(*this); }
+    [[nodiscard]] std::default_sentinel_t end() const { return {}; }
+
  private:
     struct State;
 
     std::unique_ptr<State> m_State;
 };
-
-class OrderedMerge::Iterator {
- public:
-    using value_type = capture::Record;
-    using difference_type = std::ptrdiff_t;
-
-    // Stands on that record, which the merge has given last.
-    Iterator(OrderedMerge& merge, const capture::Record* record)
-        : m_Merge(&merge), m_Record(record) {}
-
-    const capture::Record& operator*() const { return *m_Record; }
-    const capture::Record* operator->() const { return m_Record; }
-    Iterator& operator++() {
-        m_Record = m_Merge->Next();
-        return *this;
-    }
-    void operator++(int) { ++*this; }
-    bool operator==(std::default_sentinel_t /*end*/) const { return m_Record == nullptr; }
-
- private:
-    OrderedMerge* m_Merge;
-    const capture::Record* m_Record;
-};
-
-inline OrderedMerge::Iterator OrderedMerge::begin() {
-    return {*this, Next()};
-}
 
 }  // namespace velora::merge

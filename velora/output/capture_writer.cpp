@@ -96,7 +96,7 @@ class CaptureWriter::State {
 
     bool Write(const capture::Record& record, std::uint32_t source) noexcept {
         bool isWritten = false;
-        Guarded([&] { isWritten = !m_IsOver && Put(record, source); });
+        Guarded([&] { isWritten = Put(record, source); });
         return isWritten;
     }
 
@@ -159,6 +159,7 @@ class CaptureWriter::State {
     void End(OutputOutcome outcome) noexcept {
         m_Outcome = std::move(outcome);
         m_IsOver = true;
+        m_Sink = nullptr;
         m_Chain.reset();
         m_File.reset();
     }
@@ -176,6 +177,7 @@ class CaptureWriter::State {
             }
             m_Form.linkType = interface.linkType;
             m_Form.fcsBits = link_type::FcsBitsOf(interface.fcsLength);
+            m_FcsLength = link_type::FcsLengthOf(m_Form.fcsBits);
             m_Form.snapLen = std::max(SnapLenFor(interface, length), kUsualSnapLen);
         }
         if (m_Options.snapLen > 0) {
@@ -184,6 +186,10 @@ class CaptureWriter::State {
         m_Chain.emplace(*m_Below, WritingMeans{m_Options.compression, m_Options.threads}, m_Form,
                         std::vector<std::string>(1), m_Ledger);
         m_Sink = &m_Chain->Sink();
+        m_Most = std::min(m_Form.mostBytes, kMostBytes);
+        if (!m_Form.IsPcapNg()) {
+            m_Most = std::min(m_Most, m_Form.snapLen);
+        }
         return true;
     }
 
@@ -195,37 +201,52 @@ class CaptureWriter::State {
     bool Put(const capture::Record& record, std::uint32_t source) {
         const capture::Interface& interface =
             record.interface != nullptr ? *record.interface : m_Default;
+        return m_Sink != nullptr && record.capturedLength <= m_Most
+                   ? PutFitting(record, source, interface, record.Bytes())
+                   : PutUnusual(record, source, interface);
+    }
+
+    // The first one, or one that is too long.
+    bool PutUnusual(const capture::Record& record, std::uint32_t source,
+                    const capture::Interface& interface) {
         std::span<const std::uint8_t> kept = record.Bytes();
         const bool isCut = kept.size() > m_Form.mostBytes;
         if (isCut) {
             kept = kept.first(m_Form.mostBytes);
         }
+        if (m_IsOver) {
+            return false;
+        }
         if (kept.size() > kMostBytes) {
             return Refuse(TooLong(kept.size(), " bytes, and readers take at most ", kMostBytes));
         }
-        if (!m_Chain && !Begin(interface, kept.size())) {
+        if (m_Sink == nullptr && !Begin(interface, kept.size())) {
             return false;
         }
-        if (!(m_Form.IsPcapNg() ? PutPcapNg(record, source, interface, kept)
-                                : PutClassic(record, interface, kept))) {
+        if (kept.size() > m_Most) {
+            return Refuse(TooLong(kept.size(), " bytes, and the file declares at most ", m_Most));
+        }
+        if (!PutFitting(record, source, interface, kept)) {
             return false;
         }
         m_Cut += isCut ? 1 : 0;
         return true;
     }
 
+    bool PutFitting(const capture::Record& record, std::uint32_t source,
+                    const capture::Interface& interface, std::span<const std::uint8_t> kept) {
+        return m_Form.IsPcapNg() ? PutPcapNg(record, source, interface, kept)
+                                 : PutClassic(record, interface, kept);
+    }
+
     bool PutClassic(const capture::Record& record, const capture::Interface& interface,
                     std::span<const std::uint8_t> kept) {
-        if (interface.linkType != m_Form.linkType) {
+        if (interface.linkType != m_Form.linkType) [[unlikely]] {
             return Refuse(" is of link type " + link_type::Shown(interface.linkType) +
                           ", and a pcap file holds one, " + link_type::Shown(m_Form.linkType) +
                           ": pcap-ng holds both");
         }
-        if (kept.size() > m_Form.snapLen) {
-            return Refuse(
-                TooLong(kept.size(), " bytes, and the file declares at most ", m_Form.snapLen));
-        }
-        if (interface.fcsLength != link_type::FcsLengthOf(m_Form.fcsBits)) {
+        if (interface.fcsLength != m_FcsLength) {
             m_OtherFcsLength += 1;
         }
         return PutItem(record, kept);
@@ -233,7 +254,7 @@ class CaptureWriter::State {
 
     bool PutPcapNg(const capture::Record& record, std::uint32_t source,
                    const capture::Interface& interface, std::span<const std::uint8_t> kept) {
-        if (!PcapNgEncoder::Holds(interface.linkType)) {
+        if (!PcapNgEncoder::Holds(interface.linkType)) [[unlikely]] {
             return Refuse(NoRoomFor(interface.linkType, 0xFFFF));
         }
         capture::Record described = record;
@@ -260,6 +281,8 @@ class CaptureWriter::State {
     InterfaceTable m_Interfaces;
     RunProgress m_Progress;
     Ledger m_Ledger{1, m_Progress};
+    std::uint32_t m_Most = 0;                 // bytes that a record may have
+    std::optional<std::uint8_t> m_FcsLength;  // that a pcap file tells
     std::uint64_t m_Cut = 0;
     std::uint64_t m_OtherFcsLength = 0;
     OutputOutcome m_Outcome;

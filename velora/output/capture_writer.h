@@ -82,6 +82,8 @@ class VELORA_API CaptureWriter {
     // The other one can only be destroyed or assigned to then.
     CaptureWriter(CaptureWriter&& other) noexcept;
     CaptureWriter& operator=(CaptureWriter&& other) noexcept;
+    CaptureWriter(const CaptureWriter&) = delete;
+    CaptureWriter& operator=(const CaptureWriter&) = delete;
 
     // Writes a record, which may be one that was read or one that the program has made up: its
     // time, its bytes, its length on the wire, its interface. In pcap-ng an interface is described

@@ -1,13 +1,14 @@
 // AddressRewrite: gives the IPv4 or IPv6 packet of a record other addresses, and puts every
 // checksum that covers them right.
 //
-// Example, that packets do not tell who sent them to whom (see
-// docs/examples/rewrite_addresses.cpp):
+// Example, of packets that are not to tell who sent them to whom; a whole program is
+// docs/examples/rewrite_addresses.cpp:
 //     std::vector<std::uint8_t> bytes(record.Bytes().begin(), record.Bytes().end());
 //     if (const auto rewrite = AddressRewrite::Plan(record)) {
-//         if (!rewrite->Apply(OtherThan(rewrite->Source()), OtherThan(rewrite->Destination()),
-//         bytes)) {
-//             return false;  // OtherThan has mixed the versions up
+//         const IpAddress source = AliasOf(rewrite->Source());  // of the same version
+//         const IpAddress destination = AliasOf(rewrite->Destination());
+//         if (!rewrite->Apply(source, destination, bytes)) {
+//             return false;  // it was not
 //         }
 //     }
 //     Write(record.WithBytes(bytes));

@@ -116,6 +116,10 @@ Place BehindLinkHeader(std::uint32_t linkType, Bytes captured) {
     }
 }
 
+bool IsIpv4Header(Bytes packet) {
+    return packet.size() >= kShortestIpv4Header && (packet[0] & 0x0FU) >= 5;
+}
+
 }  // namespace
 
 std::optional<IpPlace> FindIp(std::uint32_t linkType, Bytes captured) {
@@ -125,11 +129,11 @@ std::optional<IpPlace> FindIp(std::uint32_t linkType, Bytes captured) {
     }
     const Bytes packet = captured.subspan(payload->offset);
     const auto version = static_cast<std::uint8_t>(packet[0] >> 4U);
-    const bool isHeader = version == 4
-                              ? packet.size() >= kShortestIpv4Header && (packet[0] & 0x0FU) >= 5
-                          : version == 6 ? packet.size() >= kIpv6Header
-                                         : false;
-    if (!isHeader || (payload->promise != Promise::kAny && payload->promise != Promise{version})) {
+    if (payload->promise != Promise::kAny && payload->promise != Promise{version}) {
+        return std::nullopt;
+    }
+    if (!(version == 4 && IsIpv4Header(packet)) &&
+        !(version == 6 && packet.size() >= kIpv6Header)) {
         return std::nullopt;
     }
     return IpPlace{payload->offset, version};
