@@ -123,7 +123,8 @@ TEST(OrderedMergeTest, AgreesWithTheNaiveModelWhateverItReadsFrom) {
 
 TEST(OrderedMergeTest, TellsWhatIsWrongByTheNumbersThatTheCallerKnows) {
     PcapNgBuilder builder = PcapNgBuilder::Empty().Section();
-    const std::string good = builder.Interface(1, 0, builder.Option(2, "eth0")).Packet(7, "good").Bytes();
+    const std::string good =
+        builder.Interface(1, 0, builder.Option(2, "eth0")).PacketOf(0, 7, "good", builder.Option(1, "comment")).Bytes();
     const std::string cut = good.substr(0, good.size() - 1);
     OrderedMerge merge(
         {"/nowhere/at-all", ByteSource::Memory("no capture"), ByteSource::Memory(cut), ByteSource::Memory(good)});
@@ -136,6 +137,8 @@ TEST(OrderedMergeTest, TellsWhatIsWrongByTheNumbersThatTheCallerKnows) {
     EXPECT_EQ(merge.Source(), 3U);
     EXPECT_EQ(record->interface->name, "eth0");
     EXPECT_EQ(merge.Next(), nullptr);
+    EXPECT_EQ(merge.NotGiven(3), (capture::Extras{.comments = 1}));
+    EXPECT_EQ(merge.NotGiven(1), capture::Extras());
     EXPECT_FALSE(merge.IsComplete());
     using Kinds = decltype(KindsOf(merge));
     EXPECT_EQ(KindsOf(merge), (Kinds{{0, kCannotRead}, {1, kNoCapture}, {2, kDamage}}));

@@ -42,7 +42,9 @@ std::vector<Problem> ProblemsOf(const output::SourceCounts& counts,
                             "duplicates of long ago may have been kept",
                             0, 0});
     }
-    note(counts.hasExtras, "names, secrets or comments in it are not taken over");
+    const capture::Extras& extras = counts.extras;
+    note(extras.comments > 0 || extras.nameBlocks > 0 || extras.secretBlocks > 0,
+         "names, secrets or comments in it are not taken over");
     note(counts.lacksInterfaces,
          "more interfaces than a section of the output holds: those that no packet names may be "
          "missing");

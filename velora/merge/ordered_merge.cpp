@@ -78,10 +78,6 @@ struct OrderedMerge::State {
                                  utils::SecondsText(counts.largestStep),
                              counts.outOfPlace, 0});
             }
-            if (counts.hasExtras) {
-                Add(number,
-                    {ProblemKind::kNote, "names, secrets or comments in it are not given", 0, 0});
-            }
             if (const std::optional<Problem> change = inputs.Change(source)) {
                 Add(number, *change);
             }
@@ -143,6 +139,13 @@ const std::vector<SourceProblem>& OrderedMerge::Problems() const {
 const capture::CaptureTraits* OrderedMerge::Traits(std::uint32_t source) const {
     const auto& traits = m_State->traits[source];
     return traits ? &*traits : nullptr;
+}
+
+const capture::Extras& OrderedMerge::NotGiven(std::uint32_t source) const {
+    static const capture::Extras kNone;
+    const auto known = std::ranges::find(m_State->numberOf, source);
+    const auto at = static_cast<std::uint32_t>(known - m_State->numberOf.begin());
+    return known != m_State->numberOf.end() ? m_State->ledger.Of(at).extras : kNone;
 }
 
 bool OrderedMerge::IsStopped() const {

@@ -38,6 +38,7 @@
 
 #include "velora/capture/byte_source.h"
 #include "velora/capture/capture_traits.h"
+#include "velora/capture/extras.h"
 #include "velora/capture/problem.h"
 #include "velora/capture/record.h"
 #include "velora/utils/api.h"
@@ -92,6 +93,10 @@ class VELORA_API OrderedMerge {
 
     // What the capture says of itself, known from the beginning; null for a source that is none.
     [[nodiscard]] const capture::CaptureTraits* Traits(std::uint32_t source) const;
+
+    // What was met in the source so far and is not given out: comments, names, secrets, other
+    // blocks.
+    [[nodiscard]] const capture::Extras& NotGiven(std::uint32_t source) const;
 
     // It ended because it was to stop.
     [[nodiscard]] bool IsStopped() const;

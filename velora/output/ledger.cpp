@@ -10,8 +10,7 @@ void Ledger::CountBlock(std::uint32_t source, const capture::RecordBlock& block)
     counts.leftOutLinkType =
         block.recordsLeftOut > 0 ? block.leftOutLinkType : counts.leftOutLinkType;
     counts.stepsBack += block.stepsBack;
-    const capture::Extras& extras = block.extras;
-    counts.hasExtras |= extras.comments > 0 || extras.nameBlocks > 0 || extras.secretBlocks > 0;
+    counts.extras += block.extras;
     if (block.Count() > 0) {
         const std::int64_t earliest = block.EarliestTime();
         const std::int64_t latest = block.LatestTime();

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 
+#include "velora/capture/extras.h"
 #include "velora/utils/time_histogram.h"
 
 namespace velora::output {
@@ -34,7 +35,7 @@ struct SourceCounts {
     std::uint64_t duplicates = 0;  // of records that had been written already
     bool mayRepeat = false;  // some of its records may equal earlier ones, which were forgotten
     bool lacksInterfaces = false;  // some that no packet names may not be described in the output
-    bool hasExtras = false;        // names, secrets or comments, not taken over
+    capture::Extras extras;        // what it holds besides; not taken over
     // Of the records that were asked for, as captured.
     std::optional<std::int64_t> earliest;
     std::optional<std::int64_t> latest;
