@@ -6,8 +6,11 @@
 int main(int /*argc*/, char** argv) {
     velora::capture::CaptureReader reader;
     std::uint64_t bytes = 0;
-    if (const auto problem = reader.Open(argv[1])) return std::cerr << problem->text << "\n", 1;
-    for (const auto& record : reader) bytes += record.capturedLength;
-    if (reader.GetProblem()) std::cerr << reader.GetProblem()->text << "\n";
+    if (const auto problem = reader.Open(argv[1]))
+        return std::cerr << problem->text << "\n", 1;
+    for (const auto& record : reader)
+        bytes += record.capturedLength;
+    if (reader.GetProblem())
+        std::cerr << reader.GetProblem()->text << "\n";
     std::cout << bytes << "\n";
 }
