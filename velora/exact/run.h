@@ -38,8 +38,9 @@ class RunListener {
 // Runs the job. A `stop` that any thread asks for ends it within a tenth of a second, wherever the
 // inputs stand, with Status::kStopped: no output is left then, but for what a pipe or a device has
 // taken. What cannot be interrupted is waited for: a write that the system holds (a full pipe that
-// nobody reads), and the opening of a FIFO as the output until somebody reads it. Throws
-// std::bad_alloc and std::system_error when memory or threads run out, and leaves no output then.
+// nobody reads), the opening of a FIFO as the output until somebody reads it, and the freeing of
+// gigabytes that were written. Throws std::bad_alloc and std::system_error when memory or threads
+// run out, and leaves no output then.
 //
 // A job that asks for a report comes with a file for it, as it was made. The file is prepared
 // together with the output, so that whatever speaks against it ends the run before anything is
