@@ -118,6 +118,7 @@ class VELORA_API CaptureReader {
         CaptureReader* m_Reader;
         const Record* m_Record;
     };
+    // For range-based for.
     [[nodiscard]] Iterator begin() { return Iterator(*this); }
     [[nodiscard]] std::default_sentinel_t end() const { return {}; }
 

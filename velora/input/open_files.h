@@ -17,13 +17,13 @@ namespace velora::input {
 struct OpenFiles {
     // What is wrong with an input that could not be opened.
     struct Failure {
-        std::size_t input;
-        capture::Problem problem;
+        std::size_t input;         // which one it is
+        capture::Problem problem;  // with it
     };
 
-    std::vector<capture::InputFile> files;
-    std::vector<std::size_t> inputOf;  // which input each file is
-    std::vector<Failure> failures;     // in the order of the inputs
+    std::vector<capture::InputFile> files;  // those that are open
+    std::vector<std::size_t> inputOf;       // which input each file is
+    std::vector<Failure> failures;          // in the order of the inputs
 };
 
 // Opens each, and leaves descriptors for an output and the waiting for pipes. Where those that are

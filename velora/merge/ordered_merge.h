@@ -60,8 +60,8 @@ struct MergeOptions {
 
 // What is wrong with one source.
 struct SourceProblem {
-    std::uint32_t source = 0;
-    capture::Problem problem{};
+    std::uint32_t source = 0;    // its number
+    capture::Problem problem{};  // what, and where
 };
 
 class VELORA_API OrderedMerge {
@@ -131,6 +131,7 @@ class VELORA_API OrderedMerge {
         OrderedMerge* m_Merge;
         const capture::Record* m_Record;
     };
+    // For range-based for.
     [[nodiscard]] Iterator begin() { return Iterator(*this); }
     [[nodiscard]] std::default_sentinel_t end() const { return {}; }
 

@@ -58,7 +58,7 @@ struct WriterOptions {
 
 // What was written, and what a pcap file could not hold of it.
 struct WriterCounts {
-    std::uint64_t records = 0;
+    std::uint64_t records = 0;      // that were written
     std::uint64_t cut = 0;          // that had more bytes than options.snapLen
     std::uint64_t roundedDown = 0;  // with times finer than the file's microseconds
     std::uint64_t beforeEpoch = 0;  // from before 1970: written with time 0 (in pcap-ng too)

@@ -25,6 +25,7 @@ namespace velora::packet {
 
 class VELORA_API IpAddress {
  public:
+    // Bytes of an address.
     static constexpr std::size_t kIpv4Size = 4;
     static constexpr std::size_t kIpv6Size = 16;
 

@@ -33,7 +33,7 @@ namespace velora::packet {
 }
 
 struct UpperLayer {
-    std::uint8_t protocol = 0;
+    std::uint8_t protocol = 0;     // velora/packet/ip_protocols.h
     std::size_t begin = 0;         // its first byte, and the one behind its last, among those that
     std::size_t end = 0;           // were captured: begin <= end <= the number of captured bytes
     bool isLaterFragment = false;  // of its middle or end: there is no header of the protocol

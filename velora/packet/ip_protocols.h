@@ -8,6 +8,7 @@
 
 namespace velora::packet::ip_protocol {
 
+// What stands behind the IP header.
 inline constexpr std::uint8_t kIcmp = 1;
 inline constexpr std::uint8_t kTcp = 6;
 inline constexpr std::uint8_t kUdp = 17;

@@ -33,6 +33,7 @@ struct VELORA_API PacketView {
     [[nodiscard]] static std::optional<PacketView> Of(std::uint32_t linkType,
                                                       std::span<const std::uint8_t> captured);
 
+    // As the IP header has them.
     IpAddress source{};
     IpAddress destination{};
     std::uint8_t version = 4;  // 4 or 6
