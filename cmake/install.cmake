@@ -21,9 +21,9 @@ install(TARGETS seamtool)
 install(FILES docs/seamtool.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(DIRECTORY docs/man3 DESTINATION ${CMAKE_INSTALL_MANDIR} FILES_MATCHING PATTERN "*.3")
 # Where the manual pages say that they are, and where the Debian package has them.
-install(FILES docs/library.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libvelora-dev)
+install(FILES docs/library.md docs/reading.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libvelora-dev)
 install(DIRECTORY docs/examples DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libvelora-dev
-  FILES_MATCHING PATTERN "*.cpp")
+  FILES_MATCHING PATTERN "*.cpp" PATTERN "*.py")
 install(FILES completion/seamtool.bash
   DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME seamtool)
 install(FILES completion/_seamtool DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
