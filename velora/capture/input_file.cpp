@@ -42,17 +42,17 @@ Outcome Accept(MiscUtils::UniqueFd fd) {
     if (std::optional<Problem> fault = FaultOfKind(status.st_mode)) {
         return std::move(*fault);
     }
-    if (!S_ISREG(status.st_mode)) {
-        return InputFile{.fd = std::move(fd)};
+    InputFile file{.fd = std::move(fd)};
+    if (S_ISREG(status.st_mode)) {
+        // A hint for files that are not in memory yet; a refusal changes nothing.
+        static_cast<void>(posix_fadvise(file.fd.Get(), 0, 0, POSIX_FADV_SEQUENTIAL));
+        const off_t begin = std::clamp<off_t>(lseek(file.fd.Get(), 0, SEEK_CUR), 0, status.st_size);
+        file.isRegular = true;
+        file.begin = static_cast<std::uint64_t>(begin);
+        file.size = static_cast<std::uint64_t>(status.st_size - begin);
+        file.modified = status.st_mtim;
     }
-    // A hint for files that are not in memory yet; a refusal changes nothing.
-    static_cast<void>(posix_fadvise(fd.Get(), 0, 0, POSIX_FADV_SEQUENTIAL));
-    const off_t begin = std::clamp<off_t>(lseek(fd.Get(), 0, SEEK_CUR), 0, status.st_size);
-    return InputFile{.fd = std::move(fd),
-                     .isRegular = true,
-                     .begin = static_cast<std::uint64_t>(begin),
-                     .size = static_cast<std::uint64_t>(status.st_size - begin),
-                     .modified = status.st_mtim};
+    return file;
 }
 
 Outcome OpenPath(const std::string& path) {

@@ -88,16 +88,17 @@ std::optional<codec::OutputOutcome> WriteRecords(const ExactJob& job,
                               {job.compression, std::max(1U, std::thread::hardware_concurrency())},
                               form, std::move(names), ledger);
     const auto filterSink = MakeFilterSink(job, writer.Sink(), ledger);
-    RecordSink& unstopped = filterSink ? *filterSink : writer.Sink();
-    StopSink stopSink(stop, unstopped);
-    // A run that cannot be stopped need not ask for each record.
-    RecordSink& sink = stop.stop_possible() ? stopSink : unstopped;
+    RecordSink* sink = filterSink ? filterSink.get() : &writer.Sink();
+    StopSink stopSink(stop, *sink);
+    if (stop.stop_possible()) {  // else it need not be asked for each record
+        sink = &stopSink;
+    }
     const auto sources = MakeSources(job, inputs, ledger);
-    static_cast<void>(PutAll(job.mode, sources, form.mostBytes, sink));  // Finish tells
+    static_cast<void>(PutAll(job.mode, sources, form.mostBytes, *sink));  // Finish tells
     if (stop.stop_requested()) {
         return std::nullopt;
     }
-    return sink.Finish();
+    return sink->Finish();
 }
 
 }  // namespace velora::exact

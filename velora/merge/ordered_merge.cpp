@@ -103,7 +103,7 @@ struct OrderedMerge::State {
     bool isComplete = false;
 };
 
-OrderedMerge::OrderedMerge(std::vector<capture::ByteSource> sources, MergeOptions options)
+OrderedMerge::OrderedMerge(const std::vector<capture::ByteSource>& sources, MergeOptions options)
     : m_State(std::make_unique<State>(sources, std::move(options))) {}
 
 OrderedMerge::~OrderedMerge() = default;

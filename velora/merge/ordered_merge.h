@@ -70,7 +70,8 @@ class VELORA_API OrderedMerge {
     // equal times. Opens them, begins to read, and waits for the first block of each: by then it is
     // known which are captures, unless a stop came before. Throws std::system_error when the system
     // gives no thread, and std::bad_alloc.
-    explicit OrderedMerge(std::vector<capture::ByteSource> sources, MergeOptions options = {});
+    explicit OrderedMerge(const std::vector<capture::ByteSource>& sources,
+                          MergeOptions options = {});
     // Ends the reading, wherever it is.
     ~OrderedMerge();
     OrderedMerge(OrderedMerge&& other) noexcept;  // which can only be assigned to then
