@@ -205,19 +205,22 @@ codec::OutputOutcome OutputFile::Open() {
     return m_Failure;
 }
 
-void OutputFile::AskForSpace(std::size_t count) {
+// Gives 0 or an errno value, after which no more is asked for: the writes themselves tell what is
+// wrong, if anything is.
+int OutputFile::AskForSpace(std::size_t count) {
     const std::uint64_t end = m_Size + count;
     if (!m_CanAsk || m_Size < kLeastAsked || end <= m_Asked) {
-        return;
+        return 0;
     }
     const std::uint64_t from = std::max(m_Asked, m_Size);
     const std::uint64_t space = std::max<std::uint64_t>(std::min(m_Size, kMostAsked), end - from);
     if (fallocate(m_File.Get(), FALLOC_FL_KEEP_SIZE, static_cast<off_t>(from),
                   static_cast<off_t>(space)) == 0) {
         m_Asked = from + space;
-    } else {
-        m_CanAsk = false;  // the writes themselves tell what is wrong, if anything is
+        return 0;
     }
+    m_CanAsk = false;
+    return errno;
 }
 
 // Takes what was written off the front of `bytes`.
@@ -241,9 +244,10 @@ int OutputFile::WriteSome(std::span<const std::uint8_t>& bytes) {
 
 codec::OutputOutcome OutputFile::Write(std::span<const std::uint8_t> bytes) {
     const MiscUtils::ScopedWriteSignals noSignals;
-    AskForSpace(bytes.size());
+    noSignals.TakeFor(AskForSpace(bytes.size()));
     while (!bytes.empty() && m_Failure.IsGood()) {
         if (const int error = WriteSome(bytes); error != 0) {
+            noSignals.TakeFor(error);
             return Fail(error);
         }
     }
@@ -257,6 +261,7 @@ codec::OutputOutcome OutputFile::Finish() {
     if (m_Asked > m_Size) {
         const MiscUtils::ScopedWriteSignals noSignals;
         if (const int error = Truncate(m_File.Get(), m_Size); error != 0) {
+            noSignals.TakeFor(error);
             return Fail(error);
         }
     }

@@ -99,7 +99,7 @@ class VELORA_API OutputFile final : public codec::ByteSink {
     codec::OutputOutcome PrepareNew();
     bool OpenUnnamed();
     codec::OutputOutcome OpenTemporary();
-    void AskForSpace(std::size_t count);
+    int AskForSpace(std::size_t count);
     int WriteSome(std::span<const std::uint8_t>& bytes);
     int GiveName(const std::string& name);
     int Replace();

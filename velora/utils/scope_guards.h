@@ -134,31 +134,47 @@ class ScopedSignalBlock {
 class ScopedWriteSignals {
  public:
     ScopedWriteSignals() noexcept {
-        sigset_t pending;
-        sigpending(&pending);
-        sigemptyset(&m_Taken);
-        for (const int number : {SIGPIPE, SIGXFSZ}) {
-            if (sigismember(&pending, number) == 0) {
-                sigaddset(&m_Taken, number);
-            }
+        sigset_t both;
+        sigemptyset(&both);
+        sigaddset(&both, SIGPIPE);
+        sigaddset(&both, SIGXFSZ);
+        pthread_sigmask(SIG_BLOCK, &both, &m_Previous);
+        sigemptyset(&m_Pending);
+        if (IsBlocked(SIGPIPE) || IsBlocked(SIGXFSZ)) {  // else neither can be pending
+            sigpending(&m_Pending);
         }
-        pthread_sigmask(SIG_BLOCK, &m_Taken, &m_Previous);
     }
     ~ScopedWriteSignals() {
-        const ScopedErrno keepErrno;
-        const timespec noTime{};
-        while (sigtimedwait(&m_Taken, nullptr, &noTime) >= 0 || errno == EINTR) {
+        if (!IsBlocked(SIGPIPE) || !IsBlocked(SIGXFSZ)) {
+            pthread_sigmask(SIG_SETMASK, &m_Previous, nullptr);
         }
-        pthread_sigmask(SIG_SETMASK, &m_Previous, nullptr);
     }
     ScopedWriteSignals(const ScopedWriteSignals&) = delete;
     ScopedWriteSignals(ScopedWriteSignals&&) = delete;
     ScopedWriteSignals& operator=(const ScopedWriteSignals&) = delete;
     ScopedWriteSignals& operator=(ScopedWriteSignals&&) = delete;
 
+    // A call has failed with that errno value: the signal that came with it is no longer pending,
+    // unless it was before.
+    void TakeFor(int error) const noexcept {
+        const int number = error == EPIPE ? SIGPIPE : error == EFBIG ? SIGXFSZ : 0;
+        if (number == 0 || sigismember(&m_Pending, number) == 1) {
+            return;
+        }
+        const ScopedErrno keepErrno;
+        sigset_t taken;
+        sigemptyset(&taken);
+        sigaddset(&taken, number);
+        const timespec noTime{};
+        while (sigtimedwait(&taken, nullptr, &noTime) < 0 && errno == EINTR) {
+        }
+    }
+
  private:
-    sigset_t m_Taken{};  // those of both that were not pending: a pending one is blocked already
-    sigset_t m_Previous{};
+    [[nodiscard]] bool IsBlocked(int number) const { return sigismember(&m_Previous, number) == 1; }
+
+    sigset_t m_Previous{};  // the mask before
+    sigset_t m_Pending{};   // before
 };
 
 // Sets the umask and puts the previous one back. The umask is one per process: a file that another
