@@ -12,17 +12,17 @@ struct ShimRecord {
     const std::uint8_t* data;  // until the next call
 };
 
-extern "C" {
+extern "C" {  // no exception gets out: without memory the program ends
 
 // A reader for the capture at `path`, to be closed in any case.
-CaptureReader* shim_open(const char* path) {
+CaptureReader* shim_open(const char* path) noexcept {
     auto reader = std::make_unique<CaptureReader>();
     static_cast<void>(reader->Open(path));  // shim_problem tells
     return reader.release();
 }
 
 // Whether there is a next record.
-bool shim_next(CaptureReader* reader, ShimRecord* to) {
+bool shim_next(CaptureReader* reader, ShimRecord* to) noexcept {
     const velora::capture::Record* const record = reader->Next();
     if (record != nullptr) {
         *to = {record->time, record->capturedLength, record->originalLength,
@@ -32,11 +32,11 @@ bool shim_next(CaptureReader* reader, ShimRecord* to) {
 }
 
 // What is wrong, once there is no next record, or null.
-const char* shim_problem(const CaptureReader* reader) {
+const char* shim_problem(const CaptureReader* reader) noexcept {
     return reader->GetProblem() ? reader->GetProblem()->text.c_str() : nullptr;
 }
 
-void shim_close(CaptureReader* reader) {
+void shim_close(CaptureReader* reader) noexcept {
     std::unique_ptr<CaptureReader>{reader}.reset();
 }
 }

@@ -16,7 +16,7 @@ velora_example(read_capture LIBRARIES velora_capture ARGUMENTS
 velora_example(rewrite_addresses LIBRARIES velora_output velora_packet ARGUMENTS
   samples/time.pcapng anonymous.pcapng)
 velora_example(run_programs LIBRARIES velora_procutils)
-velora_example(split_by_hour LIBRARIES velora_capture velora_output ARGUMENTS
+velora_example(split_by_hour LIBRARIES velora_merge velora_output ARGUMENTS
   samples/web.pcap samples/dns.pcapng samples/cooked.pcap)
 velora_example(stop_programs LIBRARIES velora_sysutils velora_procutils)
 velora_example(system LIBRARIES velora_sysutils)

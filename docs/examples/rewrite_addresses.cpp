@@ -1,4 +1,5 @@
-// Makes a capture anonymous: each address becomes another one, and the checksums follow.
+// Gives each address in a capture another one, and the checksums follow. Records without an IP
+// header are left out; what packets tell of addresses in other places (ICMP errors, DNS) stays.
 #include <array>
 #include <cstdint>
 #include <iostream>
@@ -32,19 +33,31 @@ IpAddress Alias(std::map<IpAddress, IpAddress>& aliases, const IpAddress& addres
 
 int main(int argc, char** argv) {
     velora::capture::CaptureReader reader;
-    if (argc != 3 || reader.Open(argv[1])) {
+    if (argc != 3) {
+        return 2;
+    }
+    if (const auto problem = reader.Open(argv[1])) {
+        std::cerr << argv[1] << ": " << problem->text << "\n";
         return 1;
     }
     velora::output::CaptureWriter writer(argv[2]);
     std::map<IpAddress, IpAddress> aliases;
+    std::uint64_t leftOut = 0;
     for (const velora::capture::Record& record : reader) {
         std::vector<std::uint8_t> bytes(record.Bytes().begin(), record.Bytes().end());
-        if (const auto rewrite = AddressRewrite::Plan(record)) {
-            const IpAddress source = Alias(aliases, rewrite->Source());
-            const IpAddress destination = Alias(aliases, rewrite->Destination());
-            static_cast<void>(rewrite->Apply(source, destination, bytes));
+        const auto rewrite = AddressRewrite::Plan(record);
+        if (!rewrite) {
+            leftOut += 1;
+            continue;
         }
-        writer.Write(record.WithBytes(bytes));
+        const IpAddress source = Alias(aliases, rewrite->Source());
+        const IpAddress destination = Alias(aliases, rewrite->Destination());
+        if (rewrite->Apply(source, destination, bytes)) {  // aliases are of the same version
+            writer.Write(record.WithBytes(bytes));
+        }
+    }
+    for (const velora::capture::DescribedInterfaces& described : reader.Interfaces()) {
+        writer.Describe(described);  // those without a record
     }
     const auto outcome = writer.Finish();
     if (!outcome.IsGood() || reader.GetProblem()) {
@@ -54,5 +67,5 @@ int main(int argc, char** argv) {
     for (const auto& [address, alias] : aliases) {
         std::cout << address.Text() << " is " << alias.Text() << "\n";
     }
-    std::cout << writer.Counts().records << " records\n";
+    std::cout << writer.Counts().records << " records, " << leftOut << " left out\n";
 }

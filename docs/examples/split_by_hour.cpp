@@ -1,17 +1,16 @@
 // Splits captures into pieces of an hour each by the time of their packets, such as
 // 2026-11-21T04Z.pcapng.zst, each of which appears whole or not at all.
+#include <algorithm>
 #include <chrono>
-#include <cstdint>
 #include <ctime>
 #include <iostream>
-#include <map>
+#include <optional>
 #include <string>
 
-#include <velora/capture/capture_reader.h>
+#include <velora/merge/ordered_merge.h>
 #include <velora/output/capture_writer.h>
 
-using velora::capture::CaptureReader, velora::capture::Record;
-using velora::output::CaptureWriter, velora::output::WriterOptions;
+using namespace velora;
 using Hour = std::chrono::sys_time<std::chrono::hours>;
 
 std::string NameOf(Hour hour) {
@@ -23,33 +22,36 @@ std::string NameOf(Hour hour) {
     return name;
 }
 
+// Lets the piece appear; whether all went well.
+bool Finish(Hour hour, output::CaptureWriter& piece) {
+    const auto outcome = piece.Finish();
+    std::cout << NameOf(hour) << ": "
+              << (outcome.IsGood() ? std::to_string(piece.Counts().records) + " records"
+                                   : outcome.text)
+              << "\n";
+    return outcome.IsGood();
+}
+
 int main(int argc, char** argv) {
-    const WriterOptions options{.compression = velora::codec::Compression::kZstd};
-    std::map<Hour, CaptureWriter> pieces;  // all open to the end: captures overlap
-    int status = 0;
-    for (int input = 1; input < argc; ++input) {
-        CaptureReader reader;
-        static_cast<void>(reader.Open(argv[input]));  // GetProblem tells why not
-        for (const Record& record : reader) {
-            const std::chrono::sys_time time{std::chrono::nanoseconds(record.time)};
-            const Hour hour = floor<std::chrono::hours>(time);
-            auto piece = pieces.find(hour);
-            if (piece == pieces.end()) {
-                piece = pieces.try_emplace(hour, NameOf(hour), options).first;
-            }
-            // Interfaces of several captures are kept apart by a number for each.
-            piece->second.Write(record, static_cast<std::uint32_t>(input));
+    // In the order of time, so that one piece is open at once.
+    merge::OrderedMerge records({argv + 1, argv + argc});
+    std::optional<output::CaptureWriter> piece;
+    Hour current{};
+    bool isGood = true;
+    for (const capture::Record& record : records) {
+        const Hour hour = std::chrono::floor<std::chrono::hours>(
+            std::chrono::sys_time(std::chrono::nanoseconds(record.time)));
+        if (!piece || hour > current) {  // one that comes too late stays in the piece at hand
+            isGood = (!piece || Finish(current, *piece)) && isGood;
+            piece.emplace(NameOf(hour),
+                          output::WriterOptions{.compression = codec::Compression::kZstd});
+            current = hour;
         }
-        if (reader.GetProblem()) {
-            std::cout << argv[input] << ": " << reader.GetProblem()->text << "\n";
-            status = 1;
-        }
+        piece->Write(record, records.Source());  // interfaces of each capture are kept apart
     }
-    for (auto& [hour, writer] : pieces) {
-        const auto outcome = writer.Finish();
-        const std::string records = std::to_string(writer.Counts().records) + " records";
-        std::cout << NameOf(hour) << ": " << (outcome.IsGood() ? records : outcome.text) << "\n";
-        status = outcome.IsGood() ? status : 1;
+    isGood = (!piece || Finish(current, *piece)) && isGood;
+    for (const merge::SourceProblem& one : records.Problems()) {
+        std::cout << argv[1 + one.source] << ": " << one.problem.text << "\n";
     }
-    return status;
+    return isGood && records.IsComplete() ? 0 : 1;
 }

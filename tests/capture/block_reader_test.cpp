@@ -166,7 +166,7 @@ TEST(BlockReaderTest, NotesWhatHasNoPlaceInARecord) {
     EXPECT_EQ(extrasOf(PcapNgBuilder().Block(4, "")), Extras{.nameBlocks = 1});
     EXPECT_EQ(extrasOf(PcapNgBuilder().Block(10, "").Block(10, "")), Extras{.secretBlocks = 2});
     EXPECT_EQ(extrasOf(PcapNgBuilder().Block(5, "12345678")), Extras{.otherBlocks = 1});
-    EXPECT_EQ(extrasOf(section(any.Option(2, "box") + comment)), Extras{.comments = 1});
+    EXPECT_EQ(extrasOf(section(any.Option(2, "box") + comment)), (Extras{.comments = 1, .otherOptions = 1}));
     EXPECT_EQ(extrasOf(section("").Interface(1, 0, comment)), Extras{.comments = 1});
     EXPECT_EQ(extrasOf(packet(comment + comment)), Extras{.comments = 2});
     EXPECT_EQ(extrasOf(packet(kEndOfOptions + comment)), Extras{});

@@ -8,8 +8,10 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include "tests/codec/string_sink.h"
 #include "tests/support/capture_builder.h"
 #include "tests/support/temp_dir.h"
+#include "velora/codec/compressed_sink.h"
 
 namespace velora::capture {
 namespace {
@@ -109,26 +111,43 @@ TEST(CaptureReaderTest, SaysWhyNothingIsOpen) {
     }
 }
 
+// What a program sends that hands on the header, and each of three records, as soon as it has them.
+std::vector<std::string> Sent(const std::string& header, const std::string& record, codec::Compression compression) {
+    codec::StringSink sink;
+    const auto compressed = codec::MakeCompressedSink(compression, sink, 1);
+    codec::ByteSink& to = compressed ? *compressed : sink;
+    std::vector<std::string> pieces;
+    for (const std::string& piece : {header, record, record, record}) {
+        EXPECT_TRUE(to.Write(codec::BytesOf(piece)).IsGood() && to.Flush().IsGood());
+        pieces.push_back(std::exchange(sink.content, {}));
+    }
+    return pieces;
+}
+
 TEST(CaptureReaderTest, GivesEachRecordAsItArrivesWhenAskedTo) {
+    const std::string classic = CaptureBuilder().Bytes(), pcapNg = PcapNgBuilder().Bytes();
     const std::pair<std::string, std::string> captures[] = {
-        {CaptureBuilder().Bytes(), CaptureBuilder().Record(1, 0, "abc").Bytes().substr(24)},
-        {PcapNgBuilder().Bytes(),
-         PcapNgBuilder().Packet(1000000, "abc").Bytes().substr(PcapNgBuilder().Bytes().size())},
+        {classic, CaptureBuilder().Record(1, 0, "abc").Bytes().substr(classic.size())},
+        {pcapNg, PcapNgBuilder().Packet(1000000, "abc").Bytes().substr(pcapNg.size())},
     };
-    for (const auto& [header, record] : captures) {
-        Pipe pipe;  // whose writer stays: a reader that asked for more than there is would wait for ever
-        pipe.Send(header);
-        CaptureReader reader;
-        ASSERT_FALSE(reader.Open(ByteSource::Descriptor(pipe.ends[0]), {.givesAtOnce = true}));
-        EXPECT_EQ(reader.Traits().linkType, 1U);
-        for (int count = 0; count < 3; ++count) {
-            pipe.Send(record);
-            const Record* const given = reader.Next();
-            ASSERT_TRUE(given != nullptr && given->capturedLength == 3);
+    for (const auto compression : {codec::Compression::kNone, codec::Compression::kGzip, codec::Compression::kZstd}) {
+        for (const auto& [header, record] : captures) {
+            SCOPED_TRACE(NameOf(compression));
+            const std::vector<std::string> pieces = Sent(header, record, compression);
+            Pipe pipe;  // whose writer stays: a reader that asked for more than there is would wait for ever
+            pipe.Send(pieces[0]);
+            CaptureReader reader;
+            ASSERT_FALSE(reader.Open(ByteSource::Descriptor(pipe.ends[0]), {.givesAtOnce = true}));
+            EXPECT_EQ(reader.Traits().linkType, 1U);
+            for (std::size_t count = 1; count <= 3; ++count) {
+                pipe.Send(pieces[count]);
+                const Record* const given = reader.Next();
+                ASSERT_TRUE(given != nullptr && given->capturedLength == 3);
+            }
+            pipe.Send(record.substr(1));
+            pipe.CloseWriter();
+            EXPECT_EQ(Rest(reader).substr(0, 15), "3 records read,");
         }
-        pipe.Send(record.substr(1));
-        pipe.CloseWriter();
-        EXPECT_EQ(Rest(reader).substr(0, 15), "3 records read,");
     }
 }
 

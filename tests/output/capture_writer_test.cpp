@@ -147,6 +147,24 @@ TEST(CaptureWriterTest, DescribesAnInterfaceOnceForAllThatSayTheSame) {
     }
 }
 
+TEST(CaptureWriterTest, DescribesInterfacesWithoutRecordsToo) {
+    const Interface used{.linkType = 1, .name = "used"}, silent{.linkType = 101, .fcsLength = 32, .name = "silent"};
+    codec::StringSink sink;
+    CaptureWriter writer(sink);
+    EXPECT_TRUE(writer.Write(MakeRecord(&used, 0, 1)));
+    EXPECT_TRUE(writer.Describe({used}) && writer.Describe({silent, 2}) && writer.Finish().IsGood());
+    capture::CaptureReader reader;
+    EXPECT_FALSE(reader.Open(capture::ByteSource::Memory(sink.content)));
+    EXPECT_NE(reader.Next(), nullptr);
+    std::string seen;
+    for (const capture::DescribedInterfaces& one : reader.Interfaces()) {
+        seen += std::string(one.first.name) + " x " + std::to_string(one.count) + ", ";
+    }
+    EXPECT_EQ(seen, "used x 1, silent x 2, ");
+    EXPECT_FALSE(writer.Write(MakeRecord(&used, 0, 1)));
+    EXPECT_EQ(writer.Outcome().text, "more came when the capture was finished");
+}
+
 // More than a section holds, so that there is a second one, which describes the first ones anew.
 TEST(CaptureWriterTest, TakesAnyNumberOfInterfaces) {
     codec::StringSink sink;

@@ -45,8 +45,9 @@ std::string NoCapture(std::span<const std::uint8_t> bytes, codec::Compression co
 }  // namespace
 
 BlockReader::BlockReader(const Options& options)
-    : m_Options(options), m_Stream(RawCapacity(options.blockSize)) {
-    m_Options.blockSize = std::min(m_Options.blockSize, Options::kMostBlockSize);
+    : m_Options(options), m_Stream(RawCapacity(options.blockSize), options.givesAtOnce) {
+    m_Options.blockSize =
+        std::clamp(m_Options.blockSize, Options::kLeastBlockSize, Options::kMostBlockSize);
 }
 
 BlockReader::~BlockReader() = default;

@@ -30,10 +30,11 @@ class VELORA_API BlockReader {
  public:
     // How to read; the same for all inputs of a run.
     struct Options {
-        // More counts as this: places in a block are numbers of 32 bits.
+        // Less counts as this, and more as that: places in a block are numbers of 32 bits.
+        static constexpr std::size_t kLeastBlockSize = 64;
         static constexpr std::size_t kMostBlockSize = std::size_t{1} << 30U;
 
-        std::size_t blockSize = std::size_t{1} << 20U;  // bytes; 64 to kMostBlockSize
+        std::size_t blockSize = std::size_t{1} << 20U;  // bytes
         // Takes the records of a block by time where they do not stand so.
         bool ordersBlocks = false;
         // Records of other link types than the first are not left out.

@@ -39,7 +39,8 @@ class VELORA_API ByteSource {
     ByteSource(std::string path) : m_What(std::move(path)) {}    // NOLINT: a path is what is meant
     ByteSource(const char* path) : m_What(std::string(path)) {}  // NOLINT: so is this
     // An open descriptor of a file, pipe, device or stream socket. It is duplicated when the
-    // capture is opened, and stays the caller's, who may close it then.
+    // capture is opened, and stays the caller's, who may close it then. It is read from where it
+    // stands, and both move on: whoever else reads from it takes bytes away.
     [[nodiscard]] static ByteSource Descriptor(int fd) { return ByteSource(What(fd)); }
     [[nodiscard]] static ByteSource StandardInput() { return Descriptor(0); }
     // Bytes that stay where they are, and as they are, until the capture is read.

@@ -42,10 +42,11 @@
 namespace velora::capture {
 
 struct ReadOptions {
-    // Gives each record as soon as its last byte has come, for a pipe or socket that fills slowly.
-    // Else a block is filled first, which costs less.
+    // Gives each record as soon as its last byte has come, for a pipe or socket that fills slowly;
+    // of a compressed capture, as soon as its decoder gives it (a writer can flush it, as
+    // CaptureWriter does). Else a block is filled first, which costs less.
     bool givesAtOnce = false;
-    std::size_t blockSize = std::size_t{128} << 10U;  // bytes; at least 64, at most 2^30
+    std::size_t blockSize = std::size_t{128} << 10U;  // bytes; 64 to 2^30 count
 };
 
 class VELORA_API CaptureReader {
@@ -81,11 +82,14 @@ class VELORA_API CaptureReader {
     [[nodiscard]] const CaptureTraits& Traits() const;
 
     // The interfaces that were described so far, with their names and frame check sequences,
-    // records or not; a classic capture has one. Of a pcap-ng capture one that several sections
-    // describe stands there once, as a rule; beyond 65536, or 1 MiB of names, no further one does.
+    // records or not; a classic capture has one. `first.number` is what record.interface->number
+    // says of its records; those of the next of `count` equal ones say one more, and so on. Of a
+    // pcap-ng capture one that several sections describe stands there once, as a rule; beyond
+    // 65536, or 1 MiB of names, no further one does.
     [[nodiscard]] std::span<const DescribedInterfaces> Interfaces() const;
 
-    // What was met so far and is not given out: comments, names, secrets, other blocks.
+    // What was met so far and is not given out: comments, names, secrets, other options
+    // and blocks.
     [[nodiscard]] const Extras& NotGiven() const;
 
     // Once there is no further record: what is wrong with the capture, or nothing; also why it was

@@ -176,7 +176,7 @@ std::string PcapNgFramer::ReadSectionHeader(const BlockAt& at, RecordBlock& bloc
     if (version != kVersionMajor) {
         return "a section of version " + std::to_string(version) + ", which is not known";
     }
-    block.extras.comments += CountComments(OptionsOf(at, kSectionHeaderSize - kTrailer));
+    CountOptions(OptionsOf(at, kSectionHeaderSize - kTrailer), block.extras);
     m_Interfaces.BeginSection();
     m_Traits.format = Format::kPcapNg;
     m_IsCapture = true;
@@ -199,10 +199,12 @@ std::string PcapNgFramer::ReadInterface(const BlockAt& at, RecordBlock& block) {
         } else if (option->code == kFcsLength && option->value.size() == 1) {
             const std::uint8_t length = option->value.front();
             description.fcsLength = length < 8 ? static_cast<std::uint8_t>(8 * length) : length;
-        } else if (option->code == kInterfaceName && m_KeepsNames) {
-            name = {reinterpret_cast<const char*>(option->value.data()), option->value.size()};
-        } else if (option->code == kComment) {
-            block.extras.comments += 1;
+        } else if (option->code == kInterfaceName) {
+            if (m_KeepsNames) {
+                name = {reinterpret_cast<const char*>(option->value.data()), option->value.size()};
+            }
+        } else {
+            (option->code == kComment ? block.extras.comments : block.extras.otherOptions) += 1;
         }
     }
     description.linkType = static_cast<std::uint16_t>(
@@ -254,7 +256,7 @@ std::string PcapNgFramer::ReadPacket(const BlockAt& at, RecordBlock& block, cons
     const std::int64_t time = m_Interfaces.TimeOf(from, ticks);
     const auto captured = Get<std::uint32_t>(at.start + 20);
     const auto original = Get<std::uint32_t>(at.start + 24);
-    block.extras.comments += CountComments(OptionsOf(at, kPacketDataOffset + Padded(captured)));
+    CountOptions(OptionsOf(at, kPacketDataOffset + Padded(captured)), block.extras);
     CountRecord(block, bytes, at.position + at.length, time);
     if (Admit(block, from.linkType)) {
         block.AddPacketBlock(at.position, time, captured, original,
@@ -304,12 +306,10 @@ std::optional<PcapNgFramer::Option> PcapNgFramer::TakeOption(
     return option;
 }
 
-std::uint64_t PcapNgFramer::CountComments(std::span<const std::uint8_t> options) const {
-    std::uint64_t comments = 0;
+void PcapNgFramer::CountOptions(std::span<const std::uint8_t> options, Extras& extras) const {
     while (const std::optional<Option> option = TakeOption(options)) {
-        comments += option->code == kComment ? 1U : 0U;
+        (option->code == kComment ? extras.comments : extras.otherOptions) += 1;
     }
-    return comments;
 }
 
 const char* PcapNgFramer::InsideWhat() const {

@@ -65,7 +65,7 @@ class PcapNgFramer final : public Framer {
                                                                  std::size_t start);
     // Takes the first of them; none at their end, or where one is longer than what is left.
     [[nodiscard]] std::optional<Option> TakeOption(std::span<const std::uint8_t>& options) const;
-    [[nodiscard]] std::uint64_t CountComments(std::span<const std::uint8_t> options) const;
+    void CountOptions(std::span<const std::uint8_t> options, Extras& extras) const;
 
     void NoteTraits(const Interface& described);
     // Whether the record counts for the output, else it is left out.

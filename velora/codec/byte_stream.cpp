@@ -34,7 +34,8 @@ std::unique_ptr<Decoder> MakeDecoder(Compression compression) {
 
 }  // namespace
 
-ByteStream::ByteStream(std::size_t rawCapacity) : m_RawCapacity(std::max(rawCapacity, kFirstRaw)) {}
+ByteStream::ByteStream(std::size_t rawCapacity, bool givesAtOnce)
+    : m_RawCapacity(std::max(rawCapacity, kFirstRaw)), m_GivesAtOnce(givesAtOnce) {}
 ByteStream::~ByteStream() = default;
 ByteStream::ByteStream(ByteStream&&) noexcept = default;
 ByteStream& ByteStream::operator=(ByteStream&&) noexcept = default;
@@ -126,7 +127,7 @@ bool ByteStream::GoOnPlain(std::span<std::uint8_t> out, std::size_t& given) {
 
 bool ByteStream::GoOnInMember(std::span<std::uint8_t> out, std::size_t& given) {
     if (m_LeftOfPiece == 0 && !m_MayHold) {
-        if (Held().empty() || (Held().size() < kPiece && !m_HasEnded)) {
+        if (Held().empty() || (Held().size() < kPiece && !m_HasEnded && !m_GivesAtOnce)) {
             return false;
         }
         m_LeftOfPiece = std::min(Held().size(), kPiece);

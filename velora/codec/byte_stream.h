@@ -58,7 +58,9 @@ class VELORA_API ByteStream {
     using Fault = StreamFault;
 
     // `rawCapacity` bytes, at least 4096, are held of a compressed file, and to begin with of any.
-    explicit ByteStream(std::size_t rawCapacity);
+    // With `givesAtOnce` all is decoded that has arrived, so that what comes out of a damaged
+    // member in front of the damage may depend on how it arrives; else it does not.
+    explicit ByteStream(std::size_t rawCapacity, bool givesAtOnce = false);
     ~ByteStream();
     ByteStream(ByteStream&&) noexcept;
     ByteStream& operator=(ByteStream&&) noexcept;
@@ -121,6 +123,7 @@ class VELORA_API ByteStream {
     }
 
     std::size_t m_RawCapacity;
+    bool m_GivesAtOnce;
     std::vector<std::uint8_t> m_Raw;
     std::size_t m_HeldBegin = 0;  // in m_Raw: what arrived and was not used
     std::size_t m_HeldEnd = 0;

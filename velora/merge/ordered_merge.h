@@ -18,6 +18,10 @@
 // compressions may differ from source to source: record.interface tells what a record is from. No
 // failure of one source ends the others.
 //
+// A record is given when it is known that no source has an earlier one: so each source is read by
+// whole blocks, and one that gives nothing holds the others. What was read and not given when a
+// stop comes is not given. Each file, pipe or socket takes a descriptor until it is read.
+//
 // Every source is read ahead in threads of the object's own. Pipes, sockets and devices are waited
 // for together, without a thread each. A function that waits for its bytes holds one of as many
 // threads as there are processors, or the one that takes the records, and a stop, or the end of the

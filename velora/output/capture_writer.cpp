@@ -100,6 +100,23 @@ class CaptureWriter::State {
         return isWritten;
     }
 
+    bool Describe(const capture::DescribedInterfaces& described, std::uint32_t source) noexcept {
+        Guarded([&] {
+            if (!IsOpen() || !m_Form.IsPcapNg() || (!m_Chain && !Begin(m_Default, 0))) {
+                return;
+            }
+            capture::Interface interface = described.first;
+            for (std::uint32_t left = described.count; left > 0; --left, ++interface.ordinal) {
+                const capture::DescribedInterfaces own{
+                    m_Interfaces.Of(source, interface, SnapLenFor(interface, 0))};
+                if (!m_Sink->Put(CarriedBlock{.source = 0, .interfaces = {&own, 1}})) {
+                    return End(m_Chain->Writer().Outcome());
+                }
+            }
+        });
+        return !m_IsOver;
+    }
+
     bool Flush() noexcept {
         Guarded([&] {
             if (m_Chain && !m_Chain->Writer().Flush()) {
@@ -153,6 +170,14 @@ class CaptureWriter::State {
         } catch (const std::bad_alloc&) {
             End(OutOfMemory());
         }
+    }
+
+    // What comes behind a good end would be lost.
+    bool IsOpen() {
+        if (m_IsOver && m_Outcome.IsGood()) [[unlikely]] {
+            End(Cannot("more came when the capture was finished"));
+        }
+        return !m_IsOver;
     }
 
     // Nothing is written from then on. A file that has not appeared is gone.
@@ -214,7 +239,7 @@ class CaptureWriter::State {
         if (isCut) {
             kept = kept.first(m_Form.mostBytes);
         }
-        if (m_IsOver) {
+        if (!IsOpen()) {
             return false;
         }
         if (kept.size() > kMostBytes) {
@@ -322,6 +347,11 @@ CaptureWriter& CaptureWriter::operator=(CaptureWriter&& other) noexcept = defaul
 
 bool CaptureWriter::Write(const capture::Record& record, std::uint32_t source) noexcept {
     return m_State && m_State->Write(record, source);
+}
+
+bool CaptureWriter::Describe(const capture::DescribedInterfaces& described,
+                             std::uint32_t source) noexcept {
+    return m_State && m_State->Describe(described, source);
 }
 
 bool CaptureWriter::Flush() noexcept {

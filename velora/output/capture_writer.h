@@ -27,6 +27,7 @@
 
 #include "velora/capture/capture_traits.h"
 #include "velora/capture/record.h"
+#include "velora/capture/record_block.h"
 #include "velora/codec/byte_sink.h"
 #include "velora/codec/compression.h"
 #include "velora/utils/api.h"
@@ -97,6 +98,11 @@ class VELORA_API CaptureWriter {
     // record than it declares (262144 bytes, or more that the first one or its interface has).
     bool Write(const capture::Record& record, std::uint32_t source = 0) noexcept;
 
+    // Describes interfaces that no record may come from, as CaptureReader::Interfaces lists them,
+    // so that the output has them too. Those that are described already are not described again; a
+    // pcap file has no place for them. False as Write.
+    bool Describe(const capture::DescribedInterfaces& described, std::uint32_t source = 0) noexcept;
+
     // Hands on all that was written, for somebody who reads a pipe or a sink as it grows;
     // compressed to a border up to which it can be decompressed, which costs some bytes. With
     // `threads` it is under way then. False as Write.
@@ -110,7 +116,8 @@ class VELORA_API CaptureWriter {
     [[nodiscard]] WriterCounts Counts() const noexcept;
 
     // Has everything written, lets the file appear, and tells how it went: the first failure, if
-    // there was one. A capture without records is one too. Writes after it fail.
+    // there was one. A capture without records is one too. A Write that comes
+    // later is a failure, which Outcome tells.
     [[nodiscard]] codec::OutputOutcome Finish() noexcept;
 
  private:
