@@ -1,11 +1,25 @@
-// Prints the short records of many captures in the order of time, until there are enough.
+// Merges the short records of many captures into a sink of its own, until there are enough.
 #include <cstdint>
 #include <iostream>
+#include <span>
 #include <stop_token>
+#include <string>
 
 #include <velora/merge/ordered_merge.h>
+#include <velora/output/capture_writer.h>
 
 using namespace velora;
+
+// Where the merged capture goes, in pieces of any size.
+class CountingSink final : public codec::ByteSink {
+ public:
+    codec::OutputOutcome Write(std::span<const std::uint8_t> bytes) override {
+        size += bytes.size();
+        return {};
+    }
+    codec::OutputOutcome Finish() override { return {}; }
+    std::uint64_t size = 0;
+};
 
 int main(int argc, char** argv) {
     std::stop_source stop;  // any thread may ask for it, at any time
@@ -15,11 +29,14 @@ int main(int argc, char** argv) {
         return record.originalLength <= 100;
     };
     merge::OrderedMerge records({argv + 1, argv + argc}, options);
+    CountingSink sink;
+    output::CaptureWriter writer(sink);
 
     int count = 0;
     for (const capture::Record& record : records) {
         std::cout << record.time << ": " << record.originalLength << " bytes, link type "
                   << record.interface->linkType << ", " << argv[1 + records.Source()] << "\n";
+        writer.Write(record, records.Source());
         count += 1;
         if (count == 5) {
             stop.request_stop();
@@ -32,4 +49,6 @@ int main(int argc, char** argv) {
                   : records.IsStopped() ? "that is enough"
                                         : "something is missing")
               << "\n";
+    const auto outcome = writer.Finish();
+    std::cout << (outcome.IsGood() ? std::to_string(sink.size) + " bytes" : outcome.text) << "\n";
 }

@@ -8,7 +8,7 @@ velora_example(files LIBRARIES velora_sysutils)
 velora_example(interface_rates LIBRARIES velora_procutils)
 velora_example(logging LIBRARIES velora_logging velora_utils)
 velora_example(merge LIBRARIES velora_impex ARGUMENTS samples/web.pcap samples/icmp.pcap.gz)
-velora_example(merge_records LIBRARIES velora_merge ARGUMENTS
+velora_example(merge_records LIBRARIES velora_merge velora_output ARGUMENTS
   samples/files.pcap.zst samples/cooked.pcap samples/README.md samples/time.pcapng)
 velora_example(paths LIBRARIES velora_sysutils velora_procutils)
 velora_example(read_capture LIBRARIES velora_capture ARGUMENTS
