@@ -69,7 +69,12 @@ std::optional<Problem> CaptureReader::Open(const ByteSource& source, const ReadO
     }
     reading->file = std::move(std::get<InputFile>(opened));
     m_Reading = std::move(reading);
-    Fill();
+    try {
+        Fill();
+    } catch (...) {
+        *this = CaptureReader();
+        throw;
+    }
     return m_Reading->reader.IsCapture() ? std::nullopt : m_Reading->problem;
 }
 

@@ -85,7 +85,7 @@ class VELORA_API CaptureReader {
     // records or not; a classic capture has one. `first.number` is what record.interface->number
     // says of its records; those of the next of `count` equal ones say one more, and so on. Of a
     // pcap-ng capture one that several sections describe stands there once, as a rule; beyond
-    // 65536, or 1 MiB of names, no further one does.
+    // 65536, or 1 MiB of names, no further one does. The list is good until the next Next or Open.
     [[nodiscard]] std::span<const DescribedInterfaces> Interfaces() const;
 
     // What was met so far and is not given out: comments, names, secrets, other options
