@@ -2,6 +2,8 @@
 
 #include "velora/merge/ordered_merge.h"
 
+#include <csignal>
+#include <filesystem>
 #include <thread>
 
 #include <gtest/gtest.h>
@@ -39,19 +41,14 @@ struct Pipe {
     MiscUtils::UniqueFd reading, writing;
 };
 
-ByteSource PipeWith(const std::string& file, Pipe& pipe) {
-    EXPECT_EQ(write(pipe.writing.Get(), file.data(), file.size()), static_cast<ssize_t>(file.size()));
-    pipe.writing.Reset();
-    return ByteSource::Descriptor(pipe.reading.Get());
-}
+constexpr std::size_t kFileHeader = 24;
 
-// Of at least 4 MiB, so that its last record, the earliest, is out of place.
-std::string LongCapture() {
+CaptureBuilder LongCapture() {
     CaptureBuilder file = CaptureBuilder().Nanoseconds();
     for (int record = 0; record < 4500; ++record) {
         file.Record(5, 1000 + (record ^ 511), std::string(1000, static_cast<char>(record)));
     }
-    return file.Record(4, 0, "late").Bytes();
+    return file;  // of more than 4 MiB
 }
 
 std::vector<std::pair<std::uint32_t, capture::ProblemKind>> KindsOf(const OrderedMerge& merge) {
@@ -62,49 +59,11 @@ std::vector<std::pair<std::uint32_t, capture::ProblemKind>> KindsOf(const Ordere
     return kinds;
 }
 
-// Of files, as they were named, all records in order and each with the number of its source; of those it accepts.
-void ExpectAsTheModel(OrderedMerge merge, const std::vector<std::string>& files,
-                      const std::function<bool(const capture::OwnedRecord&)>& isWanted) {
-    std::vector<Records> expected, seen(files.size());
-    for (const std::string& file : files) {
-        expected.push_back(Mended(capture::ReadWhole(file).blocks).records);
-        std::erase_if(expected.back(), std::not_fn(isWanted));
-    }
-    CaptureBuilder inOrder = CaptureBuilder().Nanoseconds();
-    for (const capture::Record& record : merge) {
-        const std::string data(record.Bytes().begin(), record.Bytes().end());
-        seen[merge.Source()].push_back({record.time, record.originalLength, record.interface->number, data});
-        inOrder.Record(static_cast<std::int32_t>(record.time / 1'000'000'000),
-                       static_cast<std::int32_t>(record.time % 1'000'000'000), record.capturedLength,
-                       record.originalLength, data);
-        ASSERT_FALSE(merge.IsComplete());
-    }
-    EXPECT_EQ(merge.Next(), nullptr);
-    ASSERT_EQ(seen, expected);
-    ASSERT_TRUE(inOrder.Bytes() == NaiveFile(CaptureBuilder().Nanoseconds(), 1, expected, false));
-    const bool hasDisorder = files.back().size() > 1'000'000;
-    EXPECT_EQ(merge.IsComplete(), !hasDisorder);
-    EXPECT_EQ(KindsOf(merge).size(), hasDisorder ? 1U : 0U);
-}
-
 TEST(OrderedMergeTest, AgreesWithTheNaiveModelWhateverItReadsFrom) {
     const TempDir directory;
     for (unsigned seed = 1; seed <= 40; ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
-        std::vector<std::string> files = RandomInputs(seed).files;
-        if (seed % 8 == 1) {
-            files.push_back(LongCapture());
-        }
-        std::vector<Pipe> pipes(files.size());
-        std::vector<ByteSource> sources;
-        for (std::size_t number = 0; number < files.size(); ++number) {
-            const std::string& file = files[number];
-            const bool isLong = file.size() > 60000;
-            sources.push_back(number % 4 == 0             ? ByteSource::Memory(file)
-                              : number % 4 == 1 || isLong ? ByteSource(directory.Write(std::to_string(number), file))
-                              : number % 4 == 2           ? PipeWith(file, pipes[number])
-                                                          : SmallPieces(file));
-        }
+        const bool hasDisorder = seed % 8 == 1;
         MergeOptions options;
         if (seed % 2 == 0) {
             options.earliest = 5'000'001'005;
@@ -113,11 +72,43 @@ TEST(OrderedMergeTest, AgreesWithTheNaiveModelWhateverItReadsFrom) {
                 return record.originalLength % 2 == 0;
             };
         }
-        ASSERT_NO_FATAL_FAILURE(
-            ExpectAsTheModel(OrderedMerge(std::move(sources), options), files, [&](const capture::OwnedRecord& record) {
-                return seed % 2 != 0 || (record.time >= options.earliest && record.time <= options.latest &&
-                                         record.originalLength % 2 == 0);
-            }));
+        std::vector<std::string> files = RandomInputs(seed).files;
+        std::vector<Pipe> pipes(files.size());
+        std::vector<ByteSource> sources;
+        for (std::size_t number = 0; number < files.size(); ++number) {
+            const std::string& file = files[number];
+            EXPECT_EQ(write(pipes[number].writing.Get(), file.data(), file.size()), std::ssize(file));
+            pipes[number].writing.Reset();
+            const ByteSource kinds[] = {ByteSource::Memory(file), directory.Write(std::to_string(number), file),
+                                        ByteSource::Descriptor(pipes[number].reading.Get()), SmallPieces(file)};
+            sources.push_back(kinds[number % 4]);
+        }
+        if (hasDisorder) {
+            files.push_back(LongCapture().Record(4, 0, "out of place").Bytes());
+            sources.emplace_back(directory.Write("long", files.back()));
+        }
+        std::vector<Records> expected, seen(files.size());
+        for (const std::string& file : files) {
+            expected.push_back(Mended(capture::ReadWhole(file).blocks).records);
+            std::erase_if(expected.back(), [&](const capture::OwnedRecord& record) {
+                return options.accepts && (record.time < options.earliest || record.time > options.latest ||
+                                           record.originalLength % 2 != 0);
+            });
+        }
+        Records inOrder;
+        OrderedMerge merge(sources, options);
+        for (const capture::Record& record : merge) {
+            inOrder.push_back({record.time, record.originalLength, record.interface->number,
+                               std::string(record.Bytes().begin(), record.Bytes().end())});
+            seen[merge.Source()].push_back(inOrder.back());
+            ASSERT_FALSE(merge.IsComplete());
+        }
+        EXPECT_EQ(merge.Next(), nullptr);
+        ASSERT_EQ(seen, expected);
+        const CaptureBuilder header = CaptureBuilder().Nanoseconds();
+        ASSERT_TRUE(NaiveFile(header, 1, {inOrder}, false) == NaiveFile(header, 1, expected, false));
+        EXPECT_EQ(merge.IsComplete(), !hasDisorder);
+        EXPECT_EQ(KindsOf(merge).size(), hasDisorder ? 1U : 0U);
     }
 }
 
@@ -144,50 +135,74 @@ TEST(OrderedMergeTest, TellsWhatIsWrongByTheNumbersThatTheCallerKnows) {
     EXPECT_EQ(KindsOf(merge), (Kinds{{0, kCannotRead}, {1, kNoCapture}, {2, kDamage}}));
 }
 
-TEST(OrderedMergeTest, StopsWhileItHoldsRecords) {
-    const std::string file = LongCapture();
-    std::stop_source stop;
-    MergeOptions options;
-    options.stop = stop.get_token();
-    OrderedMerge merge({ByteSource::Memory(file), ByteSource::Memory(file)}, options);
-    ASSERT_NE(merge.Next(), nullptr);
-    EXPECT_FALSE(merge.IsStopped());
-    stop.request_stop();
-    EXPECT_EQ(merge.Next(), nullptr);
-    EXPECT_TRUE(merge.IsStopped());
-    EXPECT_FALSE(merge.IsComplete());
-    EXPECT_TRUE(merge.Problems().empty());
-
-    OrderedMerge late({ByteSource::Memory(file)}, options);  // to stop before anything
-    EXPECT_EQ(late.Next(), nullptr);
-    EXPECT_TRUE(late.IsStopped());
-    EXPECT_TRUE(late.Problems().empty());
+std::ptrdiff_t EntriesOf(const char* directory) {
+    return std::distance(std::filesystem::directory_iterator(directory), {});
 }
 
-// A pipe that gives so many bytes, and then neither more nor an end.
-TEST(OrderedMergeTest, StopsWhereAPipeIsSilent) {
-    const std::string file = LongCapture(), last = CaptureBuilder().Record(7, 0, "last").Bytes();
-    for (const std::size_t given : {std::size_t{0}, std::size_t{30}, file.size() - 5}) {
-        SCOPED_TRACE(given);
+// One source is a file of many blocks, the other a pipe that gives so many bytes, and then neither more nor an end.
+TEST(OrderedMergeTest, EndsWhereverItIsAndLeavesNoThreadOrDescriptor) {
+    constexpr std::size_t kAll = std::numeric_limits<std::size_t>::max();
+    const std::string file = LongCapture().Bytes();
+    const struct {
+        const char* about;
+        std::size_t given = kAll;  // by the pipe: again and again
+        std::size_t taken = kAll;  // of the records: till there are no more
+        bool isStopped = true;     // else it is dropped
+    } rows[] = {
+        {.about = "stopped before anything", .given = 0, .taken = 0},
+        {.about = "stopped on a silent pipe", .given = 0},
+        {.about = "stopped at half a record", .given = 30},
+        {.about = "stopped behind records", .given = file.size() - 5},
+        {.about = "stopped while it holds records", .taken = 1},
+        {.about = "stopped amid blocks", .taken = 3000},
+        {.about = "dropped at once", .taken = 0, .isStopped = false},
+        {.about = "dropped beside a silent pipe", .given = file.size() - 5, .taken = 9, .isStopped = false},
+        {.about = "dropped amid blocks", .taken = 5000, .isStopped = false},
+    };
+    const TempDir directory;
+    const std::string packed = directory.Write("packed", Gzip(file));
+    std::signal(SIGPIPE, SIG_IGN);
+    const auto threads = EntriesOf("/proc/self/task"), descriptors = EntriesOf("/proc/self/fd");
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.about);
         Pipe pipe;
         const std::jthread writer([&] {
-            for (std::size_t at = 0; at < given;) {
-                at += static_cast<std::size_t>(write(pipe.writing.Get(), file.data() + at, given - at));
+            std::size_t at = 0;
+            for (ssize_t size = 0; size >= 0 && at < row.given; at += static_cast<std::size_t>(size)) {
+                at = at == file.size() ? kFileHeader : at;
+                size = write(pipe.writing.Get(), file.data() + at, std::min(row.given, file.size()) - at);
             }
         });
         std::stop_source stop;
-        const std::jthread stopper([&] {
-            std::this_thread::sleep_for(std::chrono::milliseconds(100));
-            stop.request_stop();
-        });
         MergeOptions options;
         options.stop = stop.get_token();
-        OrderedMerge merge({ByteSource::Memory(last), ByteSource::Descriptor(pipe.reading.Get())}, options);
-        while (merge.Next() != nullptr) {
+        std::jthread stopper;
+        if (row.taken == kAll) {
+            stopper = std::jthread([&] {
+                std::this_thread::sleep_for(std::chrono::milliseconds(100));
+                stop.request_stop();
+            });
+        } else if (row.taken == 0 && row.isStopped) {
+            stop.request_stop();
         }
-        EXPECT_TRUE(merge.IsStopped());
+        OrderedMerge merge({packed, ByteSource::Descriptor(pipe.reading.Get())}, options);
+        pipe.reading.Reset();
+        std::size_t taken = 0;
+        while (taken < row.taken && merge.Next() != nullptr) {
+            ++taken;
+        }
+        EXPECT_TRUE(row.taken == kAll || taken == row.taken);
+        if (row.isStopped) {
+            EXPECT_EQ(merge.IsStopped(), row.taken == kAll);
+            stop.request_stop();
+            EXPECT_EQ(merge.Next(), nullptr);
+        }
+        EXPECT_EQ(merge.IsStopped(), row.isStopped);
+        EXPECT_FALSE(merge.IsComplete());
         EXPECT_TRUE(merge.Problems().empty());
     }
+    EXPECT_EQ(EntriesOf("/proc/self/task"), threads);
+    EXPECT_EQ(EntriesOf("/proc/self/fd"), descriptors);
 }
 
 }  // namespace
