@@ -1,5 +1,6 @@
 // What a run decides from what it has found: its status, and the form of its output.
 
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -41,61 +42,48 @@ CaptureTraits Source(std::uint32_t linkType, bool hasRecord = true) {
     return traits;
 }
 
-TEST(ChooseForm, FollowsFromAllSourcesTogether) {
+TEST(ChooseForm, FollowsFromAllSourcesTogetherAndNamesTheFirstWhoseRecordsHaveNoPlace) {
+    using enum capture::Format;
+    constexpr std::uint32_t kTooLarge = 0x10000;
     CaptureTraits fine = Source(1, false);
     fine.isFinerThanMicroseconds = true;
     fine.snapLen = 300000;
-    fine.fcsBits = 0x24000000;
+    fine.fcsBits = 0x24000000;  // which no record has
     const struct {
         const char* about;
         std::vector<CaptureTraits> in;
-        std::uint32_t asked = 0;  // the snaplen
-        capture::Format format = capture::Format::kClassicMicroseconds;
+        OutputFormat asked = OutputFormat::kFitting;
+        std::uint32_t askedSnapLen = 0;
+        capture::Format format = kClassicMicroseconds;
         std::uint32_t linkType = 1;
         std::uint32_t snapLen = 262144;
+        std::optional<std::size_t> misfit = {};
     } rows[] = {
         {.about = "no interface at all: Ethernet", .in = {CaptureTraits()}},
-        {.about = "the finest unit, the first record's link type, the largest snaplen",
+        {.about = "no record", .in = {fine}, .format = kClassicNanoseconds, .snapLen = 300000},
+        {.about = "the first record's link type",
          .in = {fine, Source(101)},
-         .format = capture::Format::kClassicNanoseconds,
+         .format = kClassicNanoseconds,
          .linkType = 101,
          .snapLen = 300000},
-        {.about = "no record: nothing to say of frame check sequences",
-         .in = {fine},
-         .format = capture::Format::kClassicNanoseconds,
-         .snapLen = 300000},
-        {.about = "short records were asked for", .in = {Source(1)}, .asked = 64, .snapLen = 64},
+        {.about = "short records were asked for", .in = {Source(1)}, .askedSnapLen = 64, .snapLen = 64},
+        {.about = "pcap holds one", .in = {Source(9, false), Source(1), Source(1), Source(101)}, .misfit = 3},
+        {.about = "pcap holds a larger one", .in = {Source(kTooLarge)}, .linkType = kTooLarge},
+        {.about = "pcap-ng",
+         .in = {Source(1), Source(kTooLarge - 1), Source(kTooLarge)},
+         .asked = OutputFormat::kPcapNg,
+         .format = kPcapNg,
+         .misfit = 2},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.about);
         ExactJob job;
-        job.snapLen = row.asked;
+        job.format = row.asked;
+        job.snapLen = row.askedSnapLen;
         const output::OutputForm form = ChooseForm(row.in, job);
-        EXPECT_EQ(form.format, row.format);
-        EXPECT_EQ(form.linkType, row.linkType);
-        EXPECT_EQ(form.fcsBits, 0U);
-        EXPECT_EQ(form.snapLen, row.snapLen);
-        EXPECT_EQ(form.mostBytes, row.asked > 0 ? row.asked : output::OutputForm().mostBytes);
-    }
-}
-
-TEST(FindMisfit, NamesTheFirstSourceWhoseRecordsHaveNoPlace) {
-    using enum OutputFormat;
-    constexpr std::uint32_t kTooLarge = 0x10000;
-    const struct {
-        const char* about;
-        std::vector<CaptureTraits> in;
-        OutputFormat format = kFitting;
-        std::optional<std::size_t> out = {};
-    } rows[] = {
-        {.about = "pcap holds one", .in = {Source(9, false), Source(1), Source(1), Source(101)}, .out = 3},
-        {.about = "pcap-ng", .in = {Source(1), Source(kTooLarge - 1), Source(kTooLarge)}, .format = kPcapNg, .out = 2},
-        {.about = "pcap holds a larger one", .in = {Source(kTooLarge)}},
-    };
-    for (const auto& row : rows) {
-        ExactJob job;
-        job.format = row.format;
-        EXPECT_EQ(FindMisfit(row.in, ChooseForm(row.in, job)), row.out) << row.about;
+        EXPECT_EQ(std::tuple(form.format, form.linkType, form.fcsBits, form.snapLen, FindMisfit(row.in, form)),
+                  std::tuple(row.format, row.linkType, 0U, row.snapLen, row.misfit))
+            << row.about;
+        EXPECT_EQ(form.mostBytes, job.snapLen > 0 ? job.snapLen : output::OutputForm().mostBytes) << row.about;
     }
 }
 

@@ -15,86 +15,76 @@
 namespace velora::exact {
 namespace {
 
-struct StoppingTest : testing::Test, RunListener {
-    StoppingTest() { std::signal(SIGPIPE, SIG_IGN); }
-    void OnInput(std::size_t /*input*/, const capture::Problem& problem) override { told += problem.text + "\n"; }
-    void OnOutput(const std::string& text) override { told += text + "\n"; }
-
-    // A FIFO that a thread writes so many bytes of a capture into, and then neither more nor an end.
-    std::string SilentAfter(std::size_t count) {
-        const std::string path = directory / "silent";
-        EXPECT_EQ(mkfifo(path.c_str(), 0600), 0);
-        writer = std::jthread([this, path, count] {
-            CaptureBuilder file;
-            for (std::size_t size = 0; size < count; size += 1000) {
-                file.Record(1, 0, std::string(984, 'r'));
-            }
-            std::ofstream fifo(path, std::ios::binary);
-            fifo << file.Bytes().substr(0, count) << std::flush;
-            isSilent = true;
-            isOver.wait(false);
-        });
-        return path;
-    }
-
-    Status Run(const std::string& input, const std::string& name) {
-        ExactJob job;
-        job.inputs = {{directory.Write("other", CaptureBuilder().Record(0, 0, "x").Bytes())}, {input}};
-        job.output = directory / name;
-        const RunReport report = exact::Run(job, *this, progress, nullptr, stop.get_token());
-        EXPECT_FALSE(report.IsWritten());
-        EXPECT_EQ(report.outputText + "\n", told);
-        isOver = true;
-        isOver.notify_all();
-        return report.status;
-    }
-
-    void StopWhen(std::function<bool()> isSo) {
-        stopper = std::jthread([this, isSo = std::move(isSo)] {
-            while (!isSo()) {
-                std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-            stop.request_stop();
-        });
-    }
-
-    TempDir directory;
-    std::string told;
-    output::RunProgress progress;
-    std::stop_source stop;
-    std::atomic<bool> isSilent = false, isOver = false;
-    std::jthread writer, stopper, reader;
+struct Heard final : RunListener {
+    void OnInput(std::size_t /*input*/, const capture::Problem& problem) override { text += problem.text; }
+    void OnOutput(const std::string& line) override { text += line; }
+    std::string text;
 };
 
-TEST_F(StoppingTest, LeavesNothingBeforeAnything) {
-    stop.request_stop();
-    EXPECT_EQ(Run(directory.Write("second", CaptureBuilder().Record(1, 0, "y").Bytes()), "out"), Status::kStopped);
-    EXPECT_EQ(told, "stopped: nothing was written\n");
-    EXPECT_FALSE(directory.Names().contains("out"));
-}
-
-TEST_F(StoppingTest, LeavesNothingWhereAPipeIsSilent) {
-    StopWhen([this] { return isSilent && progress.records > 0; });
-    EXPECT_EQ(Run(SilentAfter(4'500'000), "out"), Status::kStopped);
-    EXPECT_EQ(told, "stopped: nothing was written\n");
-    EXPECT_EQ(directory.Names(), (std::set<std::string>{"other", "silent"}));
-}
-
-TEST_F(StoppingTest, TellsThatAPipeHasAPart) {
-    const std::string path = directory / "out";
-    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
-    std::atomic<bool> hasBytes = false;
-    reader = std::jthread([&] {
-        std::ifstream fifo(path, std::ios::binary);
-        for (char byte = 0; fifo.get(byte);) {
-            hasBytes = true;
+// One input is a FIFO that is given more than a block, and then neither more nor an end.
+TEST(StoppingTest, LeavesNothingOrTellsThatAPipeHasAPart) {
+    std::signal(SIGPIPE, SIG_IGN);
+    CaptureBuilder file;
+    for (int record = 0; record < 4500; ++record) {
+        file.Record(1, 0, std::string(984, 'r'));
+    }
+    const struct {
+        const char* about;
+        bool isPipe = false;   // the output
+        bool hasBegun = true;  // else the stop comes first
+        const char* told = "stopped: nothing was written";
+    } rows[] = {
+        {.about = "before anything", .hasBegun = false},
+        {.about = "on a silent pipe"},
+        {.about = "behind a part", .isPipe = true, .told = "stopped: the output is not complete"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.about);
+        const TempDir directory;
+        ExactJob job;
+        job.inputs = {{directory.Write("other", CaptureBuilder().Record(0, 0, "x").Bytes())}, {directory / "silent"}};
+        job.output = directory / "out";
+        ASSERT_EQ(mkfifo(job.inputs[1].path.c_str(), 0600), 0);
+        ASSERT_EQ(row.isPipe ? mkfifo(job.output.c_str(), 0600) : 0, 0);
+        const auto names = directory.Names();
+        std::stop_source stop;
+        output::RunProgress progress;
+        std::atomic<bool> isReadFrom = !row.isPipe, isOver = false;
+        std::jthread stopper, writer, reader;
+        if (row.hasBegun) {
+            writer = std::jthread([&] {
+                std::ofstream fifo(job.inputs[1].path, std::ios::binary);
+                fifo << file.Bytes() << std::flush;
+                isOver.wait(false);
+            });
+            stopper = std::jthread([&] {
+                while (progress.records == 0 || !isReadFrom) {
+                    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                }
+                std::this_thread::sleep_for(std::chrono::milliseconds(20));
+                stop.request_stop();
+            });
+        } else {
+            stop.request_stop();
         }
-    });
-    StopWhen([&] { return hasBytes.load(); });
-    EXPECT_EQ(Run(SilentAfter(4'500'000), "out"), Status::kStopped);
-    EXPECT_EQ(told, "stopped: the output is not complete\n");
-    reader.join();  // it has met an end
+        if (row.isPipe) {
+            reader = std::jthread([&] {
+                std::ifstream fifo(job.output, std::ios::binary);
+                for (char byte = 0; fifo.get(byte);) {  // until it meets an end
+                    isReadFrom = true;
+                }
+            });
+        }
+        Heard heard;
+        const RunReport report = exact::Run(job, heard, progress, nullptr, stop.get_token());
+        isOver = true;
+        isOver.notify_all();
+        EXPECT_EQ(report.status, Status::kStopped);
+        EXPECT_FALSE(report.IsWritten());
+        EXPECT_EQ(report.outputText, row.told);
+        EXPECT_EQ(heard.text, row.told);
+        EXPECT_EQ(directory.Names(), names);
+    }
 }
 
 }  // namespace

@@ -1,10 +1,11 @@
 // Merge and squish on blocks so small that disorder reaches over them.
 
+#include <random>
+
 #include <gtest/gtest.h>
 
 #include "tests/codec/string_sink.h"
 #include "tests/merge/naive_order.h"
-#include "tests/merge/random_inputs.h"
 #include "velora/input/input_set.h"
 #include "velora/merge/file_order.h"
 #include "velora/merge/k_way_merge.h"
@@ -14,6 +15,28 @@
 
 namespace velora::merge {
 namespace {
+
+// One to nine inputs in any disorder, and blocks in which it reaches from one into another.
+struct RandomInputs {
+    explicit RandomInputs(unsigned seed) {
+        std::mt19937 random(seed);
+        const auto upTo = [&random](int most) { return std::uniform_int_distribution(0, most)(random); };
+        plan = {.blocksPerInput = seed % 3 == 0 ? 2U : 3U, .blockSize = static_cast<std::size_t>(64 + upTo(400))};
+        const int disorder = std::vector{0, 3, 30, 1000}[static_cast<std::size_t>(upTo(3))];
+        for (int left = upTo(8); left >= 0; --left) {
+            CaptureBuilder file = CaptureBuilder().Nanoseconds();
+            int time = 1000 + upTo(10);
+            for (int records = upTo(80); records > 0; --records) {
+                time += upTo(2);
+                const std::string data = std::string(static_cast<std::size_t>(upTo(60)), 'x');
+                file.Record(5, time - upTo(disorder), data + static_cast<char>(upTo(255)));
+            }
+            files.push_back(file.Bytes());
+        }
+    }
+    input::BlockPlan plan;
+    std::vector<std::string> files;
+};
 
 void ExpectAsTheModel(const std::vector<std::string>& files, bool isSquish, const input::BlockPlan& plan) {
     std::vector<capture::InputFile> opened;
