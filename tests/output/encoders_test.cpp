@@ -1,11 +1,11 @@
-// The headers that encoders build, byte for byte, and what becomes of times that a format cannot hold.
+// What encoders build is what a builder of captures makes byte by byte, with the nearest time that the format can hold.
 
 #include <limits>
-#include <span>
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "tests/support/capture_builder.h"
 #include "velora/output/pcapng_encoder.h"
 #include "velora/output/record_encoder.h"
 #include "velora/utils/hex_text.h"
@@ -13,92 +13,83 @@
 namespace velora::output {
 namespace {
 
+using enum RecordEncoder::Unit;
 using enum TimeChange;
+using MiscUtils::BytesToHex;
 
 constexpr std::int64_t kSecond = 1'000'000'000;
 constexpr std::int64_t kEnd = kSecond << 32;
 constexpr std::int64_t kEarliest = std::numeric_limits<std::int64_t>::min();
 constexpr std::int64_t kLatest = std::numeric_limits<std::int64_t>::max();
 
-std::string HexOf(std::span<const std::uint8_t> bytes) {
-    return MiscUtils::BytesToHex({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
-}
-
-const RecordEncoder kMicro(RecordEncoder::Unit::kMicroseconds), kNano(RecordEncoder::Unit::kNanoseconds);
-
-TEST(RecordEncoderTest, WritesTheHeaderOfAFile) {
-    EXPECT_EQ(HexOf(kMicro.EncodeFileHeader(262144, 1)), "D4C3B2A10200040000000000000000000000040001000000");
-    EXPECT_EQ(HexOf(kNano.EncodeFileHeader(0x12345678, 0xF4030201)),
-              "4D3CB2A102000400000000000000000078563412010203F4");
-}
-
-TEST(RecordEncoderTest, HoldsTheNearestTime) {
+TEST(RecordEncoderTest, BuildsHeadersWithTheNearestTime) {
     const struct {
-        const RecordEncoder& encoder;
+        RecordEncoder::Unit unit;
         std::int64_t in;
-        const char* out;
+        std::int32_t seconds = 0;  // -1: the last that there is
+        std::int32_t fraction = 0;
         TimeChange change = kAsIs;
     } rows[] = {
-        {.encoder = kMicro, .in = kEarliest, .out = "0000000000000000", .change = kBefore1970},
-        {.encoder = kMicro, .in = -1, .out = "0000000000000000", .change = kBefore1970},
-        {.encoder = kMicro, .in = 999, .out = "0000000000000000", .change = kFinerThanUnit},
-        {.encoder = kMicro, .in = 1000, .out = "0000000001000000"},
-        {.encoder = kMicro, .in = kEnd - 1000, .out = "FFFFFFFF3F420F00"},
-        {.encoder = kMicro, .in = kEnd - 1, .out = "FFFFFFFF3F420F00", .change = kFinerThanUnit},
-        {.encoder = kMicro, .in = kEnd, .out = "FFFFFFFF3F420F00", .change = kBeyondLast},
-        {.encoder = kNano, .in = kSecond + 1, .out = "0100000001000000"},
-        {.encoder = kNano, .in = kEnd - 1, .out = "FFFFFFFFFFC99A3B"},
-        {.encoder = kNano, .in = kEnd, .out = "FFFFFFFFFFC99A3B", .change = kBeyondLast},
+        {.unit = kMicroseconds, .in = kEarliest, .change = kBefore1970},
+        {.unit = kMicroseconds, .in = -1, .change = kBefore1970},
+        {.unit = kMicroseconds, .in = 999, .change = kFinerThanUnit},
+        {.unit = kMicroseconds, .in = 1000, .fraction = 1},
+        {.unit = kMicroseconds, .in = kEnd - 1000, .seconds = -1, .fraction = 999'999},
+        {.unit = kMicroseconds, .in = kEnd - 1, .seconds = -1, .fraction = 999'999, .change = kFinerThanUnit},
+        {.unit = kMicroseconds, .in = kEnd, .seconds = -1, .fraction = 999'999, .change = kBeyondLast},
+        {.unit = kNanoseconds, .in = kSecond + 1, .seconds = 1, .fraction = 1},
+        {.unit = kNanoseconds, .in = kEnd - 1, .seconds = -1, .fraction = 999'999'999},
+        {.unit = kNanoseconds, .in = kEnd, .seconds = -1, .fraction = 999'999'999, .change = kBeyondLast},
     };
     for (const auto& row : rows) {
-        std::array<std::uint8_t, RecordEncoder::kHeaderSize> header{};
-        EXPECT_EQ(row.encoder.EncodeHeader(header.data(), row.in, 0x01020304, 0xFFFFFFFE), row.change) << row.in;
-        EXPECT_EQ(HexOf(header), row.out + std::string("04030201FEFFFFFF")) << row.in;
+        const RecordEncoder encoder(row.unit);
+        const auto file = encoder.EncodeFileHeader(0x12345678, 0xF4030201);
+        std::string bytes(file.begin(), file.end());
+        bytes.resize(bytes.size() + RecordEncoder::kHeaderSize);
+        auto* const room = reinterpret_cast<std::uint8_t*>(&bytes[file.size()]);
+        EXPECT_EQ(encoder.EncodeHeader(room, row.in, 0x01020304, 0xFFFFFFFE), row.change) << row.in;
+        CaptureBuilder expected = CaptureBuilder().SnapLen(0x12345678).LinkType(0xF4030201);
+        expected = row.unit == kNanoseconds ? expected.Nanoseconds() : expected;
+        expected.Record(row.seconds, row.fraction, 0x01020304, 0xFFFFFFFE, "");
+        EXPECT_EQ(BytesToHex(bytes), BytesToHex(expected.Bytes())) << row.in;
     }
 }
 
-TEST(PcapNgEncoderTest, DescribesSectionAndInterfaces) {
-    EXPECT_EQ(HexOf(PcapNgEncoder::SectionHeader()), "0A0D0D0A1C0000004D3C2B1A01000000FFFFFFFFFFFFFFFF1C000000");
-    const auto describe = [](std::uint32_t linkType, const char* name) {
-        return HexOf(PcapNgEncoder::InterfaceDescription(linkType, 0x40000, name).value());
-    };
-    const std::string nanoseconds = "090001000900000000000000";
-    EXPECT_EQ(describe(0x0114, ""), "01000000200000001401000000000400" + nanoseconds + "20000000");
-    EXPECT_EQ(describe(0xFFFF, "abc\n"), "0100000028000000FFFF000000000400020004006162630A" + nanoseconds + "28000000");
-    EXPECT_EQ(describe(1, "\u00fcabc"),
-              "010000002C000000010000000000040002000500C3BC616263000000" + nanoseconds + "2C000000");
-    EXPECT_FALSE(PcapNgEncoder::InterfaceDescription(0x10000, 0x40000, "")) << "the format has 16 bits for it";
-}
-
-TEST(PcapNgEncoderTest, PutsPacketsBetweenHeadAndPaddedTail) {
+TEST(PcapNgEncoderTest, BuildsBlocksPaddedToFourBytes) {
     const struct {
-        std::int64_t time;
-        std::uint32_t size;
-        std::string length;  // of the block
-        std::string out;     // time and size
-        std::string pad = "";
+        std::string text;  // the name, and the bytes of a packet
+        std::int64_t in;
+        std::uint64_t out;
         TimeChange change = kAsIs;
     } rows[] = {
-        {.time = -1,
-         .size = 1,
-         .length = "24000000",
-         .out = "000000000000000001000000",
-         .pad = "000000",
-         .change = kBefore1970},
-        {.time = 0, .size = 2, .length = "24000000", .out = "000000000000000002000000", .pad = "0000"},
-        {.time = 0x0102030405060708, .size = 3, .length = "24000000", .out = "040302010807060503000000", .pad = "00"},
-        {.time = kLatest, .size = 4, .length = "24000000", .out = "FFFFFF7FFFFFFFFF04000000"},
-        {.time = kLatest, .size = 1U << 27, .length = "20000008", .out = "FFFFFF7FFFFFFFFF00000008"},
+        {.text = "", .in = kEarliest, .out = 0, .change = kBefore1970},
+        {.text = "a", .in = -1, .out = 0, .change = kBefore1970},
+        {.text = "\u00fc", .in = 0, .out = 0},
+        {.text = "abc", .in = 0x0102030405060708, .out = 0x0102030405060708},
+        {.text = "abc\n", .in = kLatest, .out = kLatest},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.size);
-        std::array<std::uint8_t, PcapNgEncoder::kHeadSize> head{};
-        std::array<std::uint8_t, PcapNgEncoder::kMostTail> tail;
-        tail.fill(0xEE);
-        EXPECT_EQ(PcapNgEncoder::EncodeHead(head.data(), row.time, 0x0A0B, row.size, 0xFFFFFFFE), row.change);
-        EXPECT_EQ(HexOf(head), "06000000" + row.length + "0B0A0000" + row.out + "FEFFFFFF");
-        EXPECT_EQ(HexOf(std::span(tail).first(PcapNgEncoder::EncodeTail(tail.data(), row.size))), row.pad + row.length);
+    for (const auto& [text, in, out, change] : rows) {
+        const auto size = static_cast<std::uint32_t>(text.size());
+        std::string bytes(PcapNgEncoder::kHeadSize, '\0');
+        auto* const head = reinterpret_cast<std::uint8_t*>(bytes.data());
+        EXPECT_EQ(PcapNgEncoder::EncodeHead(head, in, 0x0A0B, size, 0xFFFFFFFE), change) << in;
+        std::string tail(PcapNgEncoder::kMostTail, '\xEE');
+        tail.resize(PcapNgEncoder::EncodeTail(reinterpret_cast<std::uint8_t*>(tail.data()), size));
+        auto blocks = PcapNgEncoder::SectionHeader();
+        for (const auto fcsLength : {std::optional<std::uint8_t>(), std::optional<std::uint8_t>(32)}) {
+            const auto interface = PcapNgEncoder::InterfaceDescription(0xFF14, 0x40000, text, fcsLength).value();
+            blocks.insert(blocks.end(), interface.begin(), interface.end());
+        }
+        PcapNgBuilder expected = PcapNgBuilder::Empty().Section();
+        const std::string options = (size > 0 ? expected.Option(2, text) : "") + expected.Option(9, "\x09");
+        const std::string end = expected.Option(0, "");
+        expected.Interface(0xFF14, 0x40000, options + end);
+        expected.Interface(0xFF14, 0x40000, options + expected.Option(13, "\x20") + end);
+        expected.PacketOf(0x0A0B, out, text, "", 0xFFFFFFFE);
+        EXPECT_EQ(BytesToHex(std::string(blocks.begin(), blocks.end()) + bytes + text + tail),
+                  BytesToHex(expected.Bytes()));
     }
+    EXPECT_FALSE(PcapNgEncoder::InterfaceDescription(0x10000, 0x40000, "")) << "the format has 16 bits for it";
 }
 
 }  // namespace
