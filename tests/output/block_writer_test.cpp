@@ -34,11 +34,5 @@ TEST(BlockWriterTest, GivesAllBytesInOrder) {
     }
 }
 
-TEST(BlockWriterTest, IsDroppedWithoutBeingFinished) {
-    codec::StringSink sink;
-    EXPECT_TRUE(BlockWriter(sink).Append(codec::BytesOf("never handed over")));
-    EXPECT_TRUE(sink.calls == 0 && !sink.isFinished);
-}
-
 }  // namespace
 }  // namespace velora::output

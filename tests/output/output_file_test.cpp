@@ -26,11 +26,10 @@ using Kind = codec::OutputOutcome::Kind;
 
 const std::string kContent = codec::Noise(3'300'000);  // space ahead is asked for twice
 
-// What goes wrong while an output is written, if anything.
+// What happens while an output is written. Threads that run meanwhile meet the faults, too.
 struct Circumstances {
     const char* faults = nullptr;
-    std::function<void()> meanwhile =
-        {};  // threads that run then meet the faults, too: where there are some, none is armed
+    std::function<void()> meanwhile = {};
     FileOptions options = {};
 };
 
