@@ -2,12 +2,14 @@
 
 #include "velora/output/capture_writer.h"
 
+#include <limits>
 #include <optional>
 
 #include <gtest/gtest.h>
 
 #include "tests/capture/read_whole.h"
 #include "tests/codec/string_sink.h"
+#include "tests/support/capture_builder.h"
 #include "tests/support/temp_dir.h"
 #include "velora/capture/capture_reader.h"
 
@@ -137,22 +139,72 @@ TEST(CaptureWriterTest, TakesAnyNumberOfInterfaces) {
     EXPECT_EQ(ReadWhole(sink.content).Records().size(), 70'001U);
 }
 
-TEST(CaptureWriterTest, CountsWhatItCutsAndWhatAPcapFileDoesNotHold) {
+TEST(CaptureWriterTest, WritesPcapWithTheNearestTimeThatItHolds) {
+    constexpr Format kMicro = Format::kClassicMicroseconds, kNano = Format::kClassicNanoseconds;
+    constexpr std::int64_t kSecond = 1'000'000'000, kEnd = kSecond << 32;
+    const struct {
+        Format format;
+        std::int64_t in;
+        std::int32_t seconds = 0;  // -1: the last that there is
+        std::int32_t fraction = 0;
+        std::uint64_t WriterCounts::*counted = nullptr;
+    } rows[] = {
+        {.format = kMicro, .in = -1, .counted = &WriterCounts::beforeEpoch},
+        {.format = kMicro, .in = 999, .counted = &WriterCounts::roundedDown},
+        {.format = kMicro, .in = 1000, .fraction = 1},
+        {.format = kMicro, .in = kEnd - 1000, .seconds = -1, .fraction = 999'999},
+        {.format = kMicro, .in = kEnd, .seconds = -1, .fraction = 999'999, .counted = &WriterCounts::beyondEnd},
+        {.format = kNano, .in = kSecond + 1, .seconds = 1, .fraction = 1},
+        {.format = kNano, .in = kEnd - 1, .seconds = -1, .fraction = 999'999'999},
+        {.format = kNano, .in = kEnd, .seconds = -1, .fraction = 999'999'999, .counted = &WriterCounts::beyondEnd},
+    };
+    for (const auto& row : rows) {
+        codec::StringSink sink;
+        CaptureWriter writer(sink, {.format = row.format, .linkType = 0x3020100});
+        EXPECT_TRUE(writer.Write(MakeRecord(nullptr, row.in, 5)) && writer.Finish().IsGood());
+        CaptureBuilder expected = CaptureBuilder().SnapLen(262144).LinkType(0x3020100);
+        expected = row.format == kNano ? expected.Nanoseconds() : expected;
+        EXPECT_TRUE(sink.content == expected.Record(row.seconds, row.fraction, 5, 12, kNoise.substr(0, 5)).Bytes());
+        for (const auto count : {&WriterCounts::beforeEpoch, &WriterCounts::roundedDown, &WriterCounts::beyondEnd}) {
+            EXPECT_EQ(writer.Counts().*count, row.counted == count ? 1U : 0U) << row.in;
+        }
+    }
+}
+
+TEST(CaptureWriterTest, WritesPcapNgPaddedToFourBytes) {
+    const std::pair<std::string, std::int64_t> rows[] = {{"", -1},
+                                                         {"a", 0},
+                                                         {"\u00fc", 1},
+                                                         {"abc", 0x0102030405060708},
+                                                         {"abc\n", std::numeric_limits<std::int64_t>::max()}};
+    for (const auto& [text, time] : rows) {
+        const Interface interface { .linkType = 0xFF14, .snapLen = 0x40000, .fcsLength = 32, .name = text };
+        codec::StringSink sink;
+        CaptureWriter writer(sink);
+        const Record record = Record{.time = time, .originalLength = 0xFFFFFFFE, .interface = &interface};
+        EXPECT_TRUE(writer.Write(record.WithBytes(codec::BytesOf(text))) && writer.Finish().IsGood());
+        EXPECT_EQ(writer.Counts().beforeEpoch, time < 0 ? 1U : 0U);
+        PcapNgBuilder expected = PcapNgBuilder::Empty().Section();
+        const std::string name = text.empty() ? "" : expected.Option(2, text);
+        const std::string options = expected.Option(9, "\x09") + expected.Option(13, "\x20") + expected.Option(0, "");
+        expected.Interface(0xFF14, 0x40000, name + options);
+        expected.PacketOf(0, static_cast<std::uint64_t>(std::max<std::int64_t>(time, 0)), text, "", 0xFFFFFFFE);
+        EXPECT_TRUE(sink.content == expected.Bytes()) << time;
+    }
+}
+
+TEST(CaptureWriterTest, CountsWhatItCutsAndOtherLengthsOfFrameCheckSequences) {
     const Interface ofFirst{.linkType = 1, .fcsLength = 32}, ofSecond{.linkType = 1};
     for (const Format format : {Format::kPcapNg, Format::kClassicMicroseconds}) {
         codec::StringSink sink;
         CaptureWriter writer(sink, {.format = format, .snapLen = 64});
-        EXPECT_TRUE(writer.Write(MakeRecord(&ofFirst, 1001, 65)));
-        EXPECT_TRUE(writer.Write(MakeRecord(&ofSecond, -1, 64)));
-        EXPECT_TRUE(writer.Write(MakeRecord(&ofFirst, std::int64_t{1'000'000'000} << 32, 63)));
+        EXPECT_TRUE(writer.Write(MakeRecord(&ofFirst, 0, 65)) && writer.Write(MakeRecord(&ofSecond, 0, 64)));
         EXPECT_TRUE(writer.Finish().IsGood());
         const capture::ReadCapture read = ReadWhole(sink.content);
         const capture::OwnedRecord first = read.Records().at(0);
         EXPECT_TRUE(first.data == kNoise.substr(0, 64) && first.originalLength == 72 && read.traits.snapLen == 64);
         const WriterCounts counts = writer.Counts();
-        EXPECT_TRUE(counts.records == 3 && counts.cut == 1 && counts.beforeEpoch == 1);
-        const std::uint64_t ofPcap = format == Format::kPcapNg ? 0 : 1;
-        EXPECT_TRUE(counts.roundedDown == ofPcap && counts.beyondEnd == ofPcap && counts.otherFcsLength == ofPcap);
+        EXPECT_TRUE(counts.cut == 1 && counts.otherFcsLength == (format == Format::kPcapNg ? 0U : 1U));
     }
 }
 
