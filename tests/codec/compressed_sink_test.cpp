@@ -1,4 +1,4 @@
-// What other programs' decompressors make of the compressed outputs. Of failures below: capture_writer_test.cpp.
+// What other programs' decompressors make of the compressed outputs.
 
 #include "velora/codec/compressed_sink.h"
 
@@ -51,6 +51,17 @@ TEST(CompressedSinkTest, MakesOneMemberThatOthersReadAndFinishesWhatIsBelow) {
             packed.back() = static_cast<char>(packed.back() ^ 1);
             EXPECT_NE(Unpacked(compression, packed, content.size()).size(), content.size()) << "nobody notices";
         }
+    }
+}
+
+TEST(CompressedSinkTest, EndsAtTheFirstFailureBelow) {
+    const std::string noise = Noise(3'000'000);
+    for (const auto compression : {Compression::kGzip, Compression::kZstd}) {
+        StringSink below;
+        below.failingCall = 3;
+        const auto sink = MakeCompressedSink(compression, below, 2);
+        static_cast<void>(sink->Write(BytesOf(noise)));
+        EXPECT_EQ(sink->Finish().text, "write 3") << NameOf(compression);
     }
 }
 

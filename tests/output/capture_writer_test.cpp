@@ -199,7 +199,7 @@ TEST(CaptureWriterTest, CountsWhatItCutsAndOtherLengthsOfFrameCheckSequences) {
         codec::StringSink sink;
         CaptureWriter writer(sink, {.format = format, .snapLen = 64});
         EXPECT_TRUE(writer.Write(MakeRecord(&ofFirst, 0, 65)) && writer.Write(MakeRecord(&ofSecond, 0, 64)));
-        EXPECT_TRUE(writer.Finish().IsGood());
+        EXPECT_TRUE(writer.Write(MakeRecord(&ofFirst, 0, 63)) && writer.Finish().IsGood());
         const capture::ReadCapture read = ReadWhole(sink.content);
         const capture::OwnedRecord first = read.Records().at(0);
         EXPECT_TRUE(first.data == kNoise.substr(0, 64) && first.originalLength == 72 && read.traits.snapLen == 64);
