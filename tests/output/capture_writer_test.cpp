@@ -180,7 +180,9 @@ TEST(CaptureWriterTest, WritesPcapNgPaddedToFourBytes) {
     for (const auto& [text, time] : rows) {
         const Interface interface { .linkType = 0xFF14, .snapLen = 0x40000, .fcsLength = 32, .name = text };
         codec::StringSink sink;
-        CaptureWriter writer(sink);
+        CaptureWriter writer(sink, {.threads = 0});  // one block, which what was flushed is left in
+        EXPECT_TRUE(writer.Describe({interface}) && writer.Flush());
+        EXPECT_TRUE(writer.Write(MakeRecord(&interface, 0, 999)) && writer.Flush());
         const Record record = Record{.time = time, .originalLength = 0xFFFFFFFE, .interface = &interface};
         EXPECT_TRUE(writer.Write(record.WithBytes(codec::BytesOf(text))) && writer.Finish().IsGood());
         EXPECT_EQ(writer.Counts().beforeEpoch, time < 0 ? 1U : 0U);
@@ -188,6 +190,7 @@ TEST(CaptureWriterTest, WritesPcapNgPaddedToFourBytes) {
         const std::string name = text.empty() ? "" : expected.Option(2, text);
         const std::string options = expected.Option(9, "\x09") + expected.Option(13, "\x20") + expected.Option(0, "");
         expected.Interface(0xFF14, 0x40000, name + options);
+        expected.PacketOf(0, 0, kNoise.substr(0, 999), "", 1006);
         expected.PacketOf(0, static_cast<std::uint64_t>(std::max<std::int64_t>(time, 0)), text, "", 0xFFFFFFFE);
         EXPECT_TRUE(sink.content == expected.Bytes()) << time;
     }
