@@ -67,12 +67,10 @@ TEST(BlockReaderTest, TellsWhichLengthIsTheCapturedOneByTheVersion) {
         return record.data.size();
     };
     EXPECT_EQ(captured(2, 2, 9, 4), 4U);
-    EXPECT_EQ(captured(2, 2, 4, 9), 9U);
     EXPECT_EQ(captured(2, 3, 9, 4), 4U) << "the less";
     EXPECT_EQ(captured(2, 3, 4, 9), 4U) << "the less";
     EXPECT_EQ(captured(2, 4, 9, 4), 9U);
     EXPECT_EQ(captured(1, 2, 4, 9), 4U);
-    EXPECT_EQ(captured(3, 0, 4, 9), 4U);
 }
 
 // A length that may be makes the reader wait for the bytes, which do not come; another is refused. Neither takes room.
@@ -105,29 +103,21 @@ TEST(BlockReaderTest, BelievesLengthsUpToABound) {
 TEST(BlockReaderTest, GivesEveryKindOfPacketATimeAndALength) {
     for (const bool isBig : {false, true}) {
         PcapNgBuilder file = PcapNgBuilder::Empty().Section(isBig).Block(0xBAD, "stepped over").Interface(1, 4);
+        const std::string offset(isBig ? "\0\0\0\0\0\0\0\x64" : "\x64\0\0\0\0\0\0\0", 8);
+        file.Interface(1, 0, file.Option(9, "\x83"));
+        file.Interface(1, 0, file.Option(9, "\x09") + file.Option(14, offset) + kEndOfOptions + file.Option(9, "\x03"));
         file.SimplePacket(9, "abcd").PacketOf(0, 5, "five").ObsoletePacket(0, 4, "").SimplePacket(2, "xy");
+        file.PacketOf(1, 3, "3/8 s").PacketOf(2, 1, "101 s");
         const Records records = {
             {.time = 0, .originalLength = 9, .interface = 0, .data = "abcd"},  // cut at the interface's snaplen
             {.time = 5000, .originalLength = 4, .interface = 0, .data = "five"},
             {.time = 4000, .originalLength = 0, .interface = 0, .data = ""},
-            {.time = 4000, .originalLength = 2, .interface = 0, .data = "xy"}};  // the time before its own
+            {.time = 4000, .originalLength = 2, .interface = 0, .data = "xy"},  // the time before its own
+            {.time = 375'000'000, .originalLength = 5, .interface = 1, .data = "3/8 s"},
+            {.time = 100 * kSecond + 1, .originalLength = 5, .interface = 2, .data = "101 s"}};
         const ReadCapture read = ReadWhole(file.Bytes());
         EXPECT_TRUE(read.Records() == records) << isBig << ProblemOf(read);
-        EXPECT_EQ(read.traits.snapLen, 4U);
-    }
-}
-
-TEST(BlockReaderTest, CountsTimesAsTheInterfaceSays) {
-    for (const bool isBig : {false, true}) {
-        PcapNgBuilder file = PcapNgBuilder::Empty().Section(isBig);
-        const std::string offset(isBig ? "\0\0\0\0\0\0\0\x64" : "\x64\0\0\0\0\0\0\0", 8);
-        file.Interface(1, 0, file.Option(9, "\x83"));
-        file.Interface(1, 0, file.Option(9, "\x09") + file.Option(14, offset) + kEndOfOptions + file.Option(9, "\x03"));
-        const ReadCapture read = ReadWhole(file.PacketOf(0, 3, "3/8 s").PacketOf(1, 1, "100 s and 1 ns").Bytes());
-        ASSERT_EQ(read.Records().size(), 2U) << ProblemOf(read);
-        EXPECT_EQ(read.Records()[0].time, 375'000'000);
-        EXPECT_EQ(read.Records()[1].time, 100 * kSecond + 1);
-        EXPECT_TRUE(read.traits.isFinerThanMicroseconds);
+        EXPECT_TRUE(read.traits.snapLen == 4 && read.traits.isFinerThanMicroseconds);
     }
 }
 
@@ -200,35 +190,31 @@ TEST(BlockReaderTest, NamesThePlaceAndTheReasonOfDamageInPcapNg) {
     const auto tooSmall = [](int length) { return "a block's length, " + std::to_string(length) + ", is too small"; };
 
     EXPECT_EQ(damage(block(kOther, 8, "", 8)), tooSmall(8));
-    EXPECT_EQ(damage(sized(kOther, "")), "");
     EXPECT_EQ(damage(sized(kOther, "xx")), "a block's length, 14, is no multiple of four");
     EXPECT_EQ(damage(block(kOther, 16, "xxxx", 20)), differ);
     EXPECT_EQ(damage(block(kOther, 0xFFFFFFFC, "xxxx", 16)), "the file ends inside a block");
 
     EXPECT_EQ(damage(sized(kSection, start.substr(0, 12))), tooSmall(24));
     EXPECT_EQ(damage(sized(kSection, "?" + start.substr(1))), "a section header tells no byte order");
-    EXPECT_EQ(damage(PcapNgBuilder::Empty().Section(true, "", 2).Bytes()),
-              "a section of version 2, which is not known");
     EXPECT_EQ(damage(block(kSection, 28, start, 32)), differ);
 
     EXPECT_EQ(damage(sized(kInterface, "1234")), tooSmall(16));
-    EXPECT_EQ(damage(sized(kInterface, "12345678")), "");
     EXPECT_EQ(damage(sized(kPacket, std::string(16, '\0'))), tooSmall(28));
     EXPECT_EQ(damage(sized(kPacket, packet(0, 8))), "");
     EXPECT_EQ(damage(sized(kPacket, packet(0, 9))), tooShort);
     EXPECT_EQ(damage(sized(kPacket, packet(1, 8))), "a packet of interface 1, which was never described");
-    EXPECT_EQ(damage(sized(kPacket, packet(0, 262145))), "a record claims 262145 bytes, where at most 262144 can be");
     EXPECT_EQ(damage(block(kPacket, 257U << 20U, packet(0, 8), 0)), "a block claims 269484032 bytes");
-    EXPECT_EQ(damage(sized(kSimple, "")), tooSmall(12));
     EXPECT_EQ(damage(sized(kSimple, Number(4) + "abcd")), "");
     EXPECT_EQ(damage(sized(kSimple, Number(5) + "abcd")), tooShort);
 }
 
-TEST(BlockReaderTest, NamesThePlaceInWhatIsUnpackedOfDamageInWhatIsPacked) {
-    const std::string plain = CaptureBuilder().Record(1, 0, "abcd").Record(2, 0, "ef").Bytes();
-    EXPECT_EQ(ProblemOf(ReadWhole(Gzip(plain.substr(0, 60)) + "x")),
+TEST(BlockReaderTest, NamesThePlaceInWhatIsUnpackedAndOfAFailedRead) {
+    const std::string plain = CaptureBuilder().Record(1, 0, "abcd").Record(2, 0, "ef").Bytes().substr(0, 60);
+    EXPECT_EQ(ProblemOf(ReadWhole(Gzip(plain) + "x")),
               "1 record read, then at byte 60: followed by bytes that are no further gzip member")
         << "not where the record begins";
+    EXPECT_EQ(ProblemOf(ReadWhole(plain, {}, 1, EIO)), "1 record read, then at byte 44: Input/output error");
+    EXPECT_EQ(ProblemOf(ReadWhole("", {}, 1, EIO)), "Input/output error");
 }
 
 TEST(BlockReaderTest, ReadsSectionsOfUpTo65536Interfaces) {
@@ -241,28 +227,21 @@ TEST(BlockReaderTest, ReadsSectionsOfUpTo65536Interfaces) {
 }
 
 TEST(BlockReaderTest, SaysWhyAFileIsNoCapture) {
-    const auto reason = [](const std::string& file) {
-        const ReadCapture read = ReadWhole(file);
-        EXPECT_TRUE(!read.isCapture && read.problem && read.problem->kind == ProblemKind::kNoCapture);
-        EXPECT_TRUE(ProblemOf(read).starts_with("no capture: ")) << ProblemOf(read);
-        return ProblemOf(read).substr(12);
-    };
     const std::string classic = CaptureBuilder().Bytes();
-    EXPECT_EQ(reason(""), "it is empty");
-    EXPECT_EQ(reason(Gzip("")), "it is empty");
-    EXPECT_EQ(reason("abc"), "it has 3 bytes, less than any capture");
-    EXPECT_EQ(reason("abcdef"), "it begins with 61 62 63 64, which is neither pcap nor pcap-ng");
-    EXPECT_EQ(reason(classic.substr(0, 23)), "the file ends inside the file header");
-    EXPECT_EQ(reason(PcapNgBuilder().Bytes().substr(0, 27)), "the file ends inside the section header");
-    EXPECT_EQ(reason(PcapNgBuilder::Empty().Section(false, "", 0).Bytes()),
-              "a section of version 0, which is not known");
-    EXPECT_EQ(reason(Zstd(Gzip(classic))), "gzip inside zstd, and one level of compression is undone");
-}
-
-TEST(BlockReaderTest, SaysWhyTheFileCouldNotBeRead) {
-    const std::string cut = CaptureBuilder().Record(1, 0, "x").Bytes() + "ab";
-    EXPECT_EQ(ProblemOf(ReadWhole("", {}, 1, EIO)), "Input/output error");
-    EXPECT_EQ(ProblemOf(ReadWhole(cut, {}, 1, EIO)), "1 record read, then at byte 41: Input/output error");
+    const std::pair<std::string, std::string> rows[] = {
+        {Gzip(""), "it is empty"},
+        {"abc", "it has 3 bytes, less than any capture"},
+        {"abcdef", "it begins with 61 62 63 64, which is neither pcap nor pcap-ng"},
+        {classic.substr(0, 23), "the file ends inside the file header"},
+        {PcapNgBuilder().Bytes().substr(0, 27), "the file ends inside the section header"},
+        {PcapNgBuilder::Empty().Section(false, "", 0).Bytes(), "a section of version 0, which is not known"},
+        {Zstd(Gzip(classic)), "gzip inside zstd, and one level of compression is undone"},
+    };
+    for (const auto& [file, reason] : rows) {
+        const ReadCapture read = ReadWhole(file);
+        EXPECT_EQ(ProblemOf(read), "no capture: " + reason);
+        EXPECT_TRUE(!read.isCapture && read.problem && read.problem->kind == ProblemKind::kNoCapture);
+    }
 }
 
 // Four records in two members, of which the first ends behind the second record or inside the third.
@@ -286,33 +265,33 @@ TEST(BlockReaderTest, TellsWhichRecordsAWrongChecksumMakesDoubtful) {
     EXPECT_EQ(problem("", all + bad), text + "1 on");
 }
 
-// A capture with something of everything, and where its records and blocks end.
 struct Sample {
-    void Grow(const std::string& now) {
-        bytes = now;
-        places.push_back(now.size());
-    }
     std::string bytes;
-    std::vector<std::size_t> places;
+    std::vector<std::size_t> places;  // where its records and blocks end
 };
 
+// Captures with something of everything.
 std::vector<Sample> Samples() {
     Sample classic, next;
+    const auto note = [](Sample& sample, const auto& builder) {
+        sample.bytes = builder.Bytes();
+        sample.places.push_back(sample.bytes.size());
+    };
     CaptureBuilder records = CaptureBuilder().BigEndian();
     PcapNgBuilder blocks = PcapNgBuilder::Empty();
-    classic.Grow(records.Bytes());
-    next.Grow(blocks.Section(true, blocks.Option(1, "what a section says")).Bytes());
-    next.Grow(blocks.Interface(1, 65535).Bytes());
+    note(classic, records);
+    note(next, blocks.Section(true, blocks.Option(1, "what a section says")));
+    note(next, blocks.Interface(1, 65535));
     for (int record = 0; record < 9; ++record) {
         const std::string data(static_cast<std::size_t>(record * record), static_cast<char>('a' + record));
-        classic.Grow(records.Record(record % 4, 7, data).Bytes());
-        next.Grow(blocks.Packet(static_cast<std::uint64_t>(record % 4), data).Bytes());
+        note(classic, records.Record(record % 4, 7, data));
+        note(next, blocks.Packet(static_cast<std::uint64_t>(record % 4), data));
     }
-    next.Grow(blocks.SimplePacket(3, "abc").Bytes());
-    next.Grow(blocks.Block(0xBAD, std::string(150, 'x')).Bytes());
-    next.Grow(blocks.Section(false).Bytes());
-    next.Grow(blocks.Interface(1, 0, blocks.Option(9, "\x09")).Bytes());
-    next.Grow(blocks.Packet(9, "last").Bytes());
+    note(next, blocks.SimplePacket(3, "abc"));
+    note(next, blocks.Block(0xBAD, std::string(150, 'x')));
+    note(next, blocks.Section(false));
+    note(next, blocks.Interface(1, 0, blocks.Option(9, "\x09")));
+    note(next, blocks.Packet(9, "last"));
     return {classic, next};
 }
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <atomic>
 #include <random>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -15,7 +16,10 @@ namespace velora::codec {
 class StringSink final : public ByteSink {
  public:
     OutputOutcome Write(std::span<const std::uint8_t> bytes) override {
-        if (++calls >= failingCall) {
+        if (++calls == throwingCall) {
+            throw std::runtime_error("write " + std::to_string(calls));
+        }
+        if (calls >= failingCall) {
             return {.kind = OutputOutcome::Kind::kCannot, .text = "write " + std::to_string(calls)};
         }
         content.append(bytes.begin(), bytes.end());
@@ -29,6 +33,7 @@ class StringSink final : public ByteSink {
     std::string content;
     std::atomic<int> calls = 0;
     int failingCall = 1 << 30;  // and all that follow
+    int throwingCall = 0;
     bool isFinished = false;
     OutputOutcome finish;
 };

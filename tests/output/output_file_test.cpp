@@ -26,18 +26,22 @@ using Kind = codec::OutputOutcome::Kind;
 
 const std::string kContent = codec::Noise(3'300'000);  // space ahead is asked for twice
 
+// What happens while an output is written. Threads that run meanwhile meet the faults, too.
+struct Circumstances {
+    const char* faults = nullptr;
+    std::function<void()> meanwhile = {};
+    FileOptions options = {};
+};
+
 // Writes the content in pieces to a new output, and finishes even after a failure, which has to be told again.
-// Threads that run meanwhile meet the faults, too: where there are some, none is armed.
-codec::OutputOutcome Produce(
-    const std::string& path, const char* faults = nullptr, const std::function<void()>& meanwhile = [] {},
-    const FileOptions& options = {}) {
+codec::OutputOutcome Produce(const std::string& path, const Circumstances& in = {}) {
     OutputFile output;
-    if (faults != nullptr) {
-        ArmFault(faults);
+    if (in.faults != nullptr) {
+        ArmFault(in.faults);
     }
-    codec::OutputOutcome outcome = output.Prepare(path, options);
+    codec::OutputOutcome outcome = output.Prepare(path, in.options);
     if (outcome.IsGood()) {
-        meanwhile();
+        in.meanwhile ? in.meanwhile() : void();
         outcome = output.Open();
         for (std::size_t at = 0; at < kContent.size(); at += 1 << 20U) {
             const auto written = output.Write(codec::BytesOf(std::string_view(kContent).substr(at, 1 << 20U)));
@@ -47,7 +51,7 @@ codec::OutputOutcome Produce(
         EXPECT_TRUE(outcome.IsGood() || outcome.text == finished.text);
         outcome = finished;
     }
-    EXPECT_TRUE(faults == nullptr || ArmFault(nullptr) > 0) << "a fault is to be met";
+    EXPECT_TRUE(in.faults == nullptr || ArmFault(nullptr) > 0) << "a fault is to be met";
     return outcome;
 }
 
@@ -77,62 +81,46 @@ TEST(OutputFileTest, AppearsWholeOrNotAtAllWhateverFails) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.about);
         const TempDir directory;
-        const codec::OutputOutcome outcome = Produce(directory / "out", row.faults);
+        const codec::OutputOutcome outcome = Produce(directory / "out", {.faults = row.faults});
         EXPECT_EQ(outcome.error, row.error);
         EXPECT_EQ(outcome.kind, row.error != 0 ? Kind::kCannot : Kind::kGood);
         EXPECT_TRUE(row.error != 0 ? outcome.text.ends_with(std::strerror(row.error)) : outcome.text.empty());
         EXPECT_EQ(directory.Names().size(), row.error != 0 ? 0U : 1U);
         EXPECT_TRUE(row.error != 0 || directory.Read("out") == kContent);
     }
-    EXPECT_EQ(Produce(TempDir() / "out", "linkat 1+ renameat2 1").text,
-              "its directory offers no way to let a file appear whole: Invalid argument");
 }
 
 TEST(OutputFileTest, HasTheModeThatIsAskedForAndTakesNoSpaceBehindItsEnd) {
+    const mode_t before = umask(026);
     for (const char* const way : kWays) {
-        for (const mode_t mode : {0600U, 0666U, 0444U}) {
+        for (const mode_t mode : {0666U, 0444U}) {
             const TempDir directory;
-            const mode_t before = umask(026);
-            EXPECT_TRUE(Produce(directory / "out", way, [] {}, {.mode = mode}).IsGood());
-            umask(before);
+            EXPECT_TRUE(Produce(directory / "out", {.faults = way, .options = {.mode = mode}}).IsGood());
             struct stat status {};
             ASSERT_EQ(stat((directory / "out").c_str(), &status), 0);
             EXPECT_EQ(status.st_mode & 07777U, mode & ~026U);
             EXPECT_LT(static_cast<std::size_t>(status.st_blocks) * 512, kContent.size() + 65536);
         }
     }
+    umask(before);
 }
 
 TEST(OutputFileTest, ReplacesARegularFileAtItsEndWhereThatIsAskedFor) {
     const FileOptions replacing{.replacesExisting = true};
     for (const char* const way : kWays) {
         const TempDir directory;
-        EXPECT_TRUE(Produce(
-                        directory / "new", way, [] {}, replacing)
-                        .IsGood());
-        directory.Write("out", "before");
+        const std::string out = directory.Write("out", "before");
+        for (const char* const faults : {"write 2", "renameat2 1"}) {
+            EXPECT_FALSE(way == nullptr && Produce(out, {.faults = faults, .options = replacing}).IsGood());
+        }
         const auto look = [&] { EXPECT_EQ(directory.Read("out"), "before"); };
-        EXPECT_TRUE(Produce(directory / "out", way, look, replacing).IsGood());
+        EXPECT_TRUE(Produce(out, {.faults = way, .meanwhile = look, .options = replacing}).IsGood());
+        EXPECT_TRUE(Produce(directory / "new", {.faults = way, .options = replacing}).IsGood());
         EXPECT_TRUE(directory.Read("out") == kContent && directory.Read("new") == kContent);
         EXPECT_EQ(directory.Names().size(), 2U);
-        const auto takeOver = [&] {
-            std::filesystem::remove(directory / "out");
-            std::filesystem::create_directory(directory / "out");
-        };
-        EXPECT_EQ(Produce(directory / "out", way, takeOver, replacing).keptAs, directory / "out.1");
+        const auto takeOver = [&] { std::filesystem::remove(out), std::filesystem::create_directory(out); };
+        EXPECT_EQ(Produce(out, {.faults = way, .meanwhile = takeOver, .options = replacing}).keptAs, out + ".1");
     }
-    const TempDir directory;
-    directory.Write("out", "before");
-    EXPECT_EQ(Produce(
-                  directory / "out", "write 2", [] {}, replacing)
-                  .error,
-              ENOSPC);
-    EXPECT_EQ(Produce(
-                  directory / "out", "renameat2 1", [] {}, replacing)
-                  .error,
-              EINVAL);
-    EXPECT_EQ(directory.Read("out"), "before");
-    EXPECT_EQ(directory.Names().size(), 1U);
 }
 
 TEST(OutputFileTest, WhatTakesItsNameMeanwhileStays) {
@@ -140,25 +128,42 @@ TEST(OutputFileTest, WhatTakesItsNameMeanwhileStays) {
     for (const char* const way : kWays) {
         const TempDir directory;
         const auto take = [&] { directory.Write("out", "other"), directory.Write("out.1", "third"); };
-        const codec::OutputOutcome outcome = Produce(directory / "out", way, take);
+        const codec::OutputOutcome outcome = Produce(directory / "out", {.faults = way, .meanwhile = take});
         EXPECT_EQ(outcome.kind, Kind::kTaken);
         EXPECT_EQ(outcome.keptAs, directory / "out.2");
         EXPECT_EQ(directory.Names(), (std::set<std::string>{"out", "out.1", "out.2"}));
         EXPECT_EQ(directory.Read("out") + directory.Read("out.1"), "otherthird");
         EXPECT_TRUE(directory.Read("out.2") == kContent);
         const auto takeLongest = [&] { directory.Write(longest, "other"); };
-        EXPECT_EQ(Produce(directory / longest, way, takeLongest).keptAs, directory / (longest.substr(0, 253) + ".1"));
+        EXPECT_EQ(Produce(directory / longest, {.faults = way, .meanwhile = takeLongest}).keptAs,
+                  directory / (longest.substr(0, 253) + ".1"));
     }
 }
 
 TEST(OutputFileTest, NamesTheTemporaryNameThatItCannotRemove) {
     const TempDir directory;
-    const codec::OutputOutcome outcome = Produce(directory / "out", "openat 1 unlinkat 2");
+    const codec::OutputOutcome outcome = Produce(directory / "out", {.faults = "openat 1 unlinkat 2"});
     EXPECT_TRUE(outcome.IsGood());
     EXPECT_EQ(outcome.text, *directory.Names().begin() + " is left: Input/output error");
 }
 
 TEST(OutputFileTest, RefusesWhatExistsAndWhatCannotBe) {
+    const std::string exists = "exists already", isIrregular = "is no regular file, which could be replaced";
+    const struct {
+        std::string path;
+        std::string refusal;
+        std::string whereReplacing = refusal;
+    } rows[] = {
+        {.path = "file", .refusal = exists, .whereReplacing = ""},
+        {.path = "dir", .refusal = exists, .whereReplacing = isIrregular},
+        {.path = "dir/", .refusal = exists, .whereReplacing = isIrregular},
+        {.path = "dangling", .refusal = exists, .whereReplacing = isIrregular},
+        {.path = "to dir", .refusal = exists, .whereReplacing = isIrregular},
+        {.path = "to dir/out", .refusal = ""},
+        {.path = "to device", .refusal = ""},
+        {.path = "file/out", .refusal = "Not a directory"},
+        {.path = std::string(256, 'n'), .refusal = "File name too long"},
+    };
     const TempDir directory;
     directory.Write("file", "content");
     std::filesystem::create_directory(directory / "dir");
@@ -166,24 +171,15 @@ TEST(OutputFileTest, RefusesWhatExistsAndWhatCannotBe) {
     std::filesystem::create_symlink("/dev/null", directory / "to device");
     std::filesystem::create_symlink("dir", directory / "to dir");
     const auto before = directory.Names();
-    for (const char* const name : {"file", "dir", "dir/", "dir/..", "dangling", "to dir", "/"}) {
-        const codec::OutputOutcome outcome = OutputFile().Prepare(directory / name);
-        EXPECT_TRUE(outcome.kind == Kind::kExists && outcome.text == "exists already") << name << outcome.text;
-        const codec::OutputOutcome replacing = OutputFile().Prepare(directory / name, {.replacesExisting = true});
-        EXPECT_EQ(replacing.text, name == std::string("file") ? "" : "is no regular file, which could be replaced");
-    }
-    for (const auto& [path, error] : {std::pair{std::string(), ENOENT},
-                                      {directory / "file/out", ENOTDIR},
-                                      {directory / std::string(256, 'n'), ENAMETOOLONG}}) {
-        const codec::OutputOutcome outcome = OutputFile().Prepare(path);
-        EXPECT_TRUE(outcome.kind == Kind::kCannot && outcome.text == std::strerror(error)) << outcome.text;
-    }
-    for (const std::string& path : {directory / "to dir/out", directory / "to device", std::string("/dev/null")}) {
+    for (const auto& row : rows) {
         OutputFile output;
-        EXPECT_TRUE(output.Prepare(path).IsGood()) << path;
-        struct stat status {};
-        EXPECT_EQ(output.GetIdentity().has_value(), stat(path.c_str(), &status) == 0) << path;
+        const codec::OutputOutcome outcome = output.Prepare(directory / row.path);
+        EXPECT_EQ(outcome.text, row.refusal) << row.path;
+        EXPECT_TRUE(outcome.text.empty() || (outcome.kind == Kind::kExists) == (row.refusal == exists)) << row.path;
+        EXPECT_EQ(output.GetIdentity().has_value(), row.path == "to device");
+        EXPECT_EQ(OutputFile().Prepare(directory / row.path, {.replacesExisting = true}).text, row.whereReplacing);
     }
+    EXPECT_EQ(OutputFile().Prepare("").error, ENOENT);
     EXPECT_EQ(directory.Names(), before);
     EXPECT_TRUE(HoldsForOrdinaryUser([] { return OutputFile().Prepare("/new-file").text == "Permission denied"; }));
 }
@@ -203,11 +199,7 @@ TEST(OutputFileTest, IsGoneWhenItIsGivenUp) {
             const bool isUnnamed = way == nullptr || way == std::string("linkat 1");
             EXPECT_EQ(directory.Names().size(), isUnnamed ? 0 : outputs.size()) << "temporary names";
             EXPECT_TRUE(outputs[98].Finish().IsGood());
-            if (isSignalled) {
-                OutputFile::RemoveUnfinished();
-            } else {
-                outputs.clear();
-            }
+            isSignalled ? OutputFile::RemoveUnfinished() : outputs.clear();
             EXPECT_EQ(directory.Names(), std::set<std::string>{"98"}) << "what was finished stays";
         }
     }
@@ -229,20 +221,26 @@ TEST(OutputFileTest, WritesAllToPipesAndSeesTheirReaderLeave) {
     const TempDir directory;
     const std::string path = directory / "pipe";
     ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
-    for (const std::size_t wanted : {kContent.size() + 1, std::size_t{70000}}) {
+    const auto expectAll = [&](const std::string& output, std::size_t wanted, bool leaves) {
         std::string got;
-        std::thread reader([&] { got = ReadUpTo(path, wanted); });
-        const codec::OutputOutcome outcome = Produce(path);
-        reader.join();
+        codec::OutputOutcome outcome;
+        {
+            const std::jthread reader([&] { got = ReadUpTo(path, wanted); });
+            outcome = Produce(output);
+        }
         EXPECT_TRUE(got == kContent.substr(0, wanted));
-        EXPECT_EQ(outcome.error, wanted > kContent.size() ? 0 : EPIPE);
-        EXPECT_EQ(outcome.hasReaderLeft, wanted < kContent.size());
-    }
-    OutputFile output;
-    EXPECT_TRUE(output.Prepare(path).IsGood());
-    std::filesystem::remove(path);
-    directory.Write("pipe", "other");
-    EXPECT_EQ(output.Open().kind, Kind::kExists);
+        EXPECT_TRUE(outcome.error == (leaves ? EPIPE : 0) && outcome.hasReaderLeft == leaves) << outcome.text;
+    };
+    expectAll(path, kContent.size() + 1, false);
+    expectAll(path, 70000, true);
+    const MiscUtils::UniqueFd notBlocking(open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
+    std::fflush(stdout);
+    const MiscUtils::UniqueFd before(dup(STDOUT_FILENO));
+    dup2(notBlocking.Get(), STDOUT_FILENO);
+    expectAll("-", kContent.size(), false);
+    dup2(before.Get(), STDOUT_FILENO);
+    const auto takeOver = [&] { std::filesystem::remove(path), directory.Write("pipe", "other"); };
+    EXPECT_EQ(Produce(path, {.meanwhile = takeOver}).kind, Kind::kExists);
 }
 
 // In a process that does nothing about these signals, and by the thread that writes.
@@ -250,13 +248,11 @@ TEST(OutputFileTest, FailsWithoutASignal) {
     const TempDir directory;
     const auto exitsAs = [&](const std::string& path, int signal, int error) {
         std::signal(signal, SIG_DFL);
-        const codec::OutputOutcome outcome = Produce(path);
-        sigset_t pending;
+        const bool isRight = Produce(path).error == error;
+        sigset_t pending, mask;
         sigpending(&pending);
-        sigset_t mask;
         sigprocmask(SIG_SETMASK, nullptr, &mask);
-        std::_Exit(outcome.error == error && sigismember(&pending, signal) == 0 && sigismember(&mask, signal) == 0 ? 0
-                                                                                                                   : 1);
+        std::_Exit(isRight && sigismember(&pending, signal) == 0 && sigismember(&mask, signal) == 0 ? 0 : 1);
     };
     const auto withLimit = [&] {
         const ScopedLimit limit(RLIMIT_FSIZE, 2'000'000);
@@ -274,23 +270,6 @@ TEST(OutputFileTest, FailsWithoutASignal) {
         };
         EXPECT_EXIT(withoutReader(), testing::ExitedWithCode(0), "");
     }
-}
-
-TEST(OutputFileTest, WritesAllToAStandardOutputThatDoesNotBlock) {
-    const TempDir directory;
-    const std::string path = directory / "pipe";
-    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
-    const MiscUtils::UniqueFd out(open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC));
-    std::string got;
-    std::thread reader([&] { got = ReadUpTo(path, kContent.size()); });
-    std::fflush(stdout);
-    const MiscUtils::UniqueFd before(dup(STDOUT_FILENO));
-    dup2(out.Get(), STDOUT_FILENO);
-    const codec::OutputOutcome outcome = Produce("-");
-    dup2(before.Get(), STDOUT_FILENO);
-    reader.join();
-    EXPECT_TRUE(outcome.IsGood()) << outcome.text;
-    EXPECT_TRUE(got == kContent);
 }
 
 TEST(TemporaryNameTest, CutsNoCharacter) {
