@@ -37,6 +37,7 @@
 #include "velora/capture/problem.h"
 #include "velora/capture/record.h"
 #include "velora/capture/record_block.h"
+#include "velora/capture/record_iterator.h"
 #include "velora/utils/api.h"
 
 namespace velora::capture {
@@ -97,31 +98,7 @@ class VELORA_API CaptureReader {
     [[nodiscard]] const std::optional<Problem>& GetProblem() const;
 
     // The records from the next one on, once: begin() takes it.
-    class Iterator {
-     public:
-        // As std::input_iterator has them.
-        using value_type = Record;
-        using difference_type = std::ptrdiff_t;
-
-        // The record at hand. Not at the end.
-        const Record& operator*() const { return *m_Record; }
-        const Record* operator->() const { return m_Record; }
-        // On to the next one.
-        Iterator& operator++() {
-            m_Record = m_Reader->Next();
-            return *this;
-        }
-        void operator++(int) { ++*this; }
-        // There is none any more.
-        bool operator==(std::default_sentinel_t /*end*/) const { return m_Record == nullptr; }
-
-     private:
-        friend class CaptureReader;
-        explicit Iterator(CaptureReader& reader) : m_Reader(&reader), m_Record(reader.Next()) {}
-
-        CaptureReader* m_Reader;
-        const Record* m_Record;
-    };
+    using Iterator = RecordIterator<CaptureReader>;
     // For range-based for.
     [[nodiscard]] Iterator begin() { return Iterator(*this); }
     [[nodiscard]] std::default_sentinel_t end() const { return {}; }

@@ -31,7 +31,6 @@
 
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <iterator>
@@ -45,6 +44,7 @@
 #include "velora/capture/extras.h"
 #include "velora/capture/problem.h"
 #include "velora/capture/record.h"
+#include "velora/capture/record_iterator.h"
 #include "velora/utils/api.h"
 
 namespace velora::merge {
@@ -111,31 +111,7 @@ class VELORA_API OrderedMerge {
     [[nodiscard]] bool IsComplete() const;
 
     // The records from the next one on, once: begin() takes it.
-    class Iterator {
-     public:
-        // As std::input_iterator has them.
-        using value_type = capture::Record;
-        using difference_type = std::ptrdiff_t;
-
-        // The record at hand. Not at the end.
-        const capture::Record& operator*() const { return *m_Record; }
-        const capture::Record* operator->() const { return m_Record; }
-        // On to the next one.
-        Iterator& operator++() {
-            m_Record = m_Merge->Next();
-            return *this;
-        }
-        void operator++(int) { ++*this; }
-        // There is none any more.
-        bool operator==(std::default_sentinel_t /*end*/) const { return m_Record == nullptr; }
-
-     private:
-        friend class OrderedMerge;
-        explicit Iterator(OrderedMerge& merge) : m_Merge(&merge), m_Record(merge.Next()) {}
-
-        OrderedMerge* m_Merge;
-        const capture::Record* m_Record;
-    };
+    using Iterator = capture::RecordIterator<OrderedMerge>;
     // For range-based for.
     [[nodiscard]] Iterator begin() { return Iterator(*this); }
     [[nodiscard]] std::default_sentinel_t end() const { return {}; }
