@@ -56,7 +56,7 @@ TEST(CaptureReaderTest, GivesTheSameRecordsFromEverySource) {
 
 TEST(CaptureReaderTest, SaysWhyNothingIsOpen) {
     using Room = std::span<std::uint8_t>;
-    const auto fails = [](Room /*room*/) -> std::ptrdiff_t { return -EPERM; };
+    const auto fails = [](Room /*room*/) -> std::ptrdiff_t { return -EAGAIN; };
     const auto throws = [](Room /*room*/) -> std::ptrdiff_t { throw 1; };
     const auto claims = [](Room room) { return std::ssize(room) + 1; };
     const struct {
@@ -67,7 +67,7 @@ TEST(CaptureReaderTest, SaysWhyNothingIsOpen) {
         {.source = ByteSource::Descriptor(-1), .text = "cannot be opened: Bad file descriptor"},
         {.source = ByteSource::Memory(std::string_view("a")),
          .text = "no capture: it has 1 byte, less than any capture"},
-        {.source = ByteSource::Function(fails), .text = "Operation not permitted"},
+        {.source = ByteSource::Function(fails), .text = "Resource temporarily unavailable"},
         {.source = ByteSource::Function(throws), .text = "Input/output error"},
         {.source = ByteSource::Function(claims), .text = "Input/output error"},
     };

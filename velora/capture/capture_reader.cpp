@@ -111,14 +111,14 @@ void CaptureReader::Fill() {
 }
 
 ssize_t CaptureReader::Reading::Read(std::span<std::uint8_t> place) const {
-    ssize_t count = -EAGAIN;
-    while (count == -EAGAIN) {
+    ssize_t count = 0;
+    do {
         if (file.IsToBeAwaited()) {
             pollfd ready{file.fd.Get(), POLLIN, 0};
             static_cast<void>(poll(&ready, 1, -1));
         }
         count = file.Read(place);
-    }
+    } while (count == -EAGAIN && file.IsToBeAwaited());
     return count;
 }
 
